@@ -1,0 +1,88 @@
+#ifndef TAVMMS_MMS_UTIL_COMMON_H
+#define TAVMMS_MMS_UTIL_COMMON_H
+
+#include "mms_content_type.h"
+#include "mms_util_entry.h"
+#include "qt2compat.h"
+
+#include <QDateTime>
+#include <QString>
+
+// Status codes: 128 to 132 are the X-Mms-Status values, 133 marks a message that has been read.
+enum {
+    MMS_UTIL_STATUS_EXPIRED = 128,
+    MMS_UTIL_STATUS_RETRIEVED = 129,
+    MMS_UTIL_STATUS_REJECTED = 130,
+    MMS_UTIL_STATUS_DEFERRED = 131,
+    MMS_UTIL_STATUS_UNRECOGNIZED = 132,
+    MMS_UTIL_STATUS_READ = 133,
+};
+// What the text readers give for a word they do not know.
+#define MMS_UTIL_INVALID_CODE 255
+
+// Shared conversions and helpers of the MMS applications. All members are static.
+class TAVMMS_EXPORT MMS_UTIL_Common
+{
+public:
+    // Content-type numbers (see mime_type_table.h).
+    // Number of type + "/" + subtype, compared without regard to case; 86 when unknown.
+    static unsigned char mimeTypeGetValue(QString type, QString subtype);
+    // Splits the name of `value` at its first "/" and returns 0; returns 1 and leaves both outputs
+    // unchanged when the number has no name.
+    static unsigned char mimeTypeGetName(unsigned char value, QString& type, QString& subtype);
+
+    // Text forms of header values, the vocabulary of the mail file's header block.
+    // "<name>[EMAIL|PLMN|UNKNOWN]address".
+    static QString entryToString(MMS_UTIL_Entry entry);
+    // A new entry made with `new`; the caller owns it. Missing marks are not reported: the
+    // pieces are cut wherever the marks' positions (-1 when missing) say.
+    static MMS_UTIL_Entry* stringToEntry(QString text);
+    static void stringToEntry(QString text, MMS_UTIL_Entry* entry);
+    // Each entry's text followed by ","; files written by older releases rely on the trailing
+    // separator. An empty list gives "".
+    static QString entryListToString(MMS_UTIL_EntryList list);
+    // A list of entries made with `new`, auto-delete off: the receiver decides who owns them.
+    static MMS_UTIL_EntryList stringToEntryList(QString text);
+    // Appends the entries read from `text` to `list` without clearing it.
+    static void stringToEntryList(QString text, MMS_UTIL_EntryList* list);
+    // "type/subtype params"; the blank is written also when the parameters are empty.
+    static QString contentTypeToString(MMS_CONTENT_TYPE_T contentType);
+    static MMS_CONTENT_TYPE_T stringToContentType(QString text);
+    // "Low", "Normal", "High" for 128, 129, 130; "Invalid_Priority" for any other code.
+    static QString priorityToString(unsigned char priority);
+    // 128, 129, 130 for the exact words; 255 for anything else.
+    static unsigned char stringToPriority(QString text);
+    // "Expired", "Retrived", "Rejected", "Deferred", "Unrecognized", "Read" for 128 to 133; a null
+    // string for any other code.
+    static QString statusToString(unsigned char status);
+    // 128 to 132 for the first five words; "Read" is written but reads as 255, like any unknown
+    // word.
+    static unsigned char stringToStatus(QString text);
+    static QString boolToString(bool value);
+    // True only for exactly "True".
+    static bool stringToBool(QString text);
+    // Reads "Sat May 2 03:40:13 1998" by fixed positions; a null text or one too short for the
+    // month gives a null date-time, a missing time gives 00:00:00.
+    static QDateTime stringToTime(QString text);
+
+    // Working directories. Each is only a text ending in "/"; nothing is created here.
+    // $TAV_LOCAL_DOWNLOAD_PATH + "mms/" (a "/" is put between when the value does not end in one;
+    // an unset variable gives "/mms/"). The variable is read on every call.
+    static QString getWorkDir();
+    static QString getMailFileDir();         // getWorkDir() + "mailfile/"
+    static QString getQuickPageDir();        // getWorkDir() + "predesigned/"
+    static QString getQuickPageFactoryDir(); // "/usr/language/quickpage/"
+    static QString getTmpDir();              // getWorkDir() + "tmp/"
+    // getMailFileDir() + id + ".mms".
+    static QString msgDBIDToMailFileName(unsigned int id);
+    // The next name from a per-process counter that starts at 0 with each load of the library:
+    // "tmp" + the counter as five digits + an extension, in the temporary or mail file directory,
+    // for the content types that have an extension; the bare digits for any other type. No check
+    // is made that the name is free, so names repeat after a restart by design.
+    static QString generateFileName(unsigned char contentType);
+    // Creates an empty file under generateFileName()'s name and returns the name; "" when the file
+    // cannot be created.
+    static QString createTempFile(unsigned char contentType);
+};
+
+#endif

@@ -1,0 +1,57 @@
+#ifndef TAVMMS_QT2COMPAT_H
+#define TAVMMS_QT2COMPAT_H
+
+// The interface keeps the names of the Qt generation it was first written for; this header maps
+// them onto Qt 6 once, so that every other header can use the old names unchanged.
+
+#include "tavmms_global.h"
+
+#include <QByteArray>
+#include <QList>
+
+using QCString = QByteArray;
+template <typename T> using QValueList = QList<T>;
+
+class MMS_UTIL_Entry;
+
+// The old pointer list of address entries. It holds entries made with `new` and owns them only
+// while its auto-delete flag is on. A copy holds the same pointers with auto-delete off, so a copy
+// never deletes what the original owns: recipients handed around by value rely on that.
+class TAVMMS_EXPORT MMS_UTIL_EntryList
+{
+public:
+    using const_iterator = QList<MMS_UTIL_Entry*>::const_iterator;
+
+    MMS_UTIL_EntryList() = default;
+    MMS_UTIL_EntryList(const MMS_UTIL_EntryList& other);
+    MMS_UTIL_EntryList& operator=(const MMS_UTIL_EntryList& other);
+    // Clears the list: the entries are deleted when auto-delete is on.
+    ~MMS_UTIL_EntryList();
+
+    void setAutoDelete(bool enable) { autoDelete_ = enable; }
+    bool autoDelete() const { return autoDelete_; }
+
+    // Appends a pointer (null is kept as an empty slot); the list owns it only while auto-delete
+    // is on.
+    void append(MMS_UTIL_Entry* entry);
+    // The entry at `index`, or null when `index` is out of range.
+    MMS_UTIL_Entry* at(uint index) const;
+    uint count() const { return uint(items_.size()); }
+    bool isEmpty() const { return items_.isEmpty(); }
+    // Removes every node, deleting the entries when auto-delete is on.
+    void clear();
+    // Removes the node at `index` (deleting its entry when auto-delete is on); false when out of
+    // range.
+    bool remove(uint index);
+    // Destroys and frees `item` (an MMS_UTIL_Entry) when auto-delete is on and it is not null.
+    void deleteItem(void* item);
+
+    const_iterator begin() const { return items_.cbegin(); }
+    const_iterator end() const { return items_.cend(); }
+
+private:
+    QList<MMS_UTIL_Entry*> items_;
+    bool autoDelete_ = false;
+};
+
+#endif

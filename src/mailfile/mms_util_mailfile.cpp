@@ -1,0 +1,412 @@
+#include "mms_util_mailfile.h"
+
+#include "filesync.h"
+#include "mms_util_common.h"
+#include "qt2string.h"
+
+#include <QDataStream>
+#include <QFile>
+#include <QFileDevice>
+#include <QLocale>
+#include <QTextStream>
+
+#include <cerrno>
+#include <cstdio>
+#include <memory>
+#include <new>
+
+namespace {
+
+enum KeyIndex {
+    kFrom,
+    kTo,
+    kCc,
+    kBcc,
+    kSubject,
+    kSendDate,
+    kDelivery,
+    kExpiry,
+    kMessageId,
+    kContentType,
+    kPriority,
+    kSenderVisibility,
+    kDeliveryReport,
+    kReadReplyReport,
+    kMessageSize,
+};
+
+// The stored spellings, mixed conventions included, are the file format.
+const char* const kKeys[MMS_UTIL_MAILFILE_KEY_COUNT] = {
+    "From:",         "To:",       "CC:",           "BCC:",
+    "Subject:",      "Send_Date:", "Delivery:",    "Expiry:",
+    "Message_ID:",   "Content_Type:", "Priority:", "Sender_Visibility:",
+    "DeliveryReport:", "ReadReplyReport:", "Message_Size:",
+};
+
+const quint32 kRecordSize = 16;
+
+// "Sat May 2 03:40:13 1998" for a date-time whose date and time are both valid; a null text
+// for any other, so that the line ends after the key's blank.
+QString dateText(const QDateTime& dateTime)
+{
+    if (dateTime.isNull() || !dateTime.date().isValid() || !dateTime.time().isValid())
+        return QString();
+    const QDate date = dateTime.date();
+    const QLocale c = QLocale::c();
+    return c.dayName(date.dayOfWeek(), QLocale::ShortFormat) + QLatin1Char(' ') +
+           c.monthName(date.month(), QLocale::ShortFormat) + QLatin1Char(' ') +
+           QString::number(date.day()) + QLatin1Char(' ') +
+           dateTime.time().toString(QStringLiteral("hh:mm:ss")) + QLatin1Char(' ') +
+           QString::number(date.year());
+}
+
+void headerToValueTexts(const MMS_UTIL_MsgHeaderBase& h, QString* values)
+{
+    values[kFrom] = MMS_UTIL_Common::entryToString(h.from);
+    values[kTo] = MMS_UTIL_Common::entryListToString(h.toList);
+    values[kCc] = MMS_UTIL_Common::entryListToString(h.ccList);
+    values[kBcc] = MMS_UTIL_Common::entryListToString(h.bccList);
+    values[kSubject] = h.subject;
+    values[kSendDate] = dateText(h.sendDate);
+    values[kDelivery] = dateText(h.deliveryTime);
+    values[kExpiry] = QStringLiteral("%1").arg(qulonglong(h.expiry), 0, 10);
+    values[kMessageId] = h.messageId;
+    values[kContentType] = MMS_UTIL_Common::contentTypeToString(h.contentType);
+    values[kPriority] = MMS_UTIL_Common::priorityToString(h.priority);
+    values[kSenderVisibility] = MMS_UTIL_Common::boolToString(h.senderVisibility);
+    values[kDeliveryReport] = MMS_UTIL_Common::boolToString(h.deliveryReport);
+    values[kReadReplyReport] = MMS_UTIL_Common::boolToString(h.readReplyReport);
+    values[kMessageSize] = QString::number(h.messageSize, 10);
+}
+
+// Reads a recipient list into the header; the list read is freed once the header has its copies.
+template <typename Setter>
+void setList(MMS_UTIL_MsgHeaderBase* h, Setter setter, const QString& text)
+{
+    MMS_UTIL_EntryList list = MMS_UTIL_Common::stringToEntryList(text);
+    list.setAutoDelete(true);
+    (h->*setter)(list);
+}
+
+void valueTextsToHeader(const QString* values, MMS_UTIL_MsgHeaderBase* h)
+{
+    MMS_UTIL_Entry from;
+    MMS_UTIL_Common::stringToEntry(values[kFrom], &from);
+    h->setFrom(from);
+    setList(h, &MMS_UTIL_MsgHeaderBase::setTo, values[kTo]);
+    setList(h, &MMS_UTIL_MsgHeaderBase::setCc, values[kCc]);
+    setList(h, &MMS_UTIL_MsgHeaderBase::setBcc, values[kBcc]);
+    h->subject = values[kSubject];
+    h->sendDate = MMS_UTIL_Common::stringToTime(values[kSendDate]);
+    h->deliveryTime = MMS_UTIL_Common::stringToTime(values[kDelivery]);
+    h->expiry = values[kExpiry].toUInt(nullptr, 10);
+    h->messageId = values[kMessageId];
+    const MMS_CONTENT_TYPE_T contentType = MMS_UTIL_Common::stringToContentType(values[kContentType]);
+    h->contentType.type = contentType.type;
+    h->contentType.subtype = contentType.subtype;
+    h->contentType.params = contentType.params;
+    h->setPriority(MMS_UTIL_Common::stringToPriority(values[kPriority]));
+    h->senderVisibility = MMS_UTIL_Common::stringToBool(values[kSenderVisibility]);
+    h->deliveryReport = MMS_UTIL_Common::stringToBool(values[kDeliveryReport]);
+    h->readReplyReport = MMS_UTIL_Common::stringToBool(values[kReadReplyReport]);
+    h->messageSize = values[kMessageSize].toUInt(nullptr, 10);
+}
+
+bool deviceFailed(QTextStream& stream)
+{
+    if (stream.status() != QTextStream::Ok)
+        return true;
+    const auto* file = qobject_cast<const QFileDevice*>(stream.device());
+    return file && file->error() != QFileDevice::NoError;
+}
+
+// Writes all of `data`; a short count is a failure even when the device reports no error (a
+// full disk can show up only so).
+bool writeAll(QIODevice& device, const char* data, qint64 size)
+{
+    return device.write(data, size) == size;
+}
+
+// Opens `file` read-only when it exists; the readers fail alike on both counts.
+bool openExisting(QFile& file)
+{
+    return file.exists() && file.open(QIODevice::ReadOnly);
+}
+
+void openUtf8Stream(QTextStream& stream)
+{
+    stream.setEncoding(QStringConverter::Utf8);
+    stream.setAutoDetectUnicode(false);
+}
+
+// Keeps errno across the cleanup that follows a failure, so that the caller still sees why the
+// write failed (a full disk is reported as such).
+class ErrnoKeeper
+{
+public:
+    ErrnoKeeper() : saved_(errno) {}
+    ~ErrnoKeeper() { errno = saved_; }
+
+private:
+    int saved_;
+};
+
+int writeResult(int r) { return r == 0 ? 0 : (errno == ENOSPC ? MMS_UTIL_MAILFILE_NO_SPACE : r); }
+
+} // namespace
+
+MMS_UTIL_MailFile::MMS_UTIL_MailFile(QString fileName)
+    : fileName(fileName), header(nullptr), body(nullptr), bodyLength(0)
+{
+    for (int i = 0; i < MMS_UTIL_MAILFILE_KEY_COUNT; ++i)
+        keyTexts[i] = QLatin1String(kKeys[i]);
+}
+
+MMS_UTIL_MailFile::~MMS_UTIL_MailFile() = default;
+
+MMS_UTIL_MAILFILE_HEADER_T MMS_UTIL_MailFile::readMailFileHeader()
+{
+    MMS_UTIL_MAILFILE_HEADER_T record{0, 0, 0, 0};
+    QFile file(fileName);
+    if (!file.open(QIODevice::ReadOnly))
+        return record;
+    QDataStream in(&file);
+    in >> record.headerTextOffset >> record.reserved >> record.bodyOffset >> record.bodyLength;
+    return record;
+}
+
+int MMS_UTIL_MailFile::readMultipartBody(unsigned char** buf, unsigned int* len)
+{
+    if (!buf || !len)
+        return 1;
+    QFile file(fileName);
+    if (!openExisting(file))
+        return 1;
+    const qint64 size = file.size();
+    quint32 headerTextOffset = 0, reserved = 0, bodyOffset = 0;
+    QDataStream in(&file);
+    in >> headerTextOffset >> reserved >> bodyOffset >> *len;
+    if (!(bodyOffset < size && *len < size && *len != 0))
+        return 1;
+    std::unique_ptr<unsigned char[]> buffer(new (std::nothrow) unsigned char[*len]);
+    if (!buffer)
+        return 1;
+    // A short read is an error too: the buffer would otherwise end in bytes never read.
+    const qint64 got = file.read(reinterpret_cast<char*>(buffer.get()), *len);
+    if (got != qint64(*len) || file.error() != QFileDevice::NoError)
+        return 1;
+    *buf = buffer.release();
+    return 0;
+}
+
+int MMS_UTIL_MailFile::readMsgHeader(MMS_UTIL_MsgHeaderBase* header)
+{
+    if (!header)
+        return 1;
+    QFile file(fileName);
+    if (!openExisting(file))
+        return 1;
+    const qint64 size = file.size();
+    quint32 headerTextOffset = 0;
+    QDataStream(&file) >> headerTextOffset;
+    // An offset equal to the size is an empty block, not an error.
+    if (headerTextOffset > size || !file.seek(headerTextOffset))
+        return 1;
+    QTextStream stream(&file);
+    openUtf8Stream(stream);
+    readMsgHeaderFrom(stream, header);
+    return 0;
+}
+
+int MMS_UTIL_MailFile::loadMailFile()
+{
+    QFile file(fileName);
+    if (!openExisting(file))
+        return 1;
+    const qint64 size = file.size();
+    quint32 headerTextOffset = 0, reserved = 0, bodyOffset = 0;
+    QDataStream in(&file);
+    in >> headerTextOffset >> reserved >> bodyOffset >> bodyLength;
+    if (!(bodyOffset < size && bodyLength < size && headerTextOffset < size && reserved < size))
+        return 1;
+    // Zero-filled, since a short read is not looked at here: the body then ends in zeros.
+    body = new unsigned char[bodyLength]();
+    (void)file.read(reinterpret_cast<char*>(body), bodyLength);
+    // The header is read straight after the body, whatever the recorded offset says.
+    QTextStream stream(&file);
+    openUtf8Stream(stream);
+    header = new MMS_UTIL_MsgHeaderBase;
+    readMsgHeaderFrom(stream, header);
+    return 0;
+}
+
+int MMS_UTIL_MailFile::createMailFile()
+{
+    if (QFile::exists(fileName) && !QFile::remove(fileName))
+        return 1;
+    return 0;
+}
+
+int MMS_UTIL_MailFile::writeMailFile(unsigned char* body, unsigned int len,
+                                     MMS_UTIL_MsgHeaderBase* header)
+{
+    this->header = header;
+    this->body = body;
+    bodyLength = len;
+    return writeResult(saveToMailFile());
+}
+
+int MMS_UTIL_MailFile::writeMultipartBody(unsigned char* body, unsigned int len)
+{
+    // The stored header takes the place of a default one; nothing is made before the load.
+    header = nullptr;
+    int r = loadMailFile();
+    if (r != 0)
+        return r;
+    delete[] this->body;
+    this->body = body;
+    bodyLength = len;
+    r = saveToMailFile();
+    const ErrnoKeeper keep;
+    bodyLength = 0;
+    this->body = nullptr;
+    delete header;
+    header = nullptr;
+    return writeResult(r);
+}
+
+int MMS_UTIL_MailFile::writeMsgHeader(MMS_UTIL_MsgHeaderBase* header)
+{
+    int r = loadMailFile();
+    if (r != 0)
+        return r;
+    delete this->header;
+    this->header = header;
+    r = saveToMailFile();
+    const ErrnoKeeper keep;
+    this->header = nullptr;
+    delete[] body;
+    body = nullptr;
+    return writeResult(r);
+}
+
+int MMS_UTIL_MailFile::saveToMailFile()
+{
+    if (!header || (!body && bodyLength != 0)) {
+        errno = EINVAL;
+        return 1;
+    }
+    const QString tmpName = fileName + QStringLiteral(".tmp");
+    if (QFile::exists(tmpName))
+        QFile::remove(tmpName);
+    QFile file(tmpName);
+    if (!file.open(QIODevice::WriteOnly))
+        return 1;
+
+    // A failure while writing leaves the ".tmp" file behind; the next save of this name removes it.
+    {
+        QDataStream out(&file);
+        out << quint32(bodyLength + kRecordSize) << quint32(0) << kRecordSize << quint32(bodyLength);
+        if (out.status() != QDataStream::Ok || file.error() != QFileDevice::NoError) {
+            const ErrnoKeeper keep;
+            file.close();
+            return 1;
+        }
+    }
+    if (!writeAll(file, reinterpret_cast<const char*>(body), bodyLength) ||
+        file.error() != QFileDevice::NoError) {
+        const ErrnoKeeper keep;
+        file.close();
+        return 1;
+    }
+    {
+        QTextStream stream(&file);
+        openUtf8Stream(stream);
+        if (!serializeMsgHeaderTo(stream)) {
+            const ErrnoKeeper keep;
+            file.close();
+            return 1;
+        }
+    }
+
+    // The new data reaches stable storage before the old file goes, so that a power cut never
+    // leaves a torn file under the mail file's name. A failed flush is a failed write.
+    if (!file.flush() || tavmms::syncDescriptor(file.handle()) != 0) {
+        const ErrnoKeeper keep;
+        file.close();
+        QFile::remove(tmpName);
+        return 1;
+    }
+    file.close();
+    if (file.error() != QFileDevice::NoError) {
+        const ErrnoKeeper keep;
+        QFile::remove(tmpName);
+        return 1;
+    }
+
+    // Remove, then rename: readers that look for the ".tmp" file rely on this order.
+    if (QFile::exists(fileName) && !QFile::remove(fileName)) {
+        const ErrnoKeeper keep;
+        QFile::remove(tmpName);
+        return 1;
+    }
+    // Both names are encoded as QFile encodes them, so that the rename finds the file it wrote.
+    if (std::rename(QFile::encodeName(tmpName).constData(),
+                    QFile::encodeName(fileName).constData()) < 0) {
+        const ErrnoKeeper keep;
+        QFile::remove(tmpName);
+        return 1;
+    }
+    return tavmms::syncParentDirectory(fileName) == 0 ? 0 : 1;
+}
+
+bool MMS_UTIL_MailFile::serializeMsgHeaderTo(QTextStream& stream)
+{
+    QIODevice* device = stream.device();
+    if (!header || !device)
+        return false;
+    headerToValueTexts(*header, valueTexts);
+    stream << "\n";
+    for (int i = 0; i < MMS_UTIL_MAILFILE_KEY_COUNT; ++i) {
+        // The line goes out as raw UTF-8, whatever the stream's own encoder would make of it;
+        // it is cut at a U+0000, as the text is written zero-terminated.
+        QByteArray line = (keyTexts[i] + QLatin1Char(' ') + valueTexts[i]).toUtf8();
+        line.truncate(qsizetype(qstrlen(line.constData())));
+        stream.flush();
+        const bool written = writeAll(*device, line.constData(), line.size());
+        stream << "\n";
+        stream.flush();
+        if (!written || deviceFailed(stream))
+            return false;
+    }
+    return true;
+}
+
+void MMS_UTIL_MailFile::readMsgHeaderFrom(QTextStream& stream, MMS_UTIL_MsgHeaderBase* header)
+{
+    if (!header)
+        return;
+    int lastKey = -1;
+    while (!stream.atEnd()) {
+        const QString line = stream.readLine();
+        const int blank = int(line.indexOf(QLatin1Char(' ')));
+        // Without a blank the whole line is the key candidate (and, for a key, the value).
+        const int key = judgeString(tavmms::qt2Left(line, blank));
+        if (key < MMS_UTIL_MAILFILE_KEY_COUNT) {
+            valueTexts[key] = tavmms::qt2Right(line, int(line.size()) - blank - 1);
+            lastKey = key;
+        } else if (lastKey == kSubject) {
+            valueTexts[kSubject] += QLatin1Char('\n') + line;
+        }
+    }
+    valueTextsToHeader(valueTexts, header);
+}
+
+int MMS_UTIL_MailFile::judgeString(QString key)
+{
+    for (int i = 0; i < MMS_UTIL_MAILFILE_KEY_COUNT; ++i) {
+        if (keyTexts[i] == key)
+            return i;
+    }
+    return MMS_UTIL_MAILFILE_KEY_COUNT;
+}

@@ -1,0 +1,16 @@
+#ifndef TAVMMSUTILITY_H
+#define TAVMMSUTILITY_H
+
+// The whole public interface of libtavmmsutility.
+
+#include "mime_type_table.h"
+#include "mms_content_type.h"
+#include "mms_util_common.h"
+#include "mms_util_entry.h"
+#include "mms_util_mailfile.h"
+#include "mms_util_msgheaderbase.h"
+#include "mms_util_tool.h"
+#include "qt2compat.h"
+#include "tavmms_global.h"
+
+#endif
