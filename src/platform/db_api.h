@@ -1,0 +1,115 @@
+#ifndef TAVPLATFORM_DB_API_H
+#define TAVPLATFORM_DB_API_H
+
+// The device database as applications call it: a plain function interface over opaque handles.
+// Every function returns a result code of db_result.h (0 success) unless said otherwise; none
+// throws. Handles are opaque: a null, closed or foreign handle gives DB_ERR_NULL_HANDLE or
+// DB_ERR_INVALID_HANDLE, never a crash.
+//
+// Transactions: a process has one connection to the database. The first transaction opened is a
+// real transaction; one begun while another is open nests inside it and ends before it (commit
+// merges its changes into the enclosing one, abort undoes only its own). Statements of a nested
+// transaction see the uncommitted changes of the enclosing one: a process reads its own pending
+// writes. Other processes see only what was committed by the outermost transaction.
+
+#include "db_result.h"
+#include "platform_global.h"
+
+extern "C" {
+
+// Schema type codes.
+enum {
+    DB_TYPE_TIME = 2,       // 4-byte time value
+    DB_TYPE_CHAR_TEXT = 8,  // zero-terminated 8-bit text
+    DB_TYPE_UCS2_TEXT = 32, // zero-terminated 16-bit text
+    DB_TYPE_INT16 = 128,    // 2-byte integer
+    DB_TYPE_INT32 = 256,    // 4-byte integer
+};
+
+// Binding codes, one per schema type.
+enum {
+    DB_BIND_TIME = 1,
+    DB_BIND_INT16 = 2,
+    DB_BIND_INT32 = 3,
+    DB_BIND_CHAR_TEXT = 8,
+    DB_BIND_UCS2_TEXT = 10,
+};
+
+// Cursor orders.
+enum {
+    DB_CURSOR_ASCENDING = 1,
+    DB_CURSOR_DESCENDING = 2,
+};
+
+// One field of a table schema, 44 bytes as laid out in memory. A schema is an array of them
+// ended by an entry whose tag is zero.
+typedef struct DB_SCHEMA_T {
+    char tag[4];         // "dste" in every field entry
+    char name[32];       // zero-terminated, zero-padded
+    unsigned short size; // bytes of the field's value (text: terminator included)
+    unsigned short type; // DB_TYPE_*
+    unsigned short flag; // 1: the field is indexed
+    unsigned short reserved;
+} DB_SCHEMA_T;
+
+// One field of a record structure: which table field lives where in the record.
+typedef struct DB_BIND_T {
+    const char* name;    // table field name
+    unsigned int code;   // DB_BIND_*
+    unsigned int offset; // byte offset in the record
+    unsigned int size;   // bytes in the record
+} DB_BIND_T;
+
+// Returns the binding array and writes its entry count.
+typedef const DB_BIND_T* (*DB_BIND_FUNC_T)(unsigned int* count);
+
+// The device's database, opened once per process; null when it cannot be opened.
+TAVPLATFORM_EXPORT void* DB_DB_GetNativeDB(void);
+// Non-zero when the table exists.
+TAVPLATFORM_EXPORT int DB_DB_CheckTableExist(void* db, const char* table);
+// Creates a table with one column per schema field, an index on each field whose flag is 1, and
+// record ids given by the database and never reused.
+TAVPLATFORM_EXPORT int DB_TABLE_Create(void* db, const char* table, const DB_SCHEMA_T* schema);
+TAVPLATFORM_EXPORT int DB_TABLE_Open(void* db, void** table, const char* name);
+TAVPLATFORM_EXPORT int DB_TABLE_Close(void* table);
+
+// A binding checked against the table's schema (name, code, size) entry by entry.
+TAVPLATFORM_EXPORT int DB_STRUCT_BindToTable(void* table, DB_BIND_FUNC_T bind, void** handle);
+TAVPLATFORM_EXPORT int DB_STRUCT_BindToCursor(void* cursor, DB_BIND_FUNC_T bind, void** handle);
+TAVPLATFORM_EXPORT int DB_STRUCT_CloseBind(void* handle);
+
+// Begins a transaction into `*txn`. `flags` must be 0. Refused with DB_ERR_TXN_ACTIVE, leaving
+// `*txn` as it is, when `*txn` already holds an open transaction: its changes would be lost.
+TAVPLATFORM_EXPORT int DB_TXN_Begin(void** txn, int flags);
+TAVPLATFORM_EXPORT int DB_TXN_Commit(void* txn);
+TAVPLATFORM_EXPORT int DB_TXN_Abort(void* txn);
+
+// Record operations. Texts are read from the record up to their terminator (or the field's
+// end). On fetch the record's bound fields are written: a text too long for its field is cut so
+// that the terminator fits, and the rest of the field is zero. 16-bit texts hold their units high
+// byte first, as the platform's wide-character interfaces read them.
+TAVPLATFORM_EXPORT int DB_TABLE_Insert(void* txn, void* table, void* record, void* bind,
+                                       unsigned int* id);
+TAVPLATFORM_EXPORT int DB_TABLE_Update(void* txn, void* table, unsigned int id, void* record,
+                                       void* bind);
+TAVPLATFORM_EXPORT int DB_TABLE_Delete(void* txn, void* table, unsigned int id);
+TAVPLATFORM_EXPORT int DB_TABLE_FetchRecord(void* txn, void* table, unsigned int id, void* record,
+                                            unsigned int size, void* bind);
+
+// A cursor over the table whose handle is at `*table`, ordered by `field` (then by id).
+TAVPLATFORM_EXPORT int DB_CURSOR_Open(void* txn, void** table, int order, const char* field,
+                                      void** cursor);
+TAVPLATFORM_EXPORT int DB_CURSOR_Close(void* cursor);
+// Moves the cursor to the first record, in its order, that meets every condition of the term.
+TAVPLATFORM_EXPORT int DB_CURSOR_Locate(void* cursor, void* term);
+TAVPLATFORM_EXPORT int DB_CURSOR_GetCurrentRecordInfo(void* cursor, unsigned int* id, void** table);
+
+// A search term: a set of conditions that must all hold. DB_TERM_Open returns null only when
+// memory runs out.
+TAVPLATFORM_EXPORT void* DB_TERM_Open(void);
+TAVPLATFORM_EXPORT int DB_TERM_CHAR_Equal(void* term, const char* field, const char* text);
+TAVPLATFORM_EXPORT int DB_TERM_Close(void* term);
+
+} // extern "C"
+
+#endif

@@ -1,0 +1,189 @@
+// The only place that talks to the SQL engine directly.
+#include "sqlconnection.h"
+
+#include <QFile>
+
+#include <sqlite3.h>
+
+namespace tavplatform::sql
+{
+
+Status Connection::statusOf(int code)
+{
+    switch (code & 0xFF) {
+    case SQLITE_OK:
+    case SQLITE_DONE:
+        return Status::Ok;
+    case SQLITE_ROW:
+        return Status::Row;
+    case SQLITE_BUSY:
+    case SQLITE_LOCKED:
+        return Status::Busy;
+    case SQLITE_FULL:
+        return Status::Full;
+    case SQLITE_CORRUPT:
+    case SQLITE_NOTADB:
+        return Status::Corrupt;
+    case SQLITE_IOERR:
+        return Status::IoError;
+    case SQLITE_CONSTRAINT:
+        return Status::Constraint;
+    case SQLITE_CANTOPEN:
+        return Status::CantOpen;
+    case SQLITE_READONLY:
+    case SQLITE_PERM:
+        return Status::ReadOnly;
+    default:
+        return Status::Error;
+    }
+}
+
+Statement::Statement(sqlite3_stmt* statement) : statement_(statement) {}
+
+Statement::~Statement()
+{
+    sqlite3_finalize(statement_);
+}
+
+void Statement::bindInt(int index, qint64 value)
+{
+    sqlite3_bind_int64(statement_, index, value);
+}
+
+void Statement::bindText(int index, const QByteArray& text)
+{
+    sqlite3_bind_text(statement_, index, text.constData(), int(text.size()), SQLITE_TRANSIENT);
+}
+
+void Statement::bindNull(int index)
+{
+    sqlite3_bind_null(statement_, index);
+}
+
+Status Statement::step()
+{
+    return Connection::statusOf(sqlite3_step(statement_));
+}
+
+qint64 Statement::columnInt(int column) const
+{
+    return sqlite3_column_int64(statement_, column);
+}
+
+QByteArray Statement::columnText(int column) const
+{
+    const auto* text = reinterpret_cast<const char*>(sqlite3_column_text(statement_, column));
+    return QByteArray(text, sqlite3_column_bytes(statement_, column));
+}
+
+bool Statement::columnIsNull(int column) const
+{
+    return sqlite3_column_type(statement_, column) == SQLITE_NULL;
+}
+
+void Statement::reset()
+{
+    sqlite3_reset(statement_);
+    sqlite3_clear_bindings(statement_);
+}
+
+Connection::Connection(sqlite3* db) : db_(db) {}
+
+Connection::~Connection()
+{
+    statements_.clear(); // finalized before the connection closes
+    sqlite3_close(db_);
+}
+
+std::unique_ptr<Connection> Connection::open(const QString& path, Status* status, int busyTimeoutMs)
+{
+    sqlite3* db = nullptr;
+    const int flags = SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_NOMUTEX;
+    const int rc = sqlite3_open_v2(QFile::encodeName(path).constData(), &db, flags, nullptr);
+    std::unique_ptr<Connection> connection(db ? new Connection(db) : nullptr);
+    *status = statusOf(rc);
+    if (rc != SQLITE_OK)
+        return nullptr;
+    sqlite3_extended_result_codes(db, 1);
+    sqlite3_busy_timeout(db, busyTimeoutMs);
+    // WAL lets readers in other processes go on while one writes; FULL makes a commit survive a
+    // power cut, not only a crash of the process.
+    for (const char* pragma : {"PRAGMA journal_mode=WAL", "PRAGMA synchronous=FULL"}) {
+        *status = connection->exec(pragma);
+        if (*status != Status::Ok)
+            return nullptr;
+    }
+    return connection;
+}
+
+Status Connection::exec(const char* sql)
+{
+    return statusOf(sqlite3_exec(db_, sql, nullptr, nullptr, nullptr));
+}
+
+Statement* Connection::cached(const std::string& sql, Status* status)
+{
+    auto found = statements_.find(sql);
+    if (found != statements_.end()) {
+        *status = Status::Ok;
+        return found->second.get();
+    }
+    sqlite3_stmt* raw = nullptr;
+    const int rc = sqlite3_prepare_v3(db_, sql.c_str(), int(sql.size()), SQLITE_PREPARE_PERSISTENT,
+                                      &raw, nullptr);
+    *status = statusOf(rc);
+    if (rc != SQLITE_OK) {
+        sqlite3_finalize(raw);
+        return nullptr;
+    }
+    auto& slot = statements_[sql];
+    slot.reset(new Statement(raw));
+    return slot.get();
+}
+
+qint64 Connection::lastInsertRowId() const
+{
+    return sqlite3_last_insert_rowid(db_);
+}
+
+int Connection::changes() const
+{
+    return sqlite3_changes(db_);
+}
+
+bool Connection::inTransaction() const
+{
+    return sqlite3_get_autocommit(db_) == 0;
+}
+
+QString Connection::lastError() const
+{
+    return QString::fromUtf8(sqlite3_errmsg(db_));
+}
+
+ScopedTransaction::ScopedTransaction(Connection& connection) : connection_(connection) {}
+
+ScopedTransaction::~ScopedTransaction()
+{
+    if (open_) {
+        connection_.exec("ROLLBACK TO tav_scoped");
+        connection_.exec("RELEASE tav_scoped");
+    }
+}
+
+Status ScopedTransaction::begin()
+{
+    const Status status = connection_.exec("SAVEPOINT tav_scoped");
+    open_ = status == Status::Ok;
+    return status;
+}
+
+Status ScopedTransaction::commit()
+{
+    const Status status = connection_.exec("RELEASE tav_scoped");
+    if (status == Status::Ok)
+        open_ = false;
+    return status;
+}
+
+} // namespace tavplatform::sql

@@ -1,0 +1,121 @@
+#ifndef TAVPLATFORM_SQLCONNECTION_H
+#define TAVPLATFORM_SQLCONNECTION_H
+
+#include "platform_global.h"
+
+#include <QByteArray>
+#include <QString>
+
+#include <map>
+#include <memory>
+#include <string>
+
+struct sqlite3;
+struct sqlite3_stmt;
+
+// A small RAII layer over the embedded SQL engine; the rest of the platform uses only this.
+namespace tavplatform::sql
+{
+
+enum class Status {
+    Ok,
+    Row,        // a statement produced a row
+    Busy,       // another connection holds the lock past the busy timeout
+    Full,       // the disk (or the database's size limit) is full
+    Corrupt,    // the file is not a sound database
+    IoError,    // the operating system failed a read or write
+    Constraint, // a uniqueness or other constraint failed
+    CantOpen,   // the file cannot be opened or created
+    ReadOnly,   // the file or directory is not writable
+    Error,      // anything else (a bad statement, misuse)
+};
+
+// A prepared statement. Bind indexes start at 1, column indexes at 0.
+class TAVPLATFORM_EXPORT Statement
+{
+public:
+    ~Statement();
+    Statement(const Statement&) = delete;
+    Statement& operator=(const Statement&) = delete;
+
+    void bindInt(int index, qint64 value);
+    // Text is bound as it is (bytes, no conversion), and copied.
+    void bindText(int index, const QByteArray& text);
+    void bindNull(int index);
+    // Row, Ok (done) or a failure.
+    Status step();
+    qint64 columnInt(int column) const;
+    QByteArray columnText(int column) const;
+    bool columnIsNull(int column) const;
+    // Ready for the next use: reset and bindings cleared.
+    void reset();
+
+private:
+    friend class Connection;
+    explicit Statement(sqlite3_stmt* statement);
+    sqlite3_stmt* statement_;
+};
+
+// Resets a statement when the scope that uses it ends, so that it never holds a read lock.
+class StatementUse
+{
+public:
+    explicit StatementUse(Statement& statement) : statement_(statement) {}
+    ~StatementUse() { statement_.reset(); }
+    StatementUse(const StatementUse&) = delete;
+    StatementUse& operator=(const StatementUse&) = delete;
+    Statement* operator->() { return &statement_; }
+
+private:
+    Statement& statement_;
+};
+
+// One connection, in WAL mode with synchronous=FULL and a busy timeout. Statements prepared
+// through cached() live as long as the connection.
+class TAVPLATFORM_EXPORT Connection
+{
+public:
+    static std::unique_ptr<Connection> open(const QString& path, Status* status,
+                                            int busyTimeoutMs = 5000);
+    ~Connection();
+    Connection(const Connection&) = delete;
+    Connection& operator=(const Connection&) = delete;
+
+    // Runs statements that return no rows.
+    Status exec(const char* sql);
+    // The prepared statement for `sql`, made on first use; null (with `status`) when it fails.
+    Statement* cached(const std::string& sql, Status* status);
+    qint64 lastInsertRowId() const;
+    int changes() const;
+    // True while a transaction is open on this connection.
+    bool inTransaction() const;
+    QString lastError() const;
+    // Maps an engine result code to a status.
+    static Status statusOf(int code);
+
+private:
+    explicit Connection(sqlite3* db);
+    sqlite3* db_;
+    std::map<std::string, std::unique_ptr<Statement>> statements_;
+};
+
+// A savepoint that rolls back unless commit() ran; usable inside and outside a transaction.
+class TAVPLATFORM_EXPORT ScopedTransaction
+{
+public:
+    explicit ScopedTransaction(Connection& connection);
+    ~ScopedTransaction();
+    ScopedTransaction(const ScopedTransaction&) = delete;
+    ScopedTransaction& operator=(const ScopedTransaction&) = delete;
+
+    Status begin();
+    Status commit();
+
+private:
+    Connection& connection_;
+    bool open_ = false;
+};
+
+} // namespace tavplatform::sql
+
+#endif

@@ -1,0 +1,808 @@
+#include "sqlite_database.h"
+
+#include "platform_dir.h"
+#include "sqlconnection.h"
+
+#include <QByteArray>
+
+#include <cctype>
+#include <cstring>
+#include <map>
+#include <string>
+#include <vector>
+
+namespace tavplatform
+{
+
+using sql::Status;
+
+namespace
+{
+
+// Kept beside the tables: the schema each was created with, field by field.
+const char kCreateSchemaTable[] =
+    "CREATE TABLE IF NOT EXISTS tav_schema (tbl TEXT NOT NULL, idx INTEGER NOT NULL, "
+    "name TEXT NOT NULL, size INTEGER NOT NULL, type INTEGER NOT NULL, flag INTEGER NOT NULL, "
+    "PRIMARY KEY (tbl, idx))";
+const char kSelectTableExists[] = "SELECT 1 FROM tav_schema WHERE tbl = ? LIMIT 1";
+const char kSelectSchema[] =
+    "SELECT name, size, type, flag FROM tav_schema WHERE tbl = ? ORDER BY idx";
+const char kInsertSchemaField[] =
+    "INSERT INTO tav_schema (tbl, idx, name, size, type, flag) VALUES (?, ?, ?, ?, ?, ?)";
+
+// Schemas longer than this are taken as missing their terminating entry.
+const int kMaxSchemaFields = 1024;
+const qint64 kMaxRecordId = 0xFFFFFFFFLL;
+
+struct Field {
+    QByteArray name;
+    unsigned size;
+    unsigned type;
+    unsigned flag;
+};
+
+struct Table {
+    QByteArray name;
+    std::vector<Field> fields;
+
+    int fieldIndex(const QByteArray& field) const
+    {
+        for (size_t i = 0; i < fields.size(); ++i) {
+            if (fields[i].name == field)
+                return int(i);
+        }
+        return -1;
+    }
+};
+
+struct BoundField {
+    QByteArray name;
+    unsigned code;
+    unsigned offset;
+    unsigned size;
+};
+
+struct Bind {
+    QByteArray table;
+    std::vector<BoundField> fields;
+    std::string insertSql;
+    std::string updateSql;
+    std::string selectSql;
+};
+
+struct Txn {
+    int depth;
+    QByteArray savepoint; // empty for the outermost transaction
+};
+
+struct Cursor {
+    Table table;
+    QByteArray field;
+    int order;
+    void* txn;
+    bool hasCurrent = false;
+    unsigned currentId = 0;
+};
+
+struct Term {
+    std::vector<std::pair<QByteArray, QByteArray>> conditions;
+};
+
+int resultOf(Status status)
+{
+    switch (status) {
+    case Status::Ok:
+    case Status::Row:
+        return DB_OK;
+    case Status::Busy:
+        return DB_ERR_BUSY;
+    case Status::Full:
+        return DB_ERR_DISK_FULL;
+    case Status::Corrupt:
+        return DB_ERR_CORRUPT;
+    case Status::IoError:
+        return DB_ERR_IO;
+    case Status::CantOpen:
+        return DB_ERR_CANT_OPEN;
+    case Status::ReadOnly:
+        return DB_ERR_READ_ONLY;
+    case Status::Constraint:
+    case Status::Error:
+        break;
+    }
+    return DB_ERR_INTERNAL;
+}
+
+// Names become SQL identifiers, so only plain ones are taken.
+bool isPlainName(const QByteArray& name)
+{
+    if (name.isEmpty() || name.size() > 31 || name.startsWith("sqlite_") || name.startsWith("tav_"))
+        return false;
+    for (char c : name) {
+        if (!(std::isalnum(static_cast<unsigned char>(c)) || c == '_'))
+            return false;
+    }
+    return !std::isdigit(static_cast<unsigned char>(name.front()));
+}
+
+std::string quoted(const QByteArray& name)
+{
+    return '"' + name.toStdString() + '"';
+}
+
+unsigned typeOfBindCode(unsigned code)
+{
+    switch (code) {
+    case DB_BIND_TIME:
+        return DB_TYPE_TIME;
+    case DB_BIND_INT16:
+        return DB_TYPE_INT16;
+    case DB_BIND_INT32:
+        return DB_TYPE_INT32;
+    case DB_BIND_CHAR_TEXT:
+        return DB_TYPE_CHAR_TEXT;
+    case DB_BIND_UCS2_TEXT:
+        return DB_TYPE_UCS2_TEXT;
+    default:
+        return 0;
+    }
+}
+
+bool isTextType(unsigned type)
+{
+    return type == DB_TYPE_CHAR_TEXT || type == DB_TYPE_UCS2_TEXT;
+}
+
+// A field's size must fit its type: fixed for numbers, room for the terminator for texts.
+bool sizeFitsType(unsigned type, unsigned size)
+{
+    switch (type) {
+    case DB_TYPE_TIME:
+    case DB_TYPE_INT32:
+        return size == 4;
+    case DB_TYPE_INT16:
+        return size == 2;
+    case DB_TYPE_CHAR_TEXT:
+        return size >= 1;
+    case DB_TYPE_UCS2_TEXT:
+        return size >= 2 && size % 2 == 0;
+    default:
+        return false;
+    }
+}
+
+// 16-bit texts hold their units high byte first in memory.
+unsigned short loadUnit(const unsigned char* p)
+{
+    return static_cast<unsigned short>(p[0] << 8 | p[1]);
+}
+
+void storeUnit(unsigned char* p, char16_t unit)
+{
+    p[0] = static_cast<unsigned char>(unit >> 8);
+    p[1] = static_cast<unsigned char>(unit & 0xFF);
+}
+
+void bindValue(sql::Statement& statement, int index, const BoundField& field,
+               const unsigned char* record)
+{
+    const unsigned char* p = record + field.offset;
+    switch (field.code) {
+    case DB_BIND_CHAR_TEXT: {
+        const auto* text = reinterpret_cast<const char*>(p);
+        statement.bindText(index, QByteArray(text, qsizetype(qstrnlen(text, field.size))));
+        break;
+    }
+    case DB_BIND_UCS2_TEXT: {
+        QString text;
+        for (unsigned i = 0; 2 * i + 1 < field.size; ++i) {
+            const unsigned short unit = loadUnit(p + 2 * i);
+            if (unit == 0)
+                break;
+            text.append(QChar(unit));
+        }
+        statement.bindText(index, text.toUtf8());
+        break;
+    }
+    case DB_BIND_INT16: {
+        quint16 value;
+        std::memcpy(&value, p, sizeof value);
+        statement.bindInt(index, value);
+        break;
+    }
+    default: { // time and 32-bit integers
+        quint32 value;
+        std::memcpy(&value, p, sizeof value);
+        statement.bindInt(index, value);
+        break;
+    }
+    }
+}
+
+// Writes a fetched value into its (already zeroed) place in the record.
+void storeValue(const sql::Statement& statement, int column, const BoundField& field,
+                unsigned char* record)
+{
+    unsigned char* p = record + field.offset;
+    switch (field.code) {
+    case DB_BIND_CHAR_TEXT: {
+        const QByteArray text = statement.columnText(column);
+        std::memcpy(p, text.constData(), qMin<size_t>(size_t(text.size()), field.size - 1));
+        break;
+    }
+    case DB_BIND_UCS2_TEXT: {
+        const QString text = QString::fromUtf8(statement.columnText(column));
+        qsizetype units = qMin<qsizetype>(text.size(), field.size / 2 - 1);
+        // Never keep half of a surrogate pair at the cut.
+        if (units > 0 && units < text.size() && text.at(units - 1).isHighSurrogate())
+            --units;
+        for (qsizetype i = 0; i < units; ++i)
+            storeUnit(p + 2 * i, text.at(i).unicode());
+        break;
+    }
+    case DB_BIND_INT16: {
+        const auto value = static_cast<quint16>(statement.columnInt(column));
+        std::memcpy(p, &value, sizeof value);
+        break;
+    }
+    default: {
+        const auto value = static_cast<quint32>(statement.columnInt(column));
+        std::memcpy(p, &value, sizeof value);
+        break;
+    }
+    }
+}
+
+} // namespace
+
+struct SqliteDatabase::Impl {
+    QString path;
+    int busyTimeoutMs;
+    std::unique_ptr<sql::Connection> connection;
+    quintptr serial = 0x7a00;
+    std::map<void*, Table> tables;
+    std::map<void*, Bind> binds;
+    std::map<void*, Txn> txns;
+    std::vector<void*> txnStack;
+    std::map<void*, Cursor> cursors;
+    std::map<void*, Term> terms;
+
+    // Handles are serial numbers, never addresses, and never reused: a stale or forged handle is
+    // simply not found.
+    void* newHandle() { return reinterpret_cast<void*>(++serial); }
+
+    void* dbHandle() { return this; }
+
+    bool isDb(void* db) { return db && db == dbHandle() && connection; }
+
+    sql::Statement* statement(const std::string& text, int* result)
+    {
+        Status status;
+        sql::Statement* s = connection->cached(text, &status);
+        *result = s ? DB_OK : resultOf(status);
+        return s;
+    }
+
+    int loadTable(const QByteArray& name, Table* table)
+    {
+        int result;
+        sql::Statement* s = statement(kSelectSchema, &result);
+        if (!s)
+            return result;
+        sql::StatementUse use(*s);
+        use->bindText(1, name);
+        table->name = name;
+        Status status;
+        while ((status = use->step()) == Status::Row) {
+            table->fields.push_back({use->columnText(0), unsigned(use->columnInt(1)),
+                                     unsigned(use->columnInt(2)), unsigned(use->columnInt(3))});
+        }
+        if (status != Status::Ok)
+            return resultOf(status);
+        return table->fields.empty() ? DB_ERR_NO_TABLE : DB_OK;
+    }
+
+    int makeBind(const Table& table, DB_BIND_FUNC_T function, void** handle)
+    {
+        if (!function || !handle)
+            return DB_ERR_NULL_HANDLE;
+        unsigned count = 0;
+        const DB_BIND_T* entries = function(&count);
+        if (!entries || count == 0)
+            return DB_ERR_INVALID_ARGUMENT;
+        Bind bind{table.name, {}, {}, {}, {}};
+        std::string columns, placeholders, assignments;
+        for (unsigned i = 0; i < count; ++i) {
+            const DB_BIND_T& entry = entries[i];
+            if (!entry.name)
+                return DB_ERR_BIND_MISMATCH;
+            const int index = table.fieldIndex(QByteArray(entry.name));
+            if (index < 0)
+                return DB_ERR_BIND_MISMATCH;
+            const Field& field = table.fields[size_t(index)];
+            if (typeOfBindCode(entry.code) != field.type || entry.size != field.size)
+                return DB_ERR_BIND_MISMATCH;
+            bind.fields.push_back({field.name, entry.code, entry.offset, entry.size});
+            const std::string column = quoted(field.name);
+            const char* separator = i ? ", " : "";
+            columns += separator + column;
+            placeholders += std::string(separator) + "?";
+            assignments += separator + column + " = ?";
+        }
+        const std::string name = quoted(table.name);
+        bind.insertSql = "INSERT INTO " + name + " (" + columns + ") VALUES (" + placeholders + ")";
+        bind.updateSql = "UPDATE " + name + " SET " + assignments + " WHERE id = ?";
+        bind.selectSql = "SELECT " + columns + " FROM " + name + " WHERE id = ?";
+        *handle = newHandle();
+        binds.emplace(*handle, std::move(bind));
+        return DB_OK;
+    }
+
+    // The transaction that statements run in now: it must be open and the innermost one.
+    int checkCurrentTxn(void* txn)
+    {
+        if (!txn)
+            return DB_ERR_NULL_HANDLE;
+        if (!txns.count(txn))
+            return DB_ERR_INVALID_HANDLE;
+        return txnStack.back() == txn ? DB_OK : DB_ERR_TXN_ORDER;
+    }
+
+    // Checks shared by the record operations; the bind must describe the same table.
+    int checkRecordCall(void* txn, void* table, void* bind, Table** t, Bind** b)
+    {
+        if (!table || !bind)
+            return DB_ERR_NULL_HANDLE;
+        if (const int r = checkCurrentTxn(txn))
+            return r;
+        auto tableIt = tables.find(table);
+        auto bindIt = binds.find(bind);
+        if (tableIt == tables.end() || bindIt == binds.end())
+            return DB_ERR_INVALID_HANDLE;
+        if (bindIt->second.table != tableIt->second.name)
+            return DB_ERR_BIND_MISMATCH;
+        *t = &tableIt->second;
+        *b = &bindIt->second;
+        return DB_OK;
+    }
+
+    // Deletes row `id`; DB_ERR_NOT_FOUND when there is none.
+    int deleteRow(const QByteArray& table, qint64 id)
+    {
+        int result;
+        sql::Statement* s = statement("DELETE FROM " + quoted(table) + " WHERE id = ?", &result);
+        if (!s)
+            return result;
+        sql::StatementUse use(*s);
+        use->bindInt(1, id);
+        if (const Status status = use->step(); status != Status::Ok)
+            return resultOf(status);
+        return connection->changes() ? DB_OK : DB_ERR_NOT_FOUND;
+    }
+
+    void endTxn(void* txn)
+    {
+        txns.erase(txn);
+        txnStack.pop_back();
+    }
+};
+
+QString SqliteDatabase::defaultPath()
+{
+    const QString dir = platformDirectory();
+    return dir.isEmpty() ? QString() : dir + QStringLiteral("/device.db");
+}
+
+SqliteDatabase::SqliteDatabase(QString path, int busyTimeoutMs) : d(new Impl)
+{
+    d->path = path;
+    d->busyTimeoutMs = busyTimeoutMs;
+}
+
+SqliteDatabase::~SqliteDatabase()
+{
+    // Whatever a process leaves open is undone, as a crash would undo it.
+    if (d->connection && d->connection->inTransaction())
+        d->connection->exec("ROLLBACK");
+}
+
+void* SqliteDatabase::getNativeDB()
+{
+    if (!d->connection && !d->path.isEmpty()) {
+        Status status;
+        auto connection = sql::Connection::open(d->path, &status, d->busyTimeoutMs);
+        if (connection && connection->exec(kCreateSchemaTable) == Status::Ok)
+            d->connection = std::move(connection);
+    }
+    return d->connection ? d->dbHandle() : nullptr;
+}
+
+int SqliteDatabase::checkTableExist(void* db, const char* table)
+{
+    if (!d->isDb(db) || !table)
+        return 0;
+    int result;
+    sql::Statement* s = d->statement(kSelectTableExists, &result);
+    if (!s)
+        return 0;
+    sql::StatementUse use(*s);
+    use->bindText(1, QByteArray(table));
+    return use->step() == Status::Row ? 1 : 0;
+}
+
+int SqliteDatabase::tableCreate(void* db, const char* table, const DB_SCHEMA_T* schema)
+{
+    if (!db || !table || !schema)
+        return DB_ERR_NULL_HANDLE;
+    if (!d->isDb(db))
+        return DB_ERR_INVALID_HANDLE;
+    const QByteArray name(table);
+    if (!isPlainName(name))
+        return DB_ERR_INVALID_ARGUMENT;
+    if (checkTableExist(db, table))
+        return DB_ERR_TABLE_EXISTS;
+
+    Table parsed{name, {}};
+    for (int i = 0; schema[i].tag[0] || schema[i].tag[1] || schema[i].tag[2] || schema[i].tag[3];
+         ++i) {
+        const DB_SCHEMA_T& entry = schema[i];
+        const QByteArray fieldName(entry.name, qsizetype(qstrnlen(entry.name, sizeof entry.name)));
+        if (i == kMaxSchemaFields || std::memcmp(entry.tag, "dste", 4) != 0 ||
+            !isPlainName(fieldName) || fieldName == "id" || parsed.fieldIndex(fieldName) >= 0 ||
+            !sizeFitsType(entry.type, entry.size))
+            return DB_ERR_INVALID_ARGUMENT;
+        parsed.fields.push_back({fieldName, entry.size, entry.type, entry.flag});
+    }
+    if (parsed.fields.empty())
+        return DB_ERR_INVALID_ARGUMENT;
+
+    // Ids come from AUTOINCREMENT so that an id is never given twice, even after a delete: mail
+    // files are named after them.
+    std::string create = "CREATE TABLE " + quoted(name) + " (id INTEGER PRIMARY KEY AUTOINCREMENT";
+    for (const Field& field : parsed.fields)
+        create += ", " + quoted(field.name) + (isTextType(field.type) ? " TEXT" : " INTEGER");
+    create += ")";
+
+    sql::ScopedTransaction transaction(*d->connection);
+    if (const Status status = transaction.begin(); status != Status::Ok)
+        return resultOf(status);
+    if (const Status status = d->connection->exec(create.c_str()); status != Status::Ok)
+        return resultOf(status);
+    for (size_t i = 0; i < parsed.fields.size(); ++i) {
+        const Field& field = parsed.fields[i];
+        if (field.flag == 1) {
+            const std::string index = "CREATE INDEX " + quoted(name + "__" + field.name) + " ON " +
+                                      quoted(name) + " (" + quoted(field.name) + ", id)";
+            if (const Status status = d->connection->exec(index.c_str()); status != Status::Ok)
+                return resultOf(status);
+        }
+        int result;
+        sql::Statement* s = d->statement(kInsertSchemaField, &result);
+        if (!s)
+            return result;
+        sql::StatementUse use(*s);
+        use->bindText(1, name);
+        use->bindInt(2, qint64(i));
+        use->bindText(3, field.name);
+        use->bindInt(4, field.size);
+        use->bindInt(5, field.type);
+        use->bindInt(6, field.flag);
+        if (const Status status = use->step(); status != Status::Ok)
+            return resultOf(status);
+    }
+    return resultOf(transaction.commit());
+}
+
+int SqliteDatabase::tableOpen(void* db, void** table, const char* name)
+{
+    if (!db || !table || !name)
+        return DB_ERR_NULL_HANDLE;
+    if (!d->isDb(db))
+        return DB_ERR_INVALID_HANDLE;
+    Table loaded;
+    if (const int result = d->loadTable(QByteArray(name), &loaded))
+        return result;
+    *table = d->newHandle();
+    d->tables.emplace(*table, std::move(loaded));
+    return DB_OK;
+}
+
+int SqliteDatabase::tableClose(void* table)
+{
+    if (!table)
+        return DB_ERR_NULL_HANDLE;
+    return d->tables.erase(table) ? DB_OK : DB_ERR_INVALID_HANDLE;
+}
+
+int SqliteDatabase::bindToTable(void* table, DB_BIND_FUNC_T bind, void** handle)
+{
+    if (!table)
+        return DB_ERR_NULL_HANDLE;
+    auto it = d->tables.find(table);
+    if (it == d->tables.end())
+        return DB_ERR_INVALID_HANDLE;
+    return d->makeBind(it->second, bind, handle);
+}
+
+int SqliteDatabase::bindToCursor(void* cursor, DB_BIND_FUNC_T bind, void** handle)
+{
+    if (!cursor)
+        return DB_ERR_NULL_HANDLE;
+    auto it = d->cursors.find(cursor);
+    if (it == d->cursors.end())
+        return DB_ERR_INVALID_HANDLE;
+    return d->makeBind(it->second.table, bind, handle);
+}
+
+int SqliteDatabase::closeBind(void* handle)
+{
+    if (!handle)
+        return DB_ERR_NULL_HANDLE;
+    return d->binds.erase(handle) ? DB_OK : DB_ERR_INVALID_HANDLE;
+}
+
+int SqliteDatabase::txnBegin(void** txn, int flags)
+{
+    if (!txn)
+        return DB_ERR_NULL_HANDLE;
+    if (flags != 0)
+        return DB_ERR_INVALID_ARGUMENT;
+    // Overwriting a location that holds an open transaction would lose it, and its changes.
+    if (d->txns.count(*txn))
+        return DB_ERR_TXN_ACTIVE;
+    if (!getNativeDB())
+        return DB_ERR_CANT_OPEN;
+    void* handle = d->newHandle();
+    Txn entry{int(d->txnStack.size()), {}};
+    Status status;
+    if (entry.depth == 0) {
+        status = d->connection->exec("BEGIN");
+    } else {
+        entry.savepoint = "tav_txn_" + QByteArray::number(quint64(quintptr(handle)));
+        status = d->connection->exec(("SAVEPOINT " + entry.savepoint).constData());
+    }
+    if (status != Status::Ok)
+        return resultOf(status);
+    d->txns.emplace(handle, std::move(entry));
+    d->txnStack.push_back(handle);
+    *txn = handle;
+    return DB_OK;
+}
+
+int SqliteDatabase::txnCommit(void* txn)
+{
+    if (const int r = d->checkCurrentTxn(txn))
+        return r;
+    const Txn& entry = d->txns.at(txn);
+    const Status status = entry.depth == 0
+                              ? d->connection->exec("COMMIT")
+                              : d->connection->exec(("RELEASE " + entry.savepoint).constData());
+    // A failed COMMIT may have rolled the transaction back already; then it is over.
+    if (status == Status::Ok || (entry.depth == 0 && !d->connection->inTransaction()))
+        d->endTxn(txn);
+    return resultOf(status);
+}
+
+int SqliteDatabase::txnAbort(void* txn)
+{
+    if (const int r = d->checkCurrentTxn(txn))
+        return r;
+    const Txn& entry = d->txns.at(txn);
+    Status status;
+    if (entry.depth == 0) {
+        status = d->connection->inTransaction() ? d->connection->exec("ROLLBACK") : Status::Ok;
+    } else {
+        status = d->connection->exec(("ROLLBACK TO " + entry.savepoint).constData());
+        if (status == Status::Ok)
+            status = d->connection->exec(("RELEASE " + entry.savepoint).constData());
+    }
+    d->endTxn(txn);
+    return resultOf(status);
+}
+
+int SqliteDatabase::tableInsert(void* txn, void* table, void* record, void* bind, unsigned int* id)
+{
+    Table* t;
+    Bind* b;
+    if (const int r = d->checkRecordCall(txn, table, bind, &t, &b))
+        return r;
+    if (!record || !id)
+        return DB_ERR_NULL_HANDLE;
+    int result;
+    sql::Statement* s = d->statement(b->insertSql, &result);
+    if (!s)
+        return result;
+    {
+        sql::StatementUse use(*s);
+        const auto* bytes = static_cast<const unsigned char*>(record);
+        for (size_t i = 0; i < b->fields.size(); ++i)
+            bindValue(*s, int(i) + 1, b->fields[i], bytes);
+        if (const Status status = use->step(); status != Status::Ok)
+            return resultOf(status);
+    }
+    const qint64 rowId = d->connection->lastInsertRowId();
+    if (rowId > kMaxRecordId) {
+        // Ids are 32-bit; the row that cannot be named is taken out again.
+        d->deleteRow(t->name, rowId);
+        return DB_ERR_ID_EXHAUSTED;
+    }
+    *id = unsigned(rowId);
+    return DB_OK;
+}
+
+int SqliteDatabase::tableUpdate(void* txn, void* table, unsigned int id, void* record, void* bind)
+{
+    Table* t;
+    Bind* b;
+    if (const int r = d->checkRecordCall(txn, table, bind, &t, &b))
+        return r;
+    if (!record)
+        return DB_ERR_NULL_HANDLE;
+    int result;
+    sql::Statement* s = d->statement(b->updateSql, &result);
+    if (!s)
+        return result;
+    sql::StatementUse use(*s);
+    const auto* bytes = static_cast<const unsigned char*>(record);
+    for (size_t i = 0; i < b->fields.size(); ++i)
+        bindValue(*s, int(i) + 1, b->fields[i], bytes);
+    use->bindInt(int(b->fields.size()) + 1, id);
+    if (const Status status = use->step(); status != Status::Ok)
+        return resultOf(status);
+    return d->connection->changes() ? DB_OK : DB_ERR_NOT_FOUND;
+}
+
+int SqliteDatabase::tableDelete(void* txn, void* table, unsigned int id)
+{
+    if (!table)
+        return DB_ERR_NULL_HANDLE;
+    if (const int r = d->checkCurrentTxn(txn))
+        return r;
+    auto it = d->tables.find(table);
+    if (it == d->tables.end())
+        return DB_ERR_INVALID_HANDLE;
+    return d->deleteRow(it->second.name, id);
+}
+
+int SqliteDatabase::tableFetchRecord(void* txn, void* table, unsigned int id, void* record,
+                                     unsigned int size, void* bind)
+{
+    Table* t;
+    Bind* b;
+    if (const int r = d->checkRecordCall(txn, table, bind, &t, &b))
+        return r;
+    if (!record)
+        return DB_ERR_NULL_HANDLE;
+    for (const BoundField& field : b->fields) {
+        if (quint64(field.offset) + field.size > size)
+            return DB_ERR_INVALID_ARGUMENT;
+    }
+    int result;
+    sql::Statement* s = d->statement(b->selectSql, &result);
+    if (!s)
+        return result;
+    sql::StatementUse use(*s);
+    use->bindInt(1, id);
+    const Status status = use->step();
+    if (status == Status::Ok)
+        return DB_ERR_NOT_FOUND;
+    if (status != Status::Row)
+        return resultOf(status);
+    auto* bytes = static_cast<unsigned char*>(record);
+    for (size_t i = 0; i < b->fields.size(); ++i) {
+        const BoundField& field = b->fields[i];
+        std::memset(bytes + field.offset, 0, field.size);
+        if (!use->columnIsNull(int(i)))
+            storeValue(*s, int(i), field, bytes);
+    }
+    return DB_OK;
+}
+
+int SqliteDatabase::cursorOpen(void* txn, void** table, int order, const char* field, void** cursor)
+{
+    if (!txn || !table || !*table || !field || !cursor)
+        return DB_ERR_NULL_HANDLE;
+    if (!d->txns.count(txn))
+        return DB_ERR_INVALID_HANDLE;
+    auto it = d->tables.find(*table);
+    if (it == d->tables.end())
+        return DB_ERR_INVALID_HANDLE;
+    if (order != DB_CURSOR_ASCENDING && order != DB_CURSOR_DESCENDING)
+        return DB_ERR_INVALID_ARGUMENT;
+    if (it->second.fieldIndex(QByteArray(field)) < 0)
+        return DB_ERR_NO_FIELD;
+    *cursor = d->newHandle();
+    d->cursors.emplace(*cursor, Cursor{it->second, QByteArray(field), order, txn});
+    return DB_OK;
+}
+
+int SqliteDatabase::cursorClose(void* cursor)
+{
+    if (!cursor)
+        return DB_ERR_NULL_HANDLE;
+    return d->cursors.erase(cursor) ? DB_OK : DB_ERR_INVALID_HANDLE;
+}
+
+int SqliteDatabase::cursorLocate(void* cursor, void* term)
+{
+    if (!cursor || !term)
+        return DB_ERR_NULL_HANDLE;
+    auto cursorIt = d->cursors.find(cursor);
+    auto termIt = d->terms.find(term);
+    if (cursorIt == d->cursors.end() || termIt == d->terms.end())
+        return DB_ERR_INVALID_HANDLE;
+    Cursor& c = cursorIt->second;
+    if (!d->txns.count(c.txn))
+        return DB_ERR_INVALID_HANDLE;
+    c.hasCurrent = false;
+    std::string where;
+    for (const auto& condition : termIt->second.conditions) {
+        if (c.table.fieldIndex(condition.first) < 0)
+            return DB_ERR_NO_FIELD;
+        where += (where.empty() ? " WHERE " : " AND ") + quoted(condition.first) + " = ?";
+    }
+    const char* direction = c.order == DB_CURSOR_ASCENDING ? " ASC" : " DESC";
+    const std::string text = "SELECT id FROM " + quoted(c.table.name) + where + " ORDER BY " +
+                             quoted(c.field) + direction + ", id" + direction + " LIMIT 1";
+    int result;
+    sql::Statement* s = d->statement(text, &result);
+    if (!s)
+        return result;
+    sql::StatementUse use(*s);
+    int index = 1;
+    for (const auto& condition : termIt->second.conditions)
+        use->bindText(index++, condition.second);
+    const Status status = use->step();
+    if (status == Status::Ok)
+        return DB_ERR_NOT_FOUND;
+    if (status != Status::Row)
+        return resultOf(status);
+    c.hasCurrent = true;
+    c.currentId = unsigned(use->columnInt(0));
+    return DB_OK;
+}
+
+int SqliteDatabase::cursorGetCurrentRecordInfo(void* cursor, unsigned int* id, void** table)
+{
+    if (!cursor || !id || !table || !*table)
+        return DB_ERR_NULL_HANDLE;
+    auto it = d->cursors.find(cursor);
+    if (it == d->cursors.end())
+        return DB_ERR_INVALID_HANDLE;
+    auto tableIt = d->tables.find(*table);
+    if (tableIt == d->tables.end())
+        return DB_ERR_INVALID_HANDLE;
+    if (tableIt->second.name != it->second.table.name)
+        return DB_ERR_INVALID_ARGUMENT;
+    if (!it->second.hasCurrent)
+        return DB_ERR_NOT_FOUND;
+    *id = it->second.currentId;
+    return DB_OK;
+}
+
+void* SqliteDatabase::termOpen()
+{
+    void* handle = d->newHandle();
+    d->terms.emplace(handle, Term{});
+    return handle;
+}
+
+int SqliteDatabase::termCharEqual(void* term, const char* field, const char* text)
+{
+    if (!term || !field || !text)
+        return DB_ERR_NULL_HANDLE;
+    auto it = d->terms.find(term);
+    if (it == d->terms.end())
+        return DB_ERR_INVALID_HANDLE;
+    it->second.conditions.emplace_back(QByteArray(field), QByteArray(text));
+    return DB_OK;
+}
+
+int SqliteDatabase::termClose(void* term)
+{
+    if (!term)
+        return DB_ERR_NULL_HANDLE;
+    return d->terms.erase(term) ? DB_OK : DB_ERR_INVALID_HANDLE;
+}
+
+} // namespace tavplatform
