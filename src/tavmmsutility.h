@@ -3,9 +3,13 @@
 
 // The whole public interface of libtavmmsutility.
 
+#include "db_api.h"
+#include "db_result.h"
 #include "mime_type_table.h"
 #include "mms_content_type.h"
 #include "mms_util_common.h"
+#include "mms_util_dbstruct.h"
+#include "mms_util_dbtable.h"
 #include "mms_util_entry.h"
 #include "mms_util_mailfile.h"
 #include "mms_util_msgheaderbase.h"
