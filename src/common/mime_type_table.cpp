@@ -111,7 +111,8 @@ unsigned char mime_type_getValue(char* name)
         if (std::strcmp(name, mime_type_names[row]) != 0)
             continue;
         // Messages stored by older releases carry "audio/pcmu" under the number of "audio/pcma".
-        if (std::memcmp(name, "audio/pcmu", 11) == 0)
+        // Compared as a string: the buffer may be shorter than that text.
+        if (std::strcmp(name, "audio/pcmu") == 0)
             return row - 1;
         return row;
     }

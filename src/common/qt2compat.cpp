@@ -2,21 +2,33 @@
 
 #include "mms_util_entry.h"
 
+#include <utility>
+
 MMS_UTIL_EntryList::MMS_UTIL_EntryList(const MMS_UTIL_EntryList& other) : items_(other.items_) {}
 
 MMS_UTIL_EntryList& MMS_UTIL_EntryList::operator=(const MMS_UTIL_EntryList& other)
 {
     if (this != &other) {
-        clear();
-        items_ = other.items_;
+        const QList<MMS_UTIL_Entry*> old = std::exchange(items_, other.items_);
+        // `other` may be a copy of this list (list = copyOfList): its entries are kept, not freed.
+        for (MMS_UTIL_Entry* entry : old) {
+            if (!items_.contains(entry))
+                deleteItem(entry);
+        }
         autoDelete_ = false;
     }
     return *this;
 }
 
-MMS_UTIL_EntryList::~MMS_UTIL_EntryList() { clear(); }
+MMS_UTIL_EntryList::~MMS_UTIL_EntryList()
+{
+    clear();
+}
 
-void MMS_UTIL_EntryList::append(MMS_UTIL_Entry* entry) { items_.append(entry); }
+void MMS_UTIL_EntryList::append(MMS_UTIL_Entry* entry)
+{
+    items_.append(entry);
+}
 
 MMS_UTIL_Entry* MMS_UTIL_EntryList::at(uint index) const
 {
