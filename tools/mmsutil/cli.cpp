@@ -1,0 +1,127 @@
+#include "cli.h"
+
+#include <QCommandLineParser>
+#include <QCoreApplication>
+#include <QFile>
+#include <QTextStream>
+
+#include <cstdio>
+
+namespace cli
+{
+
+namespace
+{
+
+const QString kTool = QStringLiteral("mmsutil");
+
+void printError(const QString& message)
+{
+    std::fputs(qPrintable(kTool + QStringLiteral(": ") + message + QLatin1Char('\n')), stderr);
+}
+
+} // namespace
+
+QString asClause(QString text)
+{
+    if (text.endsWith(QLatin1Char('.')))
+        text.chop(1);
+    if (!text.isEmpty())
+        text[0] = text[0].toLower();
+    return text;
+}
+
+std::optional<int> parse(QCommandLineParser& parser, const Command& command,
+                         const QStringList& arguments, int minimum, int maximum)
+{
+    const QCommandLineOption help(QStringList{QStringLiteral("h"), QStringLiteral("help")},
+                                  QStringLiteral("Displays this help."));
+    parser.addOption(help);
+    parser.setApplicationDescription(command.summary);
+    // The parser skips the first element, which would be the program's path.
+    if (!parser.parse(QStringList{kTool} + arguments))
+        return usageError(command.name, asClause(parser.errorText()));
+    if (parser.isSet(help)) {
+        out() << helpText(parser, command.name);
+        return ExitOk;
+    }
+    const int count = int(parser.positionalArguments().size());
+    if (count < minimum)
+        return usageError(command.name, QStringLiteral("missing argument"));
+    if (count > maximum)
+        return usageError(command.name, QStringLiteral("unexpected argument '%1'")
+                                            .arg(parser.positionalArguments().at(maximum)));
+    return std::nullopt;
+}
+
+QString helpText(const QCommandLineParser& parser, const QString& words)
+{
+    QString text = parser.helpText();
+    const QString usage = QStringLiteral("Usage: ");
+    const QString started = usage + QCoreApplication::arguments().constFirst();
+    if (text.startsWith(started))
+        text.replace(0, started.size(),
+                     usage + (words.isEmpty() ? kTool : kTool + QLatin1Char(' ') + words));
+    return text;
+}
+
+QString commandTable(const QList<Command>& commands, const QString& prefix)
+{
+    const auto shortName = [&prefix](const Command& command) {
+        return prefix.isEmpty() ? command.name : command.name.mid(prefix.size() + 1);
+    };
+    qsizetype width = 0;
+    for (const Command& command : commands)
+        width = qMax(width, shortName(command).size());
+    QString table;
+    for (const Command& command : commands)
+        table +=
+            QStringLiteral("  %1  %2\n").arg(shortName(command), -int(width)).arg(command.summary);
+    return table;
+}
+
+int fail(const QString& message)
+{
+    printError(message);
+    return ExitFailed;
+}
+
+int usageError(const QString& context, const QString& message)
+{
+    if (context.isEmpty())
+        printError(QStringLiteral("%1 (see '%2 --help')").arg(message, kTool));
+    else
+        printError(QStringLiteral("%1: %2 (see '%3 %1 --help')").arg(context, message, kTool));
+    return ExitUsage;
+}
+
+QTextStream& out()
+{
+    static QTextStream stream(stdout);
+    return stream;
+}
+
+int writeBytes(const void* data, qint64 length)
+{
+    out().flush();
+    if (std::fwrite(data, 1, size_t(length), stdout) != size_t(length) || std::fflush(stdout) != 0)
+        return fail(QStringLiteral("cannot write to standard output"));
+    return ExitOk;
+}
+
+std::optional<QByteArray> readInput(const QString& path)
+{
+    QFile file(path);
+    const bool opened = path == QLatin1String("-") ? file.open(stdin, QIODevice::ReadOnly)
+                                                   : file.open(QIODevice::ReadOnly);
+    QByteArray data;
+    if (opened)
+        data = file.readAll();
+    if (!opened || file.error() != QFileDevice::NoError) {
+        fail(QStringLiteral("cannot read '%1': %2").arg(path, file.errorString()));
+        return std::nullopt;
+    }
+    return data;
+}
+
+} // namespace cli

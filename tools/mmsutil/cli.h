@@ -1,0 +1,74 @@
+#ifndef MMSUTIL_CLI_H
+#define MMSUTIL_CLI_H
+
+// The frame every mmsutil command runs in: its table entry, option parsing with --help, exit codes
+// and the one-line error reports.
+
+#include <QList>
+#include <QString>
+#include <QStringList>
+
+#include <optional>
+
+class QByteArray;
+class QCommandLineParser;
+class QTextStream;
+
+namespace cli
+{
+
+enum ExitCode {
+    ExitOk = 0,
+    ExitFailed = 1, // the operation was tried and failed
+    ExitUsage = 2,  // the command line was wrong; nothing was done
+};
+
+struct Command;
+// Runs a command with the arguments that follow its name; returns the exit code.
+using Runner = int (*)(const Command& command, const QStringList& arguments);
+
+struct Command {
+    QString name;    // the words that select the command, e.g. "mailfile write"
+    QString summary; // one line, shown in the command lists and on top of the command's help
+    Runner run;
+};
+
+// Adds --help and the usage line to `parser`, then parses `arguments`. Returns an exit code when
+// the command must stop here (help was printed, or the command line is wrong and was reported),
+// nothing when it goes on. The number of positional arguments must lie in [minimum, maximum].
+std::optional<int> parse(QCommandLineParser& parser, const Command& command,
+                         const QStringList& arguments, int minimum, int maximum);
+inline std::optional<int> parse(QCommandLineParser& parser, const Command& command,
+                                const QStringList& arguments, int count)
+{
+    return parse(parser, command, arguments, count, count);
+}
+
+// The help text of `parser` with its usage line naming `words` (e.g. "mailfile write") in place of
+// the path the tool was started by.
+QString helpText(const QCommandLineParser& parser, const QString& words);
+// "  name    summary" lines for `commands`, each name shortened by the leading `prefix` words.
+QString commandTable(const QList<Command>& commands, const QString& prefix = QString());
+
+// Qt's parser messages ("Unknown option 'x'.") made fit for the middle of a report
+// ("unknown option 'x'").
+QString asClause(QString text);
+
+// Writes "mmsutil: <message>" to standard error and returns ExitFailed.
+int fail(const QString& message);
+// Writes "mmsutil: <context>: <message> (see 'mmsutil <context> --help')" to standard error and
+// returns ExitUsage; an empty context stands for the tool itself.
+int usageError(const QString& context, const QString& message);
+
+// Standard output as UTF-8 text; main() flushes it before the tool exits.
+QTextStream& out();
+// Writes raw bytes to standard output; ExitOk, or ExitFailed after reporting.
+int writeBytes(const void* data, qint64 length);
+
+// The whole content of the file `path`, or of standard input for "-"; reports and gives nothing
+// when it cannot be read.
+std::optional<QByteArray> readInput(const QString& path);
+
+} // namespace cli
+
+#endif

@@ -1,0 +1,12 @@
+#ifndef MMSUTIL_COMMANDS_H
+#define MMSUTIL_COMMANDS_H
+
+// The command groups of mmsutil, one source file each; main() dispatches over all of them.
+
+#include "cli.h"
+
+QList<cli::Command> mailfileCommands();
+QList<cli::Command> contentTypeCommands();
+QList<cli::Command> pathsCommands();
+
+#endif

@@ -1,0 +1,133 @@
+#include "mmshelpers.h"
+
+#include "cli.h"
+
+#include <QFileInfo>
+#include <QRegularExpression>
+
+namespace cli
+{
+
+namespace
+{
+
+struct TypeName {
+    MMS_UTIL_ADDR_TYPE_T type;
+    const char* word;
+};
+const TypeName kTypeNames[] = {
+    {MMS_UTIL_ADDR_EMAIL, "EMAIL"},
+    {MMS_UTIL_ADDR_PLMN, "PLMN"},
+    {MMS_UTIL_ADDR_UNKNOWN, "UNKNOWN"},
+};
+
+bool isTypeWord(const QString& word)
+{
+    for (const TypeName& name : kTypeNames) {
+        if (word == QLatin1String(name.word))
+            return true;
+    }
+    return false;
+}
+
+MMS_UTIL_ADDR_TYPE_T typeOfBareAddress(const QString& address)
+{
+    static const QRegularExpression phone(QStringLiteral("^[0-9 +()-]*[0-9][0-9 +()-]*$"));
+    if (phone.match(address).hasMatch())
+        return MMS_UTIL_ADDR_PLMN;
+    return address.contains(QLatin1Char('@')) ? MMS_UTIL_ADDR_EMAIL : MMS_UTIL_ADDR_UNKNOWN;
+}
+
+} // namespace
+
+std::optional<MMS_UTIL_Entry> parseEntry(const QString& text, QString* error)
+{
+    const QString trimmed = text.trimmed();
+    if (trimmed.isEmpty()) {
+        *error = QStringLiteral("empty address");
+        return std::nullopt;
+    }
+    MMS_UTIL_Entry entry;
+    if (!trimmed.startsWith(QLatin1Char('<'))) {
+        entry.name = QLatin1String("");
+        entry.type = typeOfBareAddress(trimmed);
+        entry.address = trimmed;
+        return entry;
+    }
+    // The library cuts the name at the first ">" and the type word at the first "[" and "]", so
+    // a name holding one of those marks would be read back wrong: such a text is refused.
+    static const QRegularExpression form(QStringLiteral("^<[^<>\\[\\]]*>\\[([^\\[\\]]*)\\]"));
+    const QRegularExpressionMatch match = form.match(trimmed);
+    if (!match.hasMatch()) {
+        *error =
+            QStringLiteral("'%1' is not an entry of the form <name>[TYPE]address").arg(trimmed);
+        return std::nullopt;
+    }
+    if (!isTypeWord(match.captured(1))) {
+        *error = QStringLiteral("unknown address type '%1' in '%2' (EMAIL, PLMN or UNKNOWN)")
+                     .arg(match.captured(1), trimmed);
+        return std::nullopt;
+    }
+    MMS_UTIL_Common::stringToEntry(trimmed, &entry);
+    return entry;
+}
+
+std::optional<QList<MMS_UTIL_Entry>> parseEntries(const QStringList& values, QString* error)
+{
+    QList<MMS_UTIL_Entry> entries;
+    for (const QString& value : values) {
+        for (const QString& piece : value.split(QLatin1Char(','), Qt::SkipEmptyParts)) {
+            if (piece.trimmed().isEmpty())
+                continue;
+            std::optional<MMS_UTIL_Entry> entry = parseEntry(piece, error);
+            if (!entry)
+                return std::nullopt;
+            entries.append(*entry);
+        }
+    }
+    return entries;
+}
+
+QString typeWord(MMS_UTIL_ADDR_TYPE_T type)
+{
+    for (const TypeName& name : kTypeNames) {
+        if (name.type == type)
+            return QLatin1String(name.word);
+    }
+    return QStringLiteral("UNKNOWN");
+}
+
+std::optional<LoadedMailFile> loadMailFile(const QString& path)
+{
+    const QFileInfo info(path);
+    if (!info.exists()) {
+        fail(QStringLiteral("no such file '%1'").arg(path));
+        return std::nullopt;
+    }
+    if (info.isDir()) {
+        fail(QStringLiteral("'%1' is a directory").arg(path));
+        return std::nullopt;
+    }
+    // The library reads a file shorter than its record as zeros, which pass its checks; a file
+    // that short holds no message, so the tool refuses it.
+    if (info.size() < qint64(sizeof(MMS_UTIL_MAILFILE_HEADER_T))) {
+        fail(QStringLiteral("'%1' is not a mail file (shorter than its 16-byte record)").arg(path));
+        return std::nullopt;
+    }
+    MMS_UTIL_MailFile file(path);
+    const int result = file.loadMailFile();
+    LoadedMailFile loaded{MMS_UTIL_MAILFILE_HEADER_T{},
+                          std::unique_ptr<MMS_UTIL_MsgHeaderBase>(file.header),
+                          std::unique_ptr<unsigned char[]>(file.body), file.bodyLength};
+    if (result != MMS_UTIL_MAILFILE_OK) {
+        fail(info.isReadable() ? QStringLiteral("'%1' is not a mail file (its record does not fit "
+                                                "the file)")
+                                     .arg(path)
+                               : QStringLiteral("cannot read '%1'").arg(path));
+        return std::nullopt;
+    }
+    loaded.record = file.readMailFileHeader();
+    return loaded;
+}
+
+} // namespace cli

@@ -1,0 +1,42 @@
+#ifndef MMSUTIL_MMSHELPERS_H
+#define MMSUTIL_MMSHELPERS_H
+
+// Helpers that several mmsutil commands share over the library: addresses given on the command
+// line, and mail files loaded whole.
+
+#include <tavmmsutility.h>
+
+#include <QList>
+#include <QString>
+#include <QStringList>
+
+#include <memory>
+#include <optional>
+
+namespace cli
+{
+
+// Reads an address given on the command line: either the library's entry text
+// "<name>[EMAIL|PLMN|UNKNOWN]address", or a bare address, typed by its look: PLMN when it holds
+// only digits, blanks and "+-()", EMAIL when it holds an "@", UNKNOWN otherwise. Gives nothing and
+// sets `error` when the text is neither.
+std::optional<MMS_UTIL_Entry> parseEntry(const QString& text, QString* error);
+// Reads option values that each hold one address or several separated by commas; empty pieces
+// are dropped. Gives nothing and sets `error` when a piece is not an address.
+std::optional<QList<MMS_UTIL_Entry>> parseEntries(const QStringList& values, QString* error);
+// The type word of the entry text form: "EMAIL", "PLMN", "UNKNOWN" for every other code.
+QString typeWord(MMS_UTIL_ADDR_TYPE_T type);
+
+// A mail file read with loadMailFile(), owning the header and body the library hands out.
+struct LoadedMailFile {
+    MMS_UTIL_MAILFILE_HEADER_T record;
+    std::unique_ptr<MMS_UTIL_MsgHeaderBase> header;
+    std::unique_ptr<unsigned char[]> body;
+    unsigned int bodyLength;
+};
+// Loads the mail file `path`; reports why and gives nothing when it cannot be loaded.
+std::optional<LoadedMailFile> loadMailFile(const QString& path);
+
+} // namespace cli
+
+#endif
