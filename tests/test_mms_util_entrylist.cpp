@@ -357,4 +357,40 @@ TEST_F(MmsUtilEntryList, AssigningACopyBackKeepsTheSharedEntriesAlive)
     EXPECT_FALSE(anyEntryAlive());
 }
 
+TEST_F(MmsUtilEntryList, MoveHandsOverEntriesAndOwnership)
+{
+    MMS_UTIL_EntryList source;
+    source.setAutoDelete(true);
+    fill(source);
+    {
+        MMS_UTIL_EntryList moved(std::move(source));
+        EXPECT_TRUE(moved.autoDelete());
+        EXPECT_EQ(moved.count(), 3u);
+        EXPECT_TRUE(source.isEmpty());
+        EXPECT_FALSE(source.autoDelete());
+        EXPECT_TRUE(allEntriesAlive());
+    }
+    EXPECT_FALSE(anyEntryAlive());
+}
+
+TEST_F(MmsUtilEntryList, MoveAssignmentClearsTheTargetFirst)
+{
+    MMS_UTIL_EntryList target;
+    target.setAutoDelete(true);
+    target.append(probes[0].newEntry());
+    MMS_UTIL_EntryList source;
+    source.setAutoDelete(true);
+    source.append(probes[1].newEntry());
+
+    target = std::move(source);
+
+    EXPECT_FALSE(probes[0].anyEntryAlive());
+    EXPECT_TRUE(probes[1].anyEntryAlive());
+    EXPECT_EQ(target.count(), 1u);
+    EXPECT_TRUE(target.autoDelete());
+    EXPECT_TRUE(source.isEmpty());
+    target.clear();
+    EXPECT_FALSE(probes[1].anyEntryAlive());
+}
+
 } // namespace

@@ -20,6 +20,21 @@ MMS_UTIL_EntryList& MMS_UTIL_EntryList::operator=(const MMS_UTIL_EntryList& othe
     return *this;
 }
 
+MMS_UTIL_EntryList::MMS_UTIL_EntryList(MMS_UTIL_EntryList&& other) noexcept
+    : items_(std::exchange(other.items_, {})), autoDelete_(std::exchange(other.autoDelete_, false))
+{
+}
+
+MMS_UTIL_EntryList& MMS_UTIL_EntryList::operator=(MMS_UTIL_EntryList&& other) noexcept
+{
+    if (this != &other) {
+        clear();
+        items_ = std::exchange(other.items_, {});
+        autoDelete_ = std::exchange(other.autoDelete_, false);
+    }
+    return *this;
+}
+
 MMS_UTIL_EntryList::~MMS_UTIL_EntryList()
 {
     clear();

@@ -25,6 +25,9 @@ public:
     MMS_UTIL_EntryList() = default;
     MMS_UTIL_EntryList(const MMS_UTIL_EntryList& other);
     MMS_UTIL_EntryList& operator=(const MMS_UTIL_EntryList& other);
+    // A move hands over the entries together with their ownership; the source is left empty.
+    MMS_UTIL_EntryList(MMS_UTIL_EntryList&& other) noexcept;
+    MMS_UTIL_EntryList& operator=(MMS_UTIL_EntryList&& other) noexcept;
     // Clears the list: the entries are deleted when auto-delete is on.
     ~MMS_UTIL_EntryList();
 
