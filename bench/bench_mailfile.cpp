@@ -1,0 +1,349 @@
+// Mail file throughput against the plain system calls that any safe replace-by-rename must make.
+//
+// BM_MailFile_WriteLoad/N   writeMailFile() then loadMailFile() of an N-byte body.
+// BM_RawPosix_WriteRead/N   the same file bytes written to a temporary name, fsync, unlink,
+//                           rename, then read back whole: the floor for a durable replacement.
+// BM_RawPosix_WriteReadDirSync/N  the same plus an fsync of the directory after the rename, so
+//                           that the rename itself is durable too.
+// BM_MailFile_Load/N, BM_RawPosix_Read/N  the reading halves alone (from the page cache), which
+//                           shows the library's own cost apart from the disk's.
+// BM_Header_Serialize / BM_Header_Read  the header text block alone, on a QBuffer.
+//
+// The files live in a fresh directory under $TAVMMS_BENCH_DIR, else under the system's temporary
+// directory, or under the current directory when that one is a tmpfs (which would hide the cost of
+// syncing).
+
+#include <tavmmsutility.h>
+
+#include <benchmark/benchmark.h>
+
+#include <QBuffer>
+#include <QDir>
+#include <QFile>
+#include <QTemporaryDir>
+#include <QTextStream>
+
+#include <cstdio>
+#include <fcntl.h>
+#include <linux/magic.h>
+#include <memory>
+#include <sys/stat.h>
+#include <sys/vfs.h>
+#include <unistd.h>
+#include <vector>
+
+namespace
+{
+
+QString benchDirectory; // set by main() before any benchmark runs
+
+// A header as the composer fills it for an ordinary message.
+std::unique_ptr<MMS_UTIL_MsgHeaderBase> makeHeader()
+{
+    auto header = std::make_unique<MMS_UTIL_MsgHeaderBase>();
+    MMS_UTIL_Entry entry;
+    entry.name = QStringLiteral("Ann Example");
+    entry.type = MMS_UTIL_ADDR_PLMN;
+    entry.address = QStringLiteral("+15550100");
+    header->setFrom(entry);
+    entry.name = QStringLiteral("Bob");
+    entry.address = QStringLiteral("+15550101");
+    header->addToRecipient(entry);
+    entry.name = QStringLiteral("Carla");
+    entry.type = MMS_UTIL_ADDR_EMAIL;
+    entry.address = QStringLiteral("carla@example.org");
+    header->addToRecipient(entry);
+    header->addCcRecipient(entry);
+    header->subject = QStringLiteral("Photos from the weekend");
+    header->messageId = QStringLiteral("20260101120000-0001@mms.example.org");
+    header->contentType = MMS_CONTENT_TYPE_T{QStringLiteral("application"),
+                                             QStringLiteral("vnd.wap.multipart.related"),
+                                             QStringLiteral("type=application/smil")};
+    header->sendDate = QDateTime(QDate(2026, 1, 1), QTime(12, 0, 0));
+    header->priority = MMS_UTIL_PRIORITY_HIGH;
+    header->deliveryReport = true;
+    return header;
+}
+
+QByteArray makeBody(qsizetype size)
+{
+    QByteArray body(size, Qt::Uninitialized);
+    quint32 state = 12345;
+    for (char& byte : body) {
+        state = state * 1103515245u + 12345u;
+        byte = char(state >> 24);
+    }
+    return body;
+}
+
+QString benchFile(const char* name)
+{
+    return benchDirectory + QLatin1Char('/') + QLatin1String(name);
+}
+
+// Loads `path` and releases what the load handed out; false when it failed.
+bool loadAndRelease(const QString& path, unsigned int expectedLength)
+{
+    MMS_UTIL_MailFile reader(path);
+    const int loaded = reader.loadMailFile();
+    const std::unique_ptr<MMS_UTIL_MsgHeaderBase> header(reader.header);
+    const std::unique_ptr<unsigned char[]> body(reader.body);
+    benchmark::DoNotOptimize(body.get());
+    return loaded == MMS_UTIL_MAILFILE_OK && reader.bodyLength == expectedLength;
+}
+
+void BM_MailFile_WriteLoad(benchmark::State& state)
+{
+    QByteArray body = makeBody(state.range(0));
+    const std::unique_ptr<MMS_UTIL_MsgHeaderBase> header = makeHeader();
+    const QString path = benchFile("library.mms");
+    for (auto _ : state) {
+        MMS_UTIL_MailFile writer(path);
+        if (writer.writeMailFile(reinterpret_cast<unsigned char*>(body.data()), uint(body.size()),
+                                 header.get()) != MMS_UTIL_MAILFILE_OK) {
+            state.SkipWithError("writeMailFile failed");
+            break;
+        }
+        if (!loadAndRelease(path, uint(body.size()))) {
+            state.SkipWithError("loadMailFile failed");
+            break;
+        }
+    }
+    state.SetBytesProcessed(state.iterations() * state.range(0));
+    QFile::remove(path);
+}
+
+void BM_MailFile_Load(benchmark::State& state)
+{
+    QByteArray body = makeBody(state.range(0));
+    const QString path = benchFile("library.mms");
+    if (MMS_UTIL_MailFile(path).writeMailFile(reinterpret_cast<unsigned char*>(body.data()),
+                                              uint(body.size()), makeHeader().get()) != 0)
+        state.SkipWithError("writeMailFile failed");
+    for (auto _ : state) {
+        if (!loadAndRelease(path, uint(body.size()))) {
+            state.SkipWithError("loadMailFile failed");
+            break;
+        }
+    }
+    state.SetBytesProcessed(state.iterations() * state.range(0));
+    QFile::remove(path);
+}
+
+// The exact bytes the library stores for this body and header.
+QByteArray mailFileBytes(QByteArray body, MMS_UTIL_MsgHeaderBase* header)
+{
+    const QString path = benchFile("reference.mms");
+    MMS_UTIL_MailFile(path).writeMailFile(reinterpret_cast<unsigned char*>(body.data()),
+                                          uint(body.size()), header);
+    QFile file(path);
+    const QByteArray bytes = file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+    file.remove();
+    return bytes;
+}
+
+bool writeAll(int fd, const char* data, size_t length)
+{
+    while (length > 0) {
+        const ssize_t written = ::write(fd, data, length);
+        if (written <= 0)
+            return false;
+        data += written;
+        length -= size_t(written);
+    }
+    return true;
+}
+
+bool readBack(const char* path, std::vector<char>& buffer)
+{
+    const int fd = ::open(path, O_RDONLY | O_CLOEXEC);
+    struct stat info;
+    if (fd < 0 || ::fstat(fd, &info) != 0)
+        return false;
+    buffer.resize(size_t(info.st_size));
+    size_t done = 0;
+    while (done < buffer.size()) {
+        const ssize_t got = ::read(fd, buffer.data() + done, buffer.size() - done);
+        if (got <= 0)
+            break;
+        done += size_t(got);
+    }
+    ::close(fd);
+    return done == buffer.size();
+}
+
+// Writes `bytes` under a temporary name, syncs, replaces `path` by unlink and rename (optionally
+// syncing the directory after it), then reads the file back.
+bool rawReplaceAndRead(const QByteArray& bytes, const char* path, const char* tmp, const char* dir,
+                       std::vector<char>& buffer)
+{
+    const int fd = ::open(tmp, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
+    if (fd < 0)
+        return false;
+    const bool written = writeAll(fd, bytes.constData(), size_t(bytes.size())) && ::fsync(fd) == 0;
+    ::close(fd);
+    if (!written)
+        return false;
+    ::unlink(path);
+    if (::rename(tmp, path) != 0)
+        return false;
+    if (dir) {
+        const int dirFd = ::open(dir, O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+        const bool synced = dirFd >= 0 && ::fsync(dirFd) == 0;
+        if (dirFd >= 0)
+            ::close(dirFd);
+        if (!synced)
+            return false;
+    }
+    return readBack(path, buffer);
+}
+
+void rawBenchmark(benchmark::State& state, bool syncDirectory)
+{
+    const QByteArray bytes = mailFileBytes(makeBody(state.range(0)), makeHeader().get());
+    const QByteArray path = QFile::encodeName(benchFile("raw.mms"));
+    const QByteArray tmp = path + ".tmp";
+    const QByteArray dir = QFile::encodeName(benchDirectory);
+    std::vector<char> buffer;
+    for (auto _ : state) {
+        if (!rawReplaceAndRead(bytes, path.constData(), tmp.constData(),
+                               syncDirectory ? dir.constData() : nullptr, buffer)) {
+            state.SkipWithError("raw write or read failed");
+            break;
+        }
+        benchmark::DoNotOptimize(buffer.data());
+    }
+    state.SetBytesProcessed(state.iterations() * state.range(0));
+    ::unlink(path.constData());
+}
+
+void BM_RawPosix_WriteRead(benchmark::State& state)
+{
+    rawBenchmark(state, false);
+}
+
+void BM_RawPosix_Read(benchmark::State& state)
+{
+    const QByteArray bytes = mailFileBytes(makeBody(state.range(0)), makeHeader().get());
+    const QString path = benchFile("raw.mms");
+    QFile file(path);
+    if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size())
+        state.SkipWithError("cannot write the file to read");
+    file.close();
+    const QByteArray name = QFile::encodeName(path);
+    std::vector<char> buffer;
+    for (auto _ : state) {
+        if (!readBack(name.constData(), buffer)) {
+            state.SkipWithError("read failed");
+            break;
+        }
+        benchmark::DoNotOptimize(buffer.data());
+    }
+    state.SetBytesProcessed(state.iterations() * state.range(0));
+    file.remove();
+}
+void BM_RawPosix_WriteReadDirSync(benchmark::State& state)
+{
+    rawBenchmark(state, true);
+}
+
+void BM_Header_Serialize(benchmark::State& state)
+{
+    const std::unique_ptr<MMS_UTIL_MsgHeaderBase> header = makeHeader();
+    MMS_UTIL_MailFile file(benchFile("unused.mms"));
+    file.header = header.get();
+    for (auto _ : state) {
+        QBuffer buffer;
+        buffer.open(QIODevice::WriteOnly);
+        QTextStream stream(&buffer);
+        stream.setEncoding(QStringConverter::Utf8);
+        if (!file.serializeMsgHeaderTo(stream)) {
+            state.SkipWithError("serializeMsgHeaderTo failed");
+            break;
+        }
+        stream.flush();
+        benchmark::DoNotOptimize(buffer.data().constData());
+    }
+    file.header = nullptr;
+}
+
+void BM_Header_Read(benchmark::State& state)
+{
+    const std::unique_ptr<MMS_UTIL_MsgHeaderBase> written = makeHeader();
+    MMS_UTIL_MailFile file(benchFile("unused.mms"));
+    QBuffer block;
+    block.open(QIODevice::WriteOnly);
+    {
+        QTextStream stream(&block);
+        stream.setEncoding(QStringConverter::Utf8);
+        file.header = written.get();
+        file.serializeMsgHeaderTo(stream);
+        file.header = nullptr;
+    }
+    const QByteArray text = block.data();
+    for (auto _ : state) {
+        QBuffer buffer;
+        buffer.setData(text);
+        buffer.open(QIODevice::ReadOnly);
+        QTextStream stream(&buffer);
+        stream.setEncoding(QStringConverter::Utf8);
+        MMS_UTIL_MsgHeaderBase header;
+        file.readMsgHeaderFrom(stream, &header);
+        benchmark::DoNotOptimize(header.toList.count());
+    }
+}
+
+const std::vector<int64_t> kBodySizes{1024, 100 * 1024, 300 * 1024, 600 * 1024};
+
+BENCHMARK(BM_MailFile_WriteLoad)
+    ->ArgsProduct({kBodySizes})
+    ->UseRealTime()
+    ->Unit(benchmark::kMicrosecond);
+BENCHMARK(BM_RawPosix_WriteRead)
+    ->ArgsProduct({kBodySizes})
+    ->UseRealTime()
+    ->Unit(benchmark::kMicrosecond);
+BENCHMARK(BM_RawPosix_WriteReadDirSync)
+    ->ArgsProduct({kBodySizes})
+    ->UseRealTime()
+    ->Unit(benchmark::kMicrosecond);
+BENCHMARK(BM_MailFile_Load)
+    ->ArgsProduct({kBodySizes})
+    ->UseRealTime()
+    ->Unit(benchmark::kMicrosecond);
+BENCHMARK(BM_RawPosix_Read)
+    ->ArgsProduct({kBodySizes})
+    ->UseRealTime()
+    ->Unit(benchmark::kMicrosecond);
+BENCHMARK(BM_Header_Serialize)->Unit(benchmark::kMicrosecond);
+BENCHMARK(BM_Header_Read)->Unit(benchmark::kMicrosecond);
+
+bool isTmpfs(const QString& path)
+{
+    struct statfs info;
+    return ::statfs(QFile::encodeName(path).constData(), &info) == 0 && info.f_type == TMPFS_MAGIC;
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    benchmark::Initialize(&argc, argv);
+    if (benchmark::ReportUnrecognizedArguments(argc, argv))
+        return 2;
+    QString base = qEnvironmentVariable("TAVMMS_BENCH_DIR");
+    if (base.isEmpty())
+        base = isTmpfs(QDir::tempPath()) ? QDir::currentPath() : QDir::tempPath();
+    QTemporaryDir directory(base + QStringLiteral("/tavmms-bench-XXXXXX"));
+    if (!directory.isValid()) {
+        std::fprintf(stderr, "bench_mailfile: cannot create a directory under %s\n",
+                     qPrintable(base));
+        return 1;
+    }
+    benchDirectory = directory.path();
+    benchmark::AddCustomContext("bench_dir", benchDirectory.toStdString());
+    benchmark::AddCustomContext("bench_dir_is_tmpfs", isTmpfs(benchDirectory) ? "yes" : "no");
+    benchmark::RunSpecifiedBenchmarks();
+    benchmark::Shutdown();
+    return 0;
+}

@@ -1,0 +1,54 @@
+// Every reader of the mail file on arbitrary file content: none may crash, read out of bounds or
+// leak, whatever the record words and the header text say.
+
+#include <tavmmsutility.h>
+
+#include <QDir>
+#include <QFile>
+#include <QTemporaryDir>
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+
+namespace
+{
+
+// The input goes to a real file, as the readers open files by name; memory-backed when the system
+// has /dev/shm, which keeps each run cheap.
+QString inputPath()
+{
+    static QTemporaryDir dir((QDir(QStringLiteral("/dev/shm")).exists() ? QStringLiteral("/dev/shm")
+                                                                        : QDir::tempPath()) +
+                             QStringLiteral("/fuzz_mailfile-XXXXXX"));
+    return dir.filePath(QStringLiteral("input.mms"));
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
+{
+    static const QString path = inputPath();
+    QFile input(path);
+    if (!input.open(QIODevice::WriteOnly | QIODevice::Truncate))
+        return 0;
+    input.write(reinterpret_cast<const char*>(data), qint64(size));
+    input.close();
+
+    MMS_UTIL_MailFile file(path);
+    file.readMailFileHeader();
+
+    unsigned char* buffer = nullptr;
+    unsigned int length = 0;
+    if (file.readMultipartBody(&buffer, &length) == MMS_UTIL_MAILFILE_OK)
+        delete[] buffer;
+
+    MMS_UTIL_MsgHeaderBase header;
+    file.readMsgHeader(&header);
+
+    // What a load hands out is the caller's, also when the load fails half-way.
+    file.loadMailFile();
+    const std::unique_ptr<MMS_UTIL_MsgHeaderBase> loadedHeader(file.header);
+    const std::unique_ptr<unsigned char[]> loadedBody(file.body);
+    return 0;
+}
