@@ -2,7 +2,8 @@
 //
 // BM_MailFile_WriteLoad/N   writeMailFile() then loadMailFile() of an N-byte body.
 // BM_RawPosix_WriteRead/N   the same file bytes written to a temporary name, fsync, unlink,
-//                           rename, then read back whole: the floor for a durable replacement.
+//                           rename, then read back whole: the floor for a replacement that never
+//                           leaves a torn file.
 // BM_RawPosix_WriteReadDirSync/N  the same plus an fsync of the directory after the rename, so
 //                           that the rename itself is durable too.
 // BM_MailFile_Load/N, BM_RawPosix_Read/N  the reading halves alone (from the page cache), which
@@ -24,6 +25,7 @@
 #include <QTextStream>
 
 #include <cstdio>
+#include <cstdlib>
 #include <fcntl.h>
 #include <linux/magic.h>
 #include <memory>
@@ -35,7 +37,37 @@
 namespace
 {
 
-QString benchDirectory; // set by main() before any benchmark runs
+bool isTmpfs(const QString& path)
+{
+    struct statfs info;
+    return ::statfs(QFile::encodeName(path).constData(), &info) == 0 && info.f_type == TMPFS_MAGIC;
+}
+
+// The directory the benchmarks work in: made on first use, removed at exit.
+const QString& benchDirectory()
+{
+    static const QString base = [] {
+        const QString chosen = qEnvironmentVariable("TAVMMS_BENCH_DIR");
+        if (!chosen.isEmpty())
+            return chosen;
+        return isTmpfs(QDir::tempPath()) ? QDir::currentPath() : QDir::tempPath();
+    }();
+    static const QTemporaryDir directory(base + QStringLiteral("/tavmms-bench-XXXXXX"));
+    if (!directory.isValid()) {
+        std::fprintf(stderr, "bench_mailfile: cannot create a directory under %s\n",
+                     qPrintable(base));
+        std::exit(1);
+    }
+    static const QString path = directory.path();
+    return path;
+}
+
+// Named among the context lines on top of the report, which are gathered before main() runs.
+[[maybe_unused]] const bool contextAdded = [] {
+    benchmark::AddCustomContext("bench_dir", benchDirectory().toStdString());
+    benchmark::AddCustomContext("bench_dir_is_tmpfs", isTmpfs(benchDirectory()) ? "yes" : "no");
+    return true;
+}();
 
 // A header as the composer fills it for an ordinary message.
 std::unique_ptr<MMS_UTIL_MsgHeaderBase> makeHeader()
@@ -78,7 +110,7 @@ QByteArray makeBody(qsizetype size)
 
 QString benchFile(const char* name)
 {
-    return benchDirectory + QLatin1Char('/') + QLatin1String(name);
+    return benchDirectory() + QLatin1Char('/') + QLatin1String(name);
 }
 
 // Loads `path` and releases what the load handed out; false when it failed.
@@ -203,7 +235,7 @@ void rawBenchmark(benchmark::State& state, bool syncDirectory)
     const QByteArray bytes = mailFileBytes(makeBody(state.range(0)), makeHeader().get());
     const QByteArray path = QFile::encodeName(benchFile("raw.mms"));
     const QByteArray tmp = path + ".tmp";
-    const QByteArray dir = QFile::encodeName(benchDirectory);
+    const QByteArray dir = QFile::encodeName(benchDirectory());
     std::vector<char> buffer;
     for (auto _ : state) {
         if (!rawReplaceAndRead(bytes, path.constData(), tmp.constData(),
@@ -318,32 +350,6 @@ BENCHMARK(BM_RawPosix_Read)
 BENCHMARK(BM_Header_Serialize)->Unit(benchmark::kMicrosecond);
 BENCHMARK(BM_Header_Read)->Unit(benchmark::kMicrosecond);
 
-bool isTmpfs(const QString& path)
-{
-    struct statfs info;
-    return ::statfs(QFile::encodeName(path).constData(), &info) == 0 && info.f_type == TMPFS_MAGIC;
-}
-
 } // namespace
 
-int main(int argc, char** argv)
-{
-    benchmark::Initialize(&argc, argv);
-    if (benchmark::ReportUnrecognizedArguments(argc, argv))
-        return 2;
-    QString base = qEnvironmentVariable("TAVMMS_BENCH_DIR");
-    if (base.isEmpty())
-        base = isTmpfs(QDir::tempPath()) ? QDir::currentPath() : QDir::tempPath();
-    QTemporaryDir directory(base + QStringLiteral("/tavmms-bench-XXXXXX"));
-    if (!directory.isValid()) {
-        std::fprintf(stderr, "bench_mailfile: cannot create a directory under %s\n",
-                     qPrintable(base));
-        return 1;
-    }
-    benchDirectory = directory.path();
-    benchmark::AddCustomContext("bench_dir", benchDirectory.toStdString());
-    benchmark::AddCustomContext("bench_dir_is_tmpfs", isTmpfs(benchDirectory) ? "yes" : "no");
-    benchmark::RunSpecifiedBenchmarks();
-    benchmark::Shutdown();
-    return 0;
-}
+BENCHMARK_MAIN();
