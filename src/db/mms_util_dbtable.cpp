@@ -20,15 +20,16 @@ template <typename TableCall> int write(TableCall call)
         DB_STRUCT_CloseBind(bind);
         return r;
     }
+    // A failed write ends its transaction through abortTxn(), so that mmsTxn holds no stale handle.
     r = call(bind);
     if (r != DB_OK) {
         DB_STRUCT_CloseBind(bind);
-        DB_TXN_Abort(MMS_UTIL_DBTable::mmsTxn);
+        MMS_UTIL_DBTable::abortTxn();
         return r;
     }
     r = DB_STRUCT_CloseBind(bind);
     if (r != DB_OK) {
-        DB_TXN_Abort(MMS_UTIL_DBTable::mmsTxn);
+        MMS_UTIL_DBTable::abortTxn();
         return r;
     }
     return DB_OK;

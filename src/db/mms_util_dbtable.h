@@ -13,10 +13,10 @@
 // Transactions: add, update and del each begin a write transaction into mmsTxn and leave it
 // open on success; the caller ends it with commitTxn() or abortTxn() before the next write (a
 // write begun while mmsTxn is still open is refused with DB_ERR_TXN_ACTIVE, and the open one is
-// kept). A failed write is aborted before it returns. readRecord and findMsgURI run in a
-// transaction of their own, which may begin while the write transaction is open: they then see
-// the rows that this process has written but not yet committed. Other processes see only
-// committed rows.
+// kept). A failed write is aborted before it returns, and mmsTxn is cleared when that abort
+// succeeded. readRecord and findMsgURI run in a transaction of their own, which may begin while
+// the write transaction is open: they then see the rows that this process has written but not
+// yet committed. Other processes see only committed rows.
 class TAVMMS_EXPORT MMS_UTIL_DBTable
 {
 public:
@@ -34,10 +34,12 @@ public:
     static int update(unsigned int id, MMS_UTIL_DBStruct_T record);
     // Deletes row `id`. The transaction stays open.
     static int del(unsigned int id);
-    // Reads row `id` into `*record`, which is cleared to zero first (and stays so on failure).
+    // Reads row `id` into `*record`, which is cleared to zero just before the fetch (and stays so
+    // when the fetch fails).
     static int readRecord(unsigned int id, MMS_UTIL_DBStruct_T* record);
     // The id of the first row, in URI order, whose mms_fld_msguri_name equals `uri`; -1 (all
-    // bits set) for a null URI, no such row, or any failure.
+    // bits set) for a null URI, no such row, or any failure to look it up. Once the row is found,
+    // a failure to release the lookup or to commit its transaction does not change the answer.
     static unsigned int findMsgURI(char* uri);
     // End the open write transaction; mmsTxn is cleared when that succeeded.
     static int commitTxn();
