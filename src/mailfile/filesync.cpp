@@ -7,9 +7,11 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-namespace tavmms {
+namespace tavmms
+{
 
-namespace {
+namespace
+{
 
 SyncFunction currentSync = &::fsync;
 
@@ -22,7 +24,10 @@ SyncFunction setSyncFunction(SyncFunction function)
     return previous;
 }
 
-int syncDescriptor(int fd) { return currentSync(fd); }
+int syncDescriptor(int fd)
+{
+    return currentSync(fd);
+}
 
 int syncParentDirectory(const QString& path)
 {

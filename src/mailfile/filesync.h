@@ -4,7 +4,8 @@
 #include <QString>
 
 // Flushing written data to stable storage, so that a power cut never leaves a torn mail file.
-namespace tavmms {
+namespace tavmms
+{
 
 using SyncFunction = int (*)(int fd);
 

@@ -15,7 +15,8 @@
 #include <memory>
 #include <new>
 
-namespace {
+namespace
+{
 
 enum KeyIndex {
     kFrom,
@@ -37,10 +38,21 @@ enum KeyIndex {
 
 // The stored spellings, mixed conventions included, are the file format.
 const char* const kKeys[MMS_UTIL_MAILFILE_KEY_COUNT] = {
-    "From:",         "To:",       "CC:",           "BCC:",
-    "Subject:",      "Send_Date:", "Delivery:",    "Expiry:",
-    "Message_ID:",   "Content_Type:", "Priority:", "Sender_Visibility:",
-    "DeliveryReport:", "ReadReplyReport:", "Message_Size:",
+    "From:",
+    "To:",
+    "CC:",
+    "BCC:",
+    "Subject:",
+    "Send_Date:",
+    "Delivery:",
+    "Expiry:",
+    "Message_ID:",
+    "Content_Type:",
+    "Priority:",
+    "Sender_Visibility:",
+    "DeliveryReport:",
+    "ReadReplyReport:",
+    "Message_Size:",
 };
 
 const quint32 kRecordSize = 16;
@@ -49,7 +61,7 @@ const quint32 kRecordSize = 16;
 // for any other, so that the line ends after the key's blank.
 QString dateText(const QDateTime& dateTime)
 {
-    if (dateTime.isNull() || !dateTime.date().isValid() || !dateTime.time().isValid())
+    if (!dateTime.date().isValid() || !dateTime.time().isValid())
         return QString();
     const QDate date = dateTime.date();
     const QLocale c = QLocale::c();
@@ -101,7 +113,8 @@ void valueTextsToHeader(const QString* values, MMS_UTIL_MsgHeaderBase* h)
     h->deliveryTime = MMS_UTIL_Common::stringToTime(values[kDelivery]);
     h->expiry = values[kExpiry].toUInt(nullptr, 10);
     h->messageId = values[kMessageId];
-    const MMS_CONTENT_TYPE_T contentType = MMS_UTIL_Common::stringToContentType(values[kContentType]);
+    const MMS_CONTENT_TYPE_T contentType =
+        MMS_UTIL_Common::stringToContentType(values[kContentType]);
     h->contentType.type = contentType.type;
     h->contentType.subtype = contentType.subtype;
     h->contentType.params = contentType.params;
@@ -151,7 +164,10 @@ private:
     int saved_;
 };
 
-int writeResult(int r) { return r == 0 ? 0 : (errno == ENOSPC ? MMS_UTIL_MAILFILE_NO_SPACE : r); }
+int writeResult(int r)
+{
+    return r == 0 ? 0 : (errno == ENOSPC ? MMS_UTIL_MAILFILE_NO_SPACE : r);
+}
 
 } // namespace
 
@@ -258,7 +274,8 @@ int MMS_UTIL_MailFile::writeMailFile(unsigned char* body, unsigned int len,
 
 int MMS_UTIL_MailFile::writeMultipartBody(unsigned char* body, unsigned int len)
 {
-    // The stored header takes the place of a default one; nothing is made before the load.
+    // loadMailFile puts the stored header here; a default one made beforehand would only be
+    // dropped. After a failed load the member is therefore null, not a header to release.
     header = nullptr;
     int r = loadMailFile();
     if (r != 0)
@@ -306,7 +323,8 @@ int MMS_UTIL_MailFile::saveToMailFile()
     // A failure while writing leaves the ".tmp" file behind; the next save of this name removes it.
     {
         QDataStream out(&file);
-        out << quint32(bodyLength + kRecordSize) << quint32(0) << kRecordSize << quint32(bodyLength);
+        out << quint32(bodyLength + kRecordSize) << quint32(0) << kRecordSize
+            << quint32(bodyLength);
         if (out.status() != QDataStream::Ok || file.error() != QFileDevice::NoError) {
             const ErrnoKeeper keep;
             file.close();
