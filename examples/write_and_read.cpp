@@ -2,6 +2,9 @@
 // recipients.
 //
 //   write_and_read /path/to/1.mms
+//
+// Against an installed library, with CMake (examples/CMakeLists.txt) or with pkg-config:
+//   c++ -std=c++17 -fPIC write_and_read.cpp $(pkg-config --cflags --libs tavmmsutility)
 
 #include <tavmmsutility.h>
 

@@ -31,11 +31,21 @@ QString asClause(QString text)
     return text;
 }
 
+QCommandLineOption helpOption()
+{
+    return QCommandLineOption(QStringList{QStringLiteral("h"), QStringLiteral("help")},
+                              QStringLiteral("Displays this help."));
+}
+
+bool isHelpOption(const QString& argument)
+{
+    return argument == QLatin1String("-h") || argument == QLatin1String("--help");
+}
+
 std::optional<int> parse(QCommandLineParser& parser, const Command& command,
                          const QStringList& arguments, int minimum, int maximum)
 {
-    const QCommandLineOption help(QStringList{QStringLiteral("h"), QStringLiteral("help")},
-                                  QStringLiteral("Displays this help."));
+    const QCommandLineOption help = helpOption();
     parser.addOption(help);
     parser.setApplicationDescription(command.summary);
     // The parser skips the first element, which would be the program's path.

@@ -11,6 +11,7 @@
 #include <optional>
 
 class QByteArray;
+class QCommandLineOption;
 class QCommandLineParser;
 class QTextStream;
 
@@ -32,6 +33,10 @@ struct Command {
     QString summary; // one line, shown in the command lists and on top of the command's help
     Runner run;
 };
+
+// -h, --help, which every command and group takes.
+QCommandLineOption helpOption();
+bool isHelpOption(const QString& argument);
 
 // Adds --help and the usage line to `parser`, then parses `arguments`. Returns an exit code when
 // the command must stop here (help was printed, or the command line is wrong and was reported),

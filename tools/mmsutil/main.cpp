@@ -23,18 +23,13 @@ QString firstWord(const QString& name)
     return name.section(QLatin1Char(' '), 0, 0);
 }
 
-bool isHelp(const QString& argument)
-{
-    return argument == QLatin1String("--help") || argument == QLatin1String("-h");
-}
-
 // The words name a group but no command of it: prints the group's help, or reports the mistake.
 int runGroup(const QString& group, const QList<cli::Command>& members, const QStringList& words)
 {
     QStringList names;
     for (const cli::Command& command : members)
         names << command.name.section(QLatin1Char(' '), 1);
-    if (words.size() > 1 && isHelp(words.at(1))) {
+    if (words.size() > 1 && cli::isHelpOption(words.at(1))) {
         cli::out() << QStringLiteral("Usage: mmsutil %1 <command> [options] [arguments]\n\n"
                                      "Commands:\n%2\n"
                                      "'mmsutil %1 <command> --help' describes a command.\n")
@@ -74,8 +69,7 @@ int run(const QStringList& arguments)
         QStringLiteral("Reads and writes the files of the MMS utility library.\n\nCommands:\n") +
         cli::commandTable(allCommands()) +
         QStringLiteral("\n'mmsutil <command> --help' describes a command."));
-    const QCommandLineOption help(QStringList{QStringLiteral("h"), QStringLiteral("help")},
-                                  QStringLiteral("Displays this help."));
+    const QCommandLineOption help = cli::helpOption();
     const QCommandLineOption version(QStringList{QStringLiteral("v"), QStringLiteral("version")},
                                      QStringLiteral("Displays the version."));
     parser.addOptions({help, version});
