@@ -8,12 +8,14 @@
 #include <QFile>
 #include <QFileDevice>
 #include <QLocale>
+#include <QStringEncoder>
 #include <QTextStream>
 
 #include <cerrno>
 #include <cstdio>
 #include <memory>
 #include <new>
+#include <unistd.h>
 
 namespace
 {
@@ -314,8 +316,7 @@ int MMS_UTIL_MailFile::saveToMailFile()
         return 1;
     }
     const QString tmpName = fileName + QStringLiteral(".tmp");
-    if (QFile::exists(tmpName))
-        QFile::remove(tmpName);
+    QFile::remove(tmpName); // a leftover of an interrupted save
     QFile file(tmpName);
     if (!file.open(QIODevice::WriteOnly))
         return 1;
@@ -362,8 +363,9 @@ int MMS_UTIL_MailFile::saveToMailFile()
         return 1;
     }
 
-    // Remove, then rename: readers that look for the ".tmp" file rely on this order.
-    if (QFile::exists(fileName) && !QFile::remove(fileName)) {
+    // Remove, then rename, as mail files have always been replaced: a save cut short between the
+    // two leaves only the complete ".tmp" file, already synced, to be renamed into place.
+    if (::unlink(QFile::encodeName(fileName).constData()) != 0 && errno != ENOENT) {
         const ErrnoKeeper keep;
         QFile::remove(tmpName);
         return 1;
@@ -384,18 +386,19 @@ bool MMS_UTIL_MailFile::serializeMsgHeaderTo(QTextStream& stream)
     if (!header || !device)
         return false;
     headerToValueTexts(*header, valueTexts);
-    stream << "\n";
+    // Line ends are encoded as the stream encodes text; the lines themselves go out as raw UTF-8,
+    // whatever the stream's own encoder would make of them. Each line is one write.
+    const QByteArray lineEnd = QStringEncoder(stream.encoding()).encode(QStringView(u"\n"));
+    stream.flush();             // what the caller wrote before comes first
+    QByteArray chunk = lineEnd; // the block opens with an empty line
     for (int i = 0; i < MMS_UTIL_MAILFILE_KEY_COUNT; ++i) {
-        // The line goes out as raw UTF-8, whatever the stream's own encoder would make of it;
-        // it is cut at a U+0000, as the text is written zero-terminated.
-        QByteArray line = (keyTexts[i] + QLatin1Char(' ') + valueTexts[i]).toUtf8();
-        line.truncate(qsizetype(qstrlen(line.constData())));
-        stream.flush();
-        const bool written = writeAll(*device, line.constData(), line.size());
-        stream << "\n";
-        stream.flush();
-        if (!written || deviceFailed(stream))
+        // A U+0000 cuts the line there, as the text is written zero-terminated.
+        const QByteArray line = (keyTexts[i] + QLatin1Char(' ') + valueTexts[i]).toUtf8();
+        chunk += QByteArrayView(line.constData(), qsizetype(qstrlen(line.constData())));
+        chunk += lineEnd;
+        if (!writeAll(*device, chunk.constData(), chunk.size()) || deviceFailed(stream))
             return false;
+        chunk.clear();
     }
     return true;
 }
