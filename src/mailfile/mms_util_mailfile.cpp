@@ -142,6 +142,15 @@ bool writeAll(QIODevice& device, const char* data, qint64 size)
     return device.write(data, size) == size;
 }
 
+// The 16-byte record from the file's current position; words past the end read as 0.
+MMS_UTIL_MAILFILE_HEADER_T readRecordFrom(QFile& file)
+{
+    MMS_UTIL_MAILFILE_HEADER_T record{0, 0, 0, 0};
+    QDataStream in(&file);
+    in >> record.headerTextOffset >> record.reserved >> record.bodyOffset >> record.bodyLength;
+    return record;
+}
+
 // Opens `file` read-only when it exists; the readers fail alike on both counts.
 bool openExisting(QFile& file)
 {
@@ -184,13 +193,10 @@ MMS_UTIL_MailFile::~MMS_UTIL_MailFile() = default;
 
 MMS_UTIL_MAILFILE_HEADER_T MMS_UTIL_MailFile::readMailFileHeader()
 {
-    MMS_UTIL_MAILFILE_HEADER_T record{0, 0, 0, 0};
     QFile file(fileName);
     if (!file.open(QIODevice::ReadOnly))
-        return record;
-    QDataStream in(&file);
-    in >> record.headerTextOffset >> record.reserved >> record.bodyOffset >> record.bodyLength;
-    return record;
+        return MMS_UTIL_MAILFILE_HEADER_T{0, 0, 0, 0};
+    return readRecordFrom(file);
 }
 
 int MMS_UTIL_MailFile::readMultipartBody(unsigned char** buf, unsigned int* len)
@@ -201,10 +207,9 @@ int MMS_UTIL_MailFile::readMultipartBody(unsigned char** buf, unsigned int* len)
     if (!openExisting(file))
         return 1;
     const qint64 size = file.size();
-    quint32 headerTextOffset = 0, reserved = 0, bodyOffset = 0;
-    QDataStream in(&file);
-    in >> headerTextOffset >> reserved >> bodyOffset >> *len;
-    if (!(bodyOffset < size && *len < size && *len != 0))
+    const MMS_UTIL_MAILFILE_HEADER_T record = readRecordFrom(file);
+    *len = record.bodyLength;
+    if (!(record.bodyOffset < size && *len < size && *len != 0))
         return 1;
     std::unique_ptr<unsigned char[]> buffer(new (std::nothrow) unsigned char[*len]);
     if (!buffer)
@@ -242,10 +247,10 @@ int MMS_UTIL_MailFile::loadMailFile()
     if (!openExisting(file))
         return 1;
     const qint64 size = file.size();
-    quint32 headerTextOffset = 0, reserved = 0, bodyOffset = 0;
-    QDataStream in(&file);
-    in >> headerTextOffset >> reserved >> bodyOffset >> bodyLength;
-    if (!(bodyOffset < size && bodyLength < size && headerTextOffset < size && reserved < size))
+    const MMS_UTIL_MAILFILE_HEADER_T record = readRecordFrom(file);
+    bodyLength = record.bodyLength;
+    if (!(record.bodyOffset < size && bodyLength < size && record.headerTextOffset < size &&
+          record.reserved < size))
         return 1;
     // Zero-filled, since a short read is not looked at here: the body then ends in zeros.
     body = new unsigned char[bodyLength]();
