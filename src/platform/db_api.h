@@ -63,7 +63,9 @@ typedef struct DB_BIND_T {
 // Returns the binding array and writes its entry count.
 typedef const DB_BIND_T* (*DB_BIND_FUNC_T)(unsigned int* count);
 
-// The device's database, opened once per process; null when it cannot be opened.
+// The device's database, opened once per process; null when it cannot be opened. Given that null,
+// DB_TABLE_Create and DB_TABLE_Open answer why (DB_ERR_CORRUPT, DB_ERR_READ_ONLY,
+// DB_ERR_CANT_OPEN, ...), as DB_TXN_Begin does.
 TAVPLATFORM_EXPORT void* DB_DB_GetNativeDB(void);
 // Non-zero when the table exists.
 TAVPLATFORM_EXPORT int DB_DB_CheckTableExist(void* db, const char* table);
@@ -81,8 +83,12 @@ TAVPLATFORM_EXPORT int DB_STRUCT_CloseBind(void* handle);
 // Begins a transaction into `*txn`. `flags` must be 0. Refused with DB_ERR_TXN_ACTIVE, leaving
 // `*txn` as it is, when `*txn` already holds an open transaction: its changes would be lost.
 TAVPLATFORM_EXPORT int DB_TXN_Begin(void** txn, int flags);
+// Ends the innermost transaction. One that fails to commit stays for DB_TXN_Abort to end.
 TAVPLATFORM_EXPORT int DB_TXN_Commit(void* txn);
 TAVPLATFORM_EXPORT int DB_TXN_Abort(void* txn);
+// After some failures (a full disk, an I/O error) the engine rolls the whole transaction back by
+// itself: every call on it but DB_TXN_Abort, and DB_TXN_Begin of a nested one, then gives
+// DB_ERR_TXN_ROLLED_BACK, so that no later change is kept outside the transaction.
 
 // Record operations. Texts are read from the record up to their terminator (or the field's
 // end). On fetch the record's bound fields are written: a text too long for its field is cut so

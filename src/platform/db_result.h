@@ -22,6 +22,8 @@ enum {
     DB_ERR_READ_ONLY = 16,       // the database file or its directory is not writable
     DB_ERR_ID_EXHAUSTED = 17,    // no record id is left below 2^32
     DB_ERR_INTERNAL = 18,        // any other failure of the engine
+    DB_ERR_TXN_ROLLED_BACK = 19, // the engine rolled the transaction back after a failure (a full
+                                 // disk, an I/O error); DB_TXN_Abort is all that is left to do
 };
 
 #endif

@@ -13,21 +13,27 @@ namespace tavplatform
 namespace
 {
 
+// Empty when there is no place to put it: no variable set, and no home.
 QString configuredDirectory()
 {
     if (const char* dir = std::getenv("TAV_PLATFORM_DIR"); dir && *dir)
         return QFile::decodeName(dir);
-    if (const char* data = std::getenv("XDG_DATA_HOME"); data && *data)
+    // A relative data home is not a valid one; the desktop conventions say to ignore it.
+    if (const char* data = std::getenv("XDG_DATA_HOME"); data && *data == '/')
         return QFile::decodeName(data) + QStringLiteral("/tavmms");
-    const char* home = std::getenv("HOME");
-    return QFile::decodeName(home ? home : "") + QStringLiteral("/.local/share/tavmms");
+    if (const char* home = std::getenv("HOME"); home && *home)
+        return QFile::decodeName(home) + QStringLiteral("/.local/share/tavmms");
+    return QString();
 }
 
 } // namespace
 
 QString platformDirectory()
 {
-    const QString dir = QDir::cleanPath(configuredDirectory());
+    const QString configured = configuredDirectory();
+    if (configured.isEmpty())
+        return QString();
+    const QString dir = QDir::cleanPath(configured);
     if (QDir(dir).exists())
         return dir;
     // Parents are made as usual; the directory itself is private to its owner.

@@ -9,8 +9,9 @@ namespace tavplatform
 {
 
 // The one directory in which the platform services keep their data: $TAV_PLATFORM_DIR when set,
-// else $XDG_DATA_HOME/tavmms (by default ~/.local/share/tavmms). It is created on first use with
-// mode 0700; the result has no trailing "/" and is empty when the directory cannot be made.
+// else $XDG_DATA_HOME/tavmms when that is an absolute path, else $HOME/.local/share/tavmms. It is
+// created on first use with mode 0700; an existing one is kept as it is. The result has no
+// trailing "/" and is empty when the directory cannot be made (or there is no home to put it in).
 TAVPLATFORM_EXPORT QString platformDirectory();
 
 } // namespace tavplatform

@@ -2,11 +2,35 @@
 #include "sqlconnection.h"
 
 #include <QFile>
+#include <QFileInfo>
 
 #include <sqlite3.h>
 
+#include <cerrno>
+#include <unistd.h>
+
 namespace tavplatform::sql
 {
+
+namespace
+{
+
+// The status for a failure to open the database at `path`. The engine says only that it could not
+// open a file (the database, or the journal beside it), and it tries other ways before giving up,
+// so its last system error is of no help; a directory that may not be written is told apart from
+// a missing one here.
+Status openFailure(int code, const QString& path)
+{
+    const Status status = Connection::statusOf(code);
+    if (status != Status::CantOpen)
+        return status;
+    const QByteArray directory = QFile::encodeName(QFileInfo(path).absolutePath());
+    if (::access(directory.constData(), W_OK) != 0 && (errno == EROFS || errno == EACCES))
+        return Status::ReadOnly;
+    return status;
+}
+
+} // namespace
 
 Status Connection::statusOf(int code)
 {
@@ -101,18 +125,27 @@ std::unique_ptr<Connection> Connection::open(const QString& path, Status* status
     const int flags = SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_NOMUTEX;
     const int rc = sqlite3_open_v2(QFile::encodeName(path).constData(), &db, flags, nullptr);
     std::unique_ptr<Connection> connection(db ? new Connection(db) : nullptr);
-    *status = statusOf(rc);
-    if (rc != SQLITE_OK)
+    if (rc != SQLITE_OK) {
+        *status = openFailure(rc, path);
         return nullptr;
+    }
+    // The engine falls back to reading a file it may not write; this connection is for writing.
+    if (sqlite3_db_readonly(db, "main") == 1) {
+        *status = Status::ReadOnly;
+        return nullptr;
+    }
     sqlite3_extended_result_codes(db, 1);
     sqlite3_busy_timeout(db, busyTimeoutMs);
     // WAL lets readers in other processes go on while one writes; FULL makes a commit survive a
     // power cut, not only a crash of the process.
     for (const char* pragma : {"PRAGMA journal_mode=WAL", "PRAGMA synchronous=FULL"}) {
-        *status = connection->exec(pragma);
-        if (*status != Status::Ok)
+        if (const int code = sqlite3_exec(db, pragma, nullptr, nullptr, nullptr);
+            code != SQLITE_OK) {
+            *status = openFailure(code, path);
             return nullptr;
+        }
     }
+    *status = Status::Ok;
     return connection;
 }
 

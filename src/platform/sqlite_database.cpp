@@ -32,7 +32,9 @@ const char kInsertSchemaField[] =
 
 // Schemas longer than this are taken as missing their terminating entry.
 const int kMaxSchemaFields = 1024;
-const qint64 kMaxRecordId = 0xFFFFFFFFLL;
+// All bits set is what lookups answer for "no record" (MMS_UTIL_DBTable::findMsgURI among them),
+// so no record may have that id.
+const qint64 kMaxRecordId = 0xFFFFFFFELL;
 
 struct Field {
     QByteArray name;
@@ -68,6 +70,15 @@ struct Bind {
     std::string insertSql;
     std::string updateSql;
     std::string selectSql;
+
+    int boundIndex(const QByteArray& field) const
+    {
+        for (size_t i = 0; i < fields.size(); ++i) {
+            if (fields[i].name == field)
+                return int(i);
+        }
+        return -1;
+    }
 };
 
 struct Txn {
@@ -259,7 +270,7 @@ struct SqliteDatabase::Impl {
     QString path;
     int busyTimeoutMs;
     std::unique_ptr<sql::Connection> connection;
-    quintptr serial = 0x7a00;
+    int openFailure = DB_OK; // why the file could not be opened, when it could not
     std::map<void*, Table> tables;
     std::map<void*, Bind> binds;
     std::map<void*, Txn> txns;
@@ -267,13 +278,27 @@ struct SqliteDatabase::Impl {
     std::map<void*, Cursor> cursors;
     std::map<void*, Term> terms;
 
-    // Handles are serial numbers, never addresses, and never reused: a stale or forged handle is
-    // simply not found.
-    void* newHandle() { return reinterpret_cast<void*>(++serial); }
+    // Handles are serial numbers, never addresses, and never reused within the process, not even
+    // by another database object: a stale, forged or foreign handle is simply not found.
+    static void* newHandle()
+    {
+        static quintptr serial = 0x7a00;
+        return reinterpret_cast<void*>(++serial);
+    }
 
     void* dbHandle() { return this; }
 
     bool isDb(void* db) { return db && db == dbHandle() && connection; }
+
+    // The result for a database handle that is not this open database. A null one is what
+    // DB_DB_GetNativeDB gave when the file could not be opened: the reason is more use to the
+    // caller than the null.
+    int badDb(void* db) const
+    {
+        if (db)
+            return DB_ERR_INVALID_HANDLE;
+        return openFailure ? openFailure : DB_ERR_NULL_HANDLE;
+    }
 
     sql::Statement* statement(const std::string& text, int* result)
     {
@@ -320,7 +345,8 @@ struct SqliteDatabase::Impl {
             if (index < 0)
                 return DB_ERR_BIND_MISMATCH;
             const Field& field = table.fields[size_t(index)];
-            if (typeOfBindCode(entry.code) != field.type || entry.size != field.size)
+            if (typeOfBindCode(entry.code) != field.type || entry.size != field.size ||
+                bind.boundIndex(field.name) >= 0)
                 return DB_ERR_BIND_MISMATCH;
             bind.fields.push_back({field.name, entry.code, entry.offset, entry.size});
             const std::string column = quoted(field.name);
@@ -345,8 +371,15 @@ struct SqliteDatabase::Impl {
             return DB_ERR_NULL_HANDLE;
         if (!txns.count(txn))
             return DB_ERR_INVALID_HANDLE;
-        return txnStack.back() == txn ? DB_OK : DB_ERR_TXN_ORDER;
+        if (txnStack.back() != txn)
+            return DB_ERR_TXN_ORDER;
+        return rolledBack() ? DB_ERR_TXN_ROLLED_BACK : DB_OK;
     }
+
+    // The engine rolls a whole transaction back by itself after some failures (a full disk, an
+    // I/O error). Its handles then stand for nothing: a statement run through them would be
+    // committed on its own at once.
+    bool rolledBack() const { return !txnStack.empty() && !connection->inTransaction(); }
 
     // Checks shared by the record operations; the bind must describe the same table.
     int checkRecordCall(void* txn, void* table, void* bind, Table** t, Bind** b)
@@ -380,6 +413,49 @@ struct SqliteDatabase::Impl {
         return connection->changes() ? DB_OK : DB_ERR_NOT_FOUND;
     }
 
+    // Makes the table, its indexes and its schema rows, all or nothing.
+    int createTable(const Table& table)
+    {
+        // Ids come from AUTOINCREMENT so that an id is never given twice, even after a delete: mail
+        // files are named after them.
+        std::string create =
+            "CREATE TABLE " + quoted(table.name) + " (id INTEGER PRIMARY KEY AUTOINCREMENT";
+        for (const Field& field : table.fields)
+            create += ", " + quoted(field.name) + (isTextType(field.type) ? " TEXT" : " INTEGER");
+        create += ")";
+
+        sql::ScopedTransaction transaction(*connection);
+        if (const Status status = transaction.begin(); status != Status::Ok)
+            return resultOf(status);
+        if (const Status status = connection->exec(create.c_str()); status != Status::Ok)
+            return resultOf(status);
+        for (size_t i = 0; i < table.fields.size(); ++i) {
+            const Field& field = table.fields[i];
+            if (field.flag == 1) {
+                // ':' is in no plain name, so no two tables' index names can meet.
+                const std::string index =
+                    "CREATE INDEX " + quoted("tav_index:" + table.name + ":" + field.name) +
+                    " ON " + quoted(table.name) + " (" + quoted(field.name) + ", id)";
+                if (const Status status = connection->exec(index.c_str()); status != Status::Ok)
+                    return resultOf(status);
+            }
+            int result;
+            sql::Statement* s = statement(kInsertSchemaField, &result);
+            if (!s)
+                return result;
+            sql::StatementUse use(*s);
+            use->bindText(1, table.name);
+            use->bindInt(2, qint64(i));
+            use->bindText(3, field.name);
+            use->bindInt(4, field.size);
+            use->bindInt(5, field.type);
+            use->bindInt(6, field.flag);
+            if (const Status status = use->step(); status != Status::Ok)
+                return resultOf(status);
+        }
+        return resultOf(transaction.commit());
+    }
+
     void endTxn(void* txn)
     {
         txns.erase(txn);
@@ -408,11 +484,16 @@ SqliteDatabase::~SqliteDatabase()
 
 void* SqliteDatabase::getNativeDB()
 {
-    if (!d->connection && !d->path.isEmpty()) {
-        Status status;
-        auto connection = sql::Connection::open(d->path, &status, d->busyTimeoutMs);
-        if (connection && connection->exec(kCreateSchemaTable) == Status::Ok)
+    if (!d->connection) {
+        Status status = Status::CantOpen;
+        std::unique_ptr<sql::Connection> connection;
+        if (!d->path.isEmpty())
+            connection = sql::Connection::open(d->path, &status, d->busyTimeoutMs);
+        if (connection)
+            status = connection->exec(kCreateSchemaTable);
+        if (status == Status::Ok)
             d->connection = std::move(connection);
+        d->openFailure = resultOf(status);
     }
     return d->connection ? d->dbHandle() : nullptr;
 }
@@ -432,10 +513,10 @@ int SqliteDatabase::checkTableExist(void* db, const char* table)
 
 int SqliteDatabase::tableCreate(void* db, const char* table, const DB_SCHEMA_T* schema)
 {
-    if (!db || !table || !schema)
-        return DB_ERR_NULL_HANDLE;
     if (!d->isDb(db))
-        return DB_ERR_INVALID_HANDLE;
+        return d->badDb(db);
+    if (!table || !schema)
+        return DB_ERR_NULL_HANDLE;
     const QByteArray name(table);
     if (!isPlainName(name))
         return DB_ERR_INVALID_ARGUMENT;
@@ -456,49 +537,19 @@ int SqliteDatabase::tableCreate(void* db, const char* table, const DB_SCHEMA_T* 
     if (parsed.fields.empty())
         return DB_ERR_INVALID_ARGUMENT;
 
-    // Ids come from AUTOINCREMENT so that an id is never given twice, even after a delete: mail
-    // files are named after them.
-    std::string create = "CREATE TABLE " + quoted(name) + " (id INTEGER PRIMARY KEY AUTOINCREMENT";
-    for (const Field& field : parsed.fields)
-        create += ", " + quoted(field.name) + (isTextType(field.type) ? " TEXT" : " INTEGER");
-    create += ")";
-
-    sql::ScopedTransaction transaction(*d->connection);
-    if (const Status status = transaction.begin(); status != Status::Ok)
-        return resultOf(status);
-    if (const Status status = d->connection->exec(create.c_str()); status != Status::Ok)
-        return resultOf(status);
-    for (size_t i = 0; i < parsed.fields.size(); ++i) {
-        const Field& field = parsed.fields[i];
-        if (field.flag == 1) {
-            const std::string index = "CREATE INDEX " + quoted(name + "__" + field.name) + " ON " +
-                                      quoted(name) + " (" + quoted(field.name) + ", id)";
-            if (const Status status = d->connection->exec(index.c_str()); status != Status::Ok)
-                return resultOf(status);
-        }
-        int result;
-        sql::Statement* s = d->statement(kInsertSchemaField, &result);
-        if (!s)
-            return result;
-        sql::StatementUse use(*s);
-        use->bindText(1, name);
-        use->bindInt(2, qint64(i));
-        use->bindText(3, field.name);
-        use->bindInt(4, field.size);
-        use->bindInt(5, field.type);
-        use->bindInt(6, field.flag);
-        if (const Status status = use->step(); status != Status::Ok)
-            return resultOf(status);
-    }
-    return resultOf(transaction.commit());
+    const int result = d->createTable(parsed);
+    // Another process may have made the same table since the check above.
+    if (result != DB_OK && checkTableExist(db, table))
+        return DB_ERR_TABLE_EXISTS;
+    return result;
 }
 
 int SqliteDatabase::tableOpen(void* db, void** table, const char* name)
 {
-    if (!db || !table || !name)
-        return DB_ERR_NULL_HANDLE;
     if (!d->isDb(db))
-        return DB_ERR_INVALID_HANDLE;
+        return d->badDb(db);
+    if (!table || !name)
+        return DB_ERR_NULL_HANDLE;
     Table loaded;
     if (const int result = d->loadTable(QByteArray(name), &loaded))
         return result;
@@ -551,7 +602,9 @@ int SqliteDatabase::txnBegin(void** txn, int flags)
     if (d->txns.count(*txn))
         return DB_ERR_TXN_ACTIVE;
     if (!getNativeDB())
-        return DB_ERR_CANT_OPEN;
+        return d->openFailure;
+    if (d->rolledBack())
+        return DB_ERR_TXN_ROLLED_BACK;
     void* handle = d->newHandle();
     Txn entry{int(d->txnStack.size()), {}};
     Status status;
@@ -577,20 +630,23 @@ int SqliteDatabase::txnCommit(void* txn)
     const Status status = entry.depth == 0
                               ? d->connection->exec("COMMIT")
                               : d->connection->exec(("RELEASE " + entry.savepoint).constData());
-    // A failed COMMIT may have rolled the transaction back already; then it is over.
-    if (status == Status::Ok || (entry.depth == 0 && !d->connection->inTransaction()))
+    // A transaction that failed to commit is left for DB_TXN_Abort to end, whether or not the
+    // engine has rolled it back already.
+    if (status == Status::Ok)
         d->endTxn(txn);
     return resultOf(status);
 }
 
 int SqliteDatabase::txnAbort(void* txn)
 {
-    if (const int r = d->checkCurrentTxn(txn))
+    if (const int r = d->checkCurrentTxn(txn); r != DB_OK && r != DB_ERR_TXN_ROLLED_BACK)
         return r;
     const Txn& entry = d->txns.at(txn);
-    Status status;
-    if (entry.depth == 0) {
-        status = d->connection->inTransaction() ? d->connection->exec("ROLLBACK") : Status::Ok;
+    Status status = Status::Ok;
+    if (d->rolledBack()) {
+        // The engine has undone everything already.
+    } else if (entry.depth == 0) {
+        status = d->connection->exec("ROLLBACK");
     } else {
         status = d->connection->exec(("ROLLBACK TO " + entry.savepoint).constData());
         if (status == Status::Ok)
