@@ -1,0 +1,80 @@
+#ifndef TAVPLATFORM_SETTINGS_SERVICE_H
+#define TAVPLATFORM_SETTINGS_SERVICE_H
+
+#include "platform_global.h"
+#include "service_slot.h"
+
+#include <QMap>
+#include <QString>
+
+namespace tavplatform
+{
+
+// The settings store behind SETUP_SET_Manager: grouped, typed key/value pairs shared by every
+// application of the device. Group and key names are arbitrary text.
+//
+// Values are kept as text, so a value written through one typed form reads through another: an
+// int 0 reads as false and any other int as true; text that is not a number reads as the
+// default. Readers return true when the key was there (and `value` now holds it), false when the
+// default was used. Writers return true once the value is stored durably; on failure they return
+// false with errno set (ENOSPC when the storage is full).
+class TAVPLATFORM_EXPORT SettingsStoreService
+{
+public:
+    virtual ~SettingsStoreService();
+
+    // Called as a SETUP_SET_Manager is made and destroyed: which application opens the store and
+    // whether it means to write (a hint; writes are accepted either way).
+    virtual void open(int app, bool forWriting) = 0;
+    virtual void close() = 0;
+
+    virtual bool readText(const QString& group, const QString& key, QString& value,
+                          const QString& defaultValue, bool option) = 0;
+    virtual bool readBool(const QString& group, const QString& key, bool& value,
+                          bool defaultValue) = 0;
+    virtual bool readInt(const QString& group, const QString& key, int& value,
+                         int defaultValue) = 0;
+    virtual bool readUInt(const QString& group, const QString& key, unsigned int& value,
+                          unsigned int defaultValue) = 0;
+
+    virtual bool writeText(const QString& group, const QString& key, const QString& value,
+                           bool option) = 0;
+    virtual bool writeBool(const QString& group, const QString& key, bool value) = 0;
+    virtual bool writeInt(const QString& group, const QString& key, int value) = 0;
+    virtual bool writeUInt(const QString& group, const QString& key, unsigned int value) = 0;
+
+    // The group's entries, key to value text, in QMap order (by UTF-16 code units).
+    virtual QMap<QString, QString> entries(const QString& group) = 0;
+    // True when the key (the group) is gone afterwards, also when it was not there.
+    virtual bool removeEntry(const QString& group, const QString& key) = 0;
+    virtual bool clearGroup(const QString& group) = 0;
+    // Forces everything written to permanent storage.
+    virtual bool flush() = 0;
+};
+
+// The phone's feature flags behind SETUP_Utility.
+class TAVPLATFORM_EXPORT FeatureFlagService
+{
+public:
+    virtual ~FeatureFlagService();
+
+    // True and `value` set when the flag is known; false, `value` untouched, when not.
+    virtual bool getFlexBit(int id, bool& value) = 0;
+    // Stores a flag; false with errno set on failure.
+    virtual bool setFlexBit(int id, bool value) = 0;
+};
+
+// The services SETUP_SET_Manager and SETUP_Utility call: the ones installed, else the defaults
+// (the settings store on SQLite in the platform directory; flags kept in its group
+// "TAV_Feature_Flags").
+TAVPLATFORM_EXPORT SettingsStoreService& settingsStoreService();
+TAVPLATFORM_EXPORT SettingsStoreService* setSettingsStoreService(SettingsStoreService* service);
+TAVPLATFORM_EXPORT FeatureFlagService& featureFlagService();
+TAVPLATFORM_EXPORT FeatureFlagService* setFeatureFlagService(FeatureFlagService* service);
+
+using ScopedSettingsStoreService = ScopedService<SettingsStoreService, &setSettingsStoreService>;
+using ScopedFeatureFlagService = ScopedService<FeatureFlagService, &setFeatureFlagService>;
+
+} // namespace tavplatform
+
+#endif

@@ -1,0 +1,260 @@
+#include "sqlite_settings_store.h"
+
+#include "platform_dir.h"
+#include "sqlconnection.h"
+
+#include <cerrno>
+#include <limits>
+
+namespace tavplatform
+{
+
+using sql::Status;
+
+namespace
+{
+
+const char kCreateTable[] = "CREATE TABLE IF NOT EXISTS settings (grp TEXT NOT NULL, "
+                            "key TEXT NOT NULL, value TEXT NOT NULL, PRIMARY KEY (grp, key))";
+const char kSelectValue[] = "SELECT value FROM settings WHERE grp = ? AND key = ?";
+const char kUpsertValue[] = "INSERT INTO settings (grp, key, value) VALUES (?, ?, ?) "
+                            "ON CONFLICT (grp, key) DO UPDATE SET value = excluded.value";
+const char kSelectGroup[] = "SELECT key, value FROM settings WHERE grp = ?";
+const char kDeleteEntry[] = "DELETE FROM settings WHERE grp = ? AND key = ?";
+const char kDeleteGroup[] = "DELETE FROM settings WHERE grp = ?";
+const char kCheckpoint[] = "PRAGMA wal_checkpoint(FULL)";
+
+const char kFlagGroup[] = "TAV_Feature_Flags";
+
+int errnoOf(Status status)
+{
+    switch (status) {
+    case Status::Full:
+        return ENOSPC;
+    case Status::Busy:
+        return EBUSY;
+    case Status::ReadOnly:
+        return EROFS;
+    case Status::IoError:
+    case Status::Corrupt:
+        return EIO;
+    case Status::CantOpen:
+        return ENOENT;
+    default:
+        return EINVAL;
+    }
+}
+
+// A stored text as a number: the whole text must be one (blanks around it allowed).
+bool toNumber(const QString& text, qlonglong* number)
+{
+    bool ok = false;
+    *number = text.trimmed().toLongLong(&ok);
+    return ok;
+}
+
+} // namespace
+
+struct SqliteSettingsStore::Impl {
+    QString path;
+    int busyTimeoutMs;
+    std::unique_ptr<sql::Connection> connection;
+    Status openStatus = Status::CantOpen;
+
+    sql::Connection* db()
+    {
+        if (!connection && !path.isEmpty()) {
+            auto opened = sql::Connection::open(path, &openStatus, busyTimeoutMs);
+            if (opened && (openStatus = opened->exec(kCreateTable)) == Status::Ok)
+                connection = std::move(opened);
+        }
+        return connection.get();
+    }
+
+    sql::Statement* statement(const char* text, Status* status)
+    {
+        sql::Connection* c = db();
+        if (!c) {
+            *status = openStatus;
+            return nullptr;
+        }
+        return c->cached(text, status);
+    }
+
+    // The stored text, or false when the key is missing or the store cannot be read.
+    bool lookup(const QString& group, const QString& key, QString* value)
+    {
+        Status status;
+        sql::Statement* s = statement(kSelectValue, &status);
+        if (!s)
+            return false;
+        sql::StatementUse use(*s);
+        use->bindText(1, group.toUtf8());
+        use->bindText(2, key.toUtf8());
+        if (use->step() != Status::Row)
+            return false;
+        *value = QString::fromUtf8(use->columnText(0));
+        return true;
+    }
+
+    template <typename T> bool lookupNumber(const QString& group, const QString& key, T* value)
+    {
+        QString text;
+        qlonglong number;
+        if (!lookup(group, key, &text) || !toNumber(text, &number) ||
+            number < qlonglong(std::numeric_limits<T>::min()) ||
+            number > qlonglong(std::numeric_limits<T>::max()))
+            return false;
+        *value = T(number);
+        return true;
+    }
+
+    // Runs a statement that changes the store; false with errno set when it fails.
+    bool change(const char* text, std::initializer_list<QByteArray> values)
+    {
+        Status status;
+        sql::Statement* s = statement(text, &status);
+        if (s) {
+            sql::StatementUse use(*s);
+            int index = 1;
+            for (const QByteArray& value : values)
+                use->bindText(index++, value);
+            status = use->step();
+        }
+        if (status == Status::Ok)
+            return true;
+        errno = errnoOf(status);
+        return false;
+    }
+
+    bool store(const QString& group, const QString& key, const QString& value)
+    {
+        return change(kUpsertValue, {group.toUtf8(), key.toUtf8(), value.toUtf8()});
+    }
+};
+
+QString SqliteSettingsStore::defaultPath()
+{
+    const QString dir = platformDirectory();
+    return dir.isEmpty() ? QString() : dir + QStringLiteral("/settings.db");
+}
+
+SqliteSettingsStore::SqliteSettingsStore(QString path, int busyTimeoutMs) : d(new Impl)
+{
+    d->path = path;
+    d->busyTimeoutMs = busyTimeoutMs;
+}
+
+SqliteSettingsStore::~SqliteSettingsStore() = default;
+
+void SqliteSettingsStore::open(int, bool) {}
+
+void SqliteSettingsStore::close() {}
+
+bool SqliteSettingsStore::readText(const QString& group, const QString& key, QString& value,
+                                   const QString& defaultValue, bool)
+{
+    if (d->lookup(group, key, &value))
+        return true;
+    value = defaultValue;
+    return false;
+}
+
+bool SqliteSettingsStore::readBool(const QString& group, const QString& key, bool& value,
+                                   bool defaultValue)
+{
+    // Flags are kept as numbers: 0 is false, any other number true.
+    qlonglong number;
+    if (d->lookupNumber(group, key, &number)) {
+        value = number != 0;
+        return true;
+    }
+    value = defaultValue;
+    return false;
+}
+
+bool SqliteSettingsStore::readInt(const QString& group, const QString& key, int& value,
+                                  int defaultValue)
+{
+    if (d->lookupNumber(group, key, &value))
+        return true;
+    value = defaultValue;
+    return false;
+}
+
+bool SqliteSettingsStore::readUInt(const QString& group, const QString& key, unsigned int& value,
+                                   unsigned int defaultValue)
+{
+    if (d->lookupNumber(group, key, &value))
+        return true;
+    value = defaultValue;
+    return false;
+}
+
+bool SqliteSettingsStore::writeText(const QString& group, const QString& key, const QString& value,
+                                    bool)
+{
+    return d->store(group, key, value);
+}
+
+bool SqliteSettingsStore::writeBool(const QString& group, const QString& key, bool value)
+{
+    return d->store(group, key, value ? QStringLiteral("1") : QStringLiteral("0"));
+}
+
+bool SqliteSettingsStore::writeInt(const QString& group, const QString& key, int value)
+{
+    return d->store(group, key, QString::number(value));
+}
+
+bool SqliteSettingsStore::writeUInt(const QString& group, const QString& key, unsigned int value)
+{
+    return d->store(group, key, QString::number(value));
+}
+
+QMap<QString, QString> SqliteSettingsStore::entries(const QString& group)
+{
+    QMap<QString, QString> result;
+    Status status;
+    sql::Statement* s = d->statement(kSelectGroup, &status);
+    if (!s)
+        return result;
+    sql::StatementUse use(*s);
+    use->bindText(1, group.toUtf8());
+    while (use->step() == Status::Row)
+        result.insert(QString::fromUtf8(use->columnText(0)), QString::fromUtf8(use->columnText(1)));
+    return result;
+}
+
+bool SqliteSettingsStore::removeEntry(const QString& group, const QString& key)
+{
+    return d->change(kDeleteEntry, {group.toUtf8(), key.toUtf8()});
+}
+
+bool SqliteSettingsStore::clearGroup(const QString& group)
+{
+    return d->change(kDeleteGroup, {group.toUtf8()});
+}
+
+bool SqliteSettingsStore::flush()
+{
+    sql::Connection* c = d->db();
+    const Status status = c ? c->exec(kCheckpoint) : d->openStatus;
+    if (status == Status::Ok)
+        return true;
+    errno = errnoOf(status);
+    return false;
+}
+
+bool StoreFeatureFlags::getFlexBit(int id, bool& value)
+{
+    return settingsStoreService().readBool(QLatin1String(kFlagGroup), QString::number(id), value,
+                                           value);
+}
+
+bool StoreFeatureFlags::setFlexBit(int id, bool value)
+{
+    return settingsStoreService().writeBool(QLatin1String(kFlagGroup), QString::number(id), value);
+}
+
+} // namespace tavplatform

@@ -1,0 +1,57 @@
+#ifndef TAVPLATFORM_SQLITE_SETTINGS_STORE_H
+#define TAVPLATFORM_SQLITE_SETTINGS_STORE_H
+
+#include "settings_service.h"
+
+#include <memory>
+
+namespace tavplatform
+{
+
+// The settings store on SQLite: one file, one row per group and key with the value as text,
+// opened on first use and kept open (with its prepared statements) for the process. Each write is
+// a transaction of its own with synchronous=FULL, so it is durable when it returns true.
+class TAVPLATFORM_EXPORT SqliteSettingsStore : public SettingsStoreService
+{
+public:
+    // The device's settings file: "settings.db" in the platform directory.
+    static QString defaultPath();
+
+    explicit SqliteSettingsStore(QString path, int busyTimeoutMs = 5000);
+    ~SqliteSettingsStore() override;
+
+    void open(int app, bool forWriting) override;
+    void close() override;
+    bool readText(const QString& group, const QString& key, QString& value,
+                  const QString& defaultValue, bool option) override;
+    bool readBool(const QString& group, const QString& key, bool& value,
+                  bool defaultValue) override;
+    bool readInt(const QString& group, const QString& key, int& value, int defaultValue) override;
+    bool readUInt(const QString& group, const QString& key, unsigned int& value,
+                  unsigned int defaultValue) override;
+    bool writeText(const QString& group, const QString& key, const QString& value,
+                   bool option) override;
+    bool writeBool(const QString& group, const QString& key, bool value) override;
+    bool writeInt(const QString& group, const QString& key, int value) override;
+    bool writeUInt(const QString& group, const QString& key, unsigned int value) override;
+    QMap<QString, QString> entries(const QString& group) override;
+    bool removeEntry(const QString& group, const QString& key) override;
+    bool clearGroup(const QString& group) override;
+    bool flush() override;
+
+private:
+    struct Impl;
+    std::unique_ptr<Impl> d;
+};
+
+// Feature flags kept in the settings store, group "TAV_Feature_Flags", key the flag's number.
+class TAVPLATFORM_EXPORT StoreFeatureFlags : public FeatureFlagService
+{
+public:
+    bool getFlexBit(int id, bool& value) override;
+    bool setFlexBit(int id, bool value) override;
+};
+
+} // namespace tavplatform
+
+#endif
