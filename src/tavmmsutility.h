@@ -15,6 +15,8 @@
 #include "mms_util_msgheaderbase.h"
 #include "mms_util_tool.h"
 #include "qt2compat.h"
+#include "setup_set_manager.h"
+#include "setup_utility.h"
 #include "tavmms_global.h"
 
 #endif

@@ -42,6 +42,13 @@ public:
     void setPriority(unsigned char code);
     // Debugging hook; prints nothing.
     void printMsg();
+    // Takes the delivery report, read report, expiry and priority from the stored sending options
+    // (a stored priority other than 128, 129, 130 leaves `priority` as it is). 0, or the reader's
+    // non-zero result with the header unchanged.
+    int loadGlobalSetting();
+    // Stores this header's delivery report, read report, expiry and priority as the sending
+    // options; the result of MMS_UTIL_Setting::setSendingOption (0, 1 or 2).
+    unsigned char saveToGlobalSetting();
 
     MMS_UTIL_Entry from;
     MMS_UTIL_EntryList toList;
