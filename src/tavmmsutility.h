@@ -13,6 +13,7 @@
 #include "mms_util_entry.h"
 #include "mms_util_mailfile.h"
 #include "mms_util_msgheaderbase.h"
+#include "mms_util_setting.h"
 #include "mms_util_tool.h"
 #include "qt2compat.h"
 #include "setup_set_manager.h"

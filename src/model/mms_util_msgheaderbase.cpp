@@ -1,6 +1,9 @@
 #include "mms_util_msgheaderbase.h"
 
-namespace {
+#include "mms_util_setting.h"
+
+namespace
+{
 
 void replaceList(MMS_UTIL_EntryList& target, const MMS_UTIL_EntryList& source)
 {
@@ -41,13 +44,25 @@ MMS_UTIL_MsgHeaderBase::~MMS_UTIL_MsgHeaderBase()
     bccList.clear();
 }
 
-void MMS_UTIL_MsgHeaderBase::setFrom(MMS_UTIL_Entry entry) { from = entry; }
+void MMS_UTIL_MsgHeaderBase::setFrom(MMS_UTIL_Entry entry)
+{
+    from = entry;
+}
 
-void MMS_UTIL_MsgHeaderBase::setTo(MMS_UTIL_EntryList list) { replaceList(toList, list); }
+void MMS_UTIL_MsgHeaderBase::setTo(MMS_UTIL_EntryList list)
+{
+    replaceList(toList, list);
+}
 
-void MMS_UTIL_MsgHeaderBase::setCc(MMS_UTIL_EntryList list) { replaceList(ccList, list); }
+void MMS_UTIL_MsgHeaderBase::setCc(MMS_UTIL_EntryList list)
+{
+    replaceList(ccList, list);
+}
 
-void MMS_UTIL_MsgHeaderBase::setBcc(MMS_UTIL_EntryList list) { replaceList(bccList, list); }
+void MMS_UTIL_MsgHeaderBase::setBcc(MMS_UTIL_EntryList list)
+{
+    replaceList(bccList, list);
+}
 
 void MMS_UTIL_MsgHeaderBase::addToRecipient(const MMS_UTIL_Entry& entry)
 {
@@ -71,3 +86,27 @@ void MMS_UTIL_MsgHeaderBase::setPriority(unsigned char code)
 }
 
 void MMS_UTIL_MsgHeaderBase::printMsg() {}
+
+int MMS_UTIL_MsgHeaderBase::loadGlobalSetting()
+{
+    // A value the store does not supply leaves the field as it is.
+    bool delivery = deliveryReport;
+    bool read = readReplyReport;
+    unsigned int expirySeconds = expiry;
+    unsigned char code = priority;
+    const int result = MMS_UTIL_Setting::getSendingOption(delivery, read, expirySeconds, code);
+    if (result != 0)
+        return result;
+    deliveryReport = delivery;
+    readReplyReport = read;
+    expiry = expirySeconds;
+    // A stored code other than Low, Normal or High does not reach the header.
+    setPriority(code);
+    return 0;
+}
+
+unsigned char MMS_UTIL_MsgHeaderBase::saveToGlobalSetting()
+{
+    return static_cast<unsigned char>(
+        MMS_UTIL_Setting::setSendingOption(deliveryReport, readReplyReport, expiry, priority));
+}

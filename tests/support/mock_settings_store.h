@@ -2,8 +2,13 @@
 #define TAVMMS_TESTS_MOCK_SETTINGS_STORE_H
 
 #include "settings_service.h"
+#include "support/model_helpers.h" // messages show texts
 
 #include <gmock/gmock.h>
+
+#include <cerrno>
+#include <optional>
+#include <variant>
 
 namespace tavmms_test
 {
@@ -58,6 +63,38 @@ public:
     MOCK_METHOD(bool, getFlexBit, (int id, bool& value), (override));
     MOCK_METHOD(bool, setFlexBit, (int id, bool value), (override));
 };
+
+// A value in one of the store's typed forms; the alternative held names the form (text, bool,
+// int, unsigned int), so that an expectation is met only by a call through that form.
+using StoreValue = std::variant<QString, bool, int, unsigned int>;
+
+// Expects one read of `key` in `group` through the form of `defaultValue`, with that default
+// (text with the option false). The double answers as a store does: with `stored` and true when
+// it is given, else with the default and false.
+void expectRead(MockSettingsStore& store, const QString& group, const QString& key,
+                const StoreValue& defaultValue, const std::optional<StoreValue>& stored);
+// The same read failing without touching the caller's variable.
+void expectUntouchedRead(MockSettingsStore& store, const QString& group, const QString& key,
+                         const StoreValue& defaultValue);
+// Expects one write of `value` through its form (text with the option false). It succeeds when
+// `error` is 0, else fails with errno set to `error`.
+void expectWrite(MockSettingsStore& store, const QString& group, const QString& key,
+                 const StoreValue& value, int error = 0);
+
+// An action for the store's other operations that return bool: true when `error` is 0, else
+// false with errno set to `error`.
+inline auto storeOutcome(int error)
+{
+    return [error](auto&&...) {
+        if (error != 0)
+            errno = error;
+        return error == 0;
+    };
+}
+
+// Passes every call on to `real` and allows any number of them, so that a test can make chosen
+// calls of an otherwise real store fail: expectations set afterwards take precedence.
+void delegateTo(MockSettingsStore& mock, tavplatform::SettingsStoreService& real);
 
 } // namespace tavmms_test
 
