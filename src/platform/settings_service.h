@@ -48,7 +48,9 @@ public:
     // True when the key (the group) is gone afterwards, also when it was not there.
     virtual bool removeEntry(const QString& group, const QString& key) = 0;
     virtual bool clearGroup(const QString& group) = 0;
-    // Forces everything written to permanent storage.
+    // Forces everything written to permanent storage. False with errno set when that fails, and
+    // also when a write since the store was opened (or last flushed) was refused, so that a caller
+    // that writes several values and checks only the flush learns of it.
     virtual bool flush() = 0;
 };
 

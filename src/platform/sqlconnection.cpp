@@ -194,6 +194,12 @@ QString Connection::lastError() const
     return QString::fromUtf8(sqlite3_errmsg(db_));
 }
 
+Status Connection::keepWalFiles()
+{
+    int keep = 1;
+    return statusOf(sqlite3_file_control(db_, "main", SQLITE_FCNTL_PERSIST_WAL, &keep));
+}
+
 ScopedTransaction::ScopedTransaction(Connection& connection) : connection_(connection) {}
 
 ScopedTransaction::~ScopedTransaction()

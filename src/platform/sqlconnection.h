@@ -90,6 +90,9 @@ public:
     // True while a transaction is open on this connection.
     bool inTransaction() const;
     QString lastError() const;
+    // Keeps the log files beside the database when the last connection closes, so that the next
+    // connection, in any process, opens and reads it without needing new space on the disk.
+    Status keepWalFiles();
     // Maps an engine result code to a status.
     static Status statusOf(int code);
 

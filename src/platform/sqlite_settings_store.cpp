@@ -4,7 +4,10 @@
 #include "sqlconnection.h"
 
 #include <cerrno>
+#include <chrono>
 #include <limits>
+#include <thread>
+#include <utility>
 
 namespace tavplatform
 {
@@ -59,42 +62,68 @@ struct SqliteSettingsStore::Impl {
     QString path;
     int busyTimeoutMs;
     std::unique_ptr<sql::Connection> connection;
-    Status openStatus = Status::CantOpen;
+    int openings = 0; // open() calls not yet closed
+    int refusal = 0;  // errno of the first write refused since the store was opened or flushed
 
-    sql::Connection* db()
+    // Runs `attempt` again while another process holds a lock it needs, until the busy timeout.
+    // The engine's own wait sleeps up to 100 ms between tries, and a process that writes without
+    // pause takes the lock again in each of them, for seconds; short pauses give the waiting
+    // process its turn.
+    template <typename Attempt> Status untilNotBusy(Attempt attempt)
     {
-        if (!connection && !path.isEmpty()) {
-            auto opened = sql::Connection::open(path, &openStatus, busyTimeoutMs);
-            if (opened && (openStatus = opened->exec(kCreateTable)) == Status::Ok)
-                connection = std::move(opened);
-        }
-        return connection.get();
+        const auto deadline =
+            std::chrono::steady_clock::now() + std::chrono::milliseconds(busyTimeoutMs);
+        Status status;
+        while ((status = attempt()) == Status::Busy && std::chrono::steady_clock::now() < deadline)
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        return status;
     }
 
-    sql::Statement* statement(const char* text, Status* status)
+    Status openConnection()
     {
-        sql::Connection* c = db();
-        if (!c) {
-            *status = openStatus;
-            return nullptr;
-        }
-        return c->cached(text, status);
+        if (connection)
+            return Status::Ok;
+        if (path.isEmpty())
+            return Status::CantOpen;
+        Status status;
+        auto opened = sql::Connection::open(path, &status, 0); // waits are untilNotBusy's
+        // With its log files kept, the store can be read, and is refused for want of space
+        // rather than failing, on a disk that filled up while no process had it open.
+        if (opened && (status = opened->keepWalFiles()) == Status::Ok &&
+            (status = opened->exec(kCreateTable)) == Status::Ok)
+            connection = std::move(opened);
+        return status;
+    }
+
+    // Runs the statement `text` with `values` bound as text in order, handing each row to `row`.
+    template <typename Row>
+    Status run(const char* text, std::initializer_list<QByteArray> values, Row row)
+    {
+        return untilNotBusy([&] {
+            Status status = openConnection();
+            sql::Statement* statement =
+                status == Status::Ok ? connection->cached(text, &status) : nullptr;
+            if (!statement)
+                return status;
+            sql::StatementUse use(*statement);
+            int index = 1;
+            for (const QByteArray& value : values)
+                use->bindText(index++, value);
+            while ((status = use->step()) == Status::Row)
+                row(*statement);
+            return status;
+        });
     }
 
     // The stored text, or false when the key is missing or the store cannot be read.
     bool lookup(const QString& group, const QString& key, QString* value)
     {
-        Status status;
-        sql::Statement* s = statement(kSelectValue, &status);
-        if (!s)
-            return false;
-        sql::StatementUse use(*s);
-        use->bindText(1, group.toUtf8());
-        use->bindText(2, key.toUtf8());
-        if (use->step() != Status::Row)
-            return false;
-        *value = QString::fromUtf8(use->columnText(0));
-        return true;
+        bool found = false;
+        run(kSelectValue, {group.toUtf8(), key.toUtf8()}, [&](sql::Statement& row) {
+            *value = QString::fromUtf8(row.columnText(0));
+            found = true;
+        });
+        return found;
     }
 
     template <typename T> bool lookupNumber(const QString& group, const QString& key, T* value)
@@ -112,18 +141,12 @@ struct SqliteSettingsStore::Impl {
     // Runs a statement that changes the store; false with errno set when it fails.
     bool change(const char* text, std::initializer_list<QByteArray> values)
     {
-        Status status;
-        sql::Statement* s = statement(text, &status);
-        if (s) {
-            sql::StatementUse use(*s);
-            int index = 1;
-            for (const QByteArray& value : values)
-                use->bindText(index++, value);
-            status = use->step();
-        }
+        const Status status = run(text, values, [](sql::Statement&) {});
         if (status == Status::Ok)
             return true;
         errno = errnoOf(status);
+        if (refusal == 0)
+            refusal = errno;
         return false;
     }
 
@@ -147,9 +170,19 @@ SqliteSettingsStore::SqliteSettingsStore(QString path, int busyTimeoutMs) : d(ne
 
 SqliteSettingsStore::~SqliteSettingsStore() = default;
 
-void SqliteSettingsStore::open(int, bool) {}
+void SqliteSettingsStore::open(int, bool)
+{
+    // Nested openings (a library call made while the caller holds a store) share the outer one's
+    // record of refused writes.
+    if (d->openings++ == 0)
+        d->refusal = 0;
+}
 
-void SqliteSettingsStore::close() {}
+void SqliteSettingsStore::close()
+{
+    if (d->openings > 0)
+        --d->openings;
+}
 
 bool SqliteSettingsStore::readText(const QString& group, const QString& key, QString& value,
                                    const QString& defaultValue, bool)
@@ -215,14 +248,9 @@ bool SqliteSettingsStore::writeUInt(const QString& group, const QString& key, un
 QMap<QString, QString> SqliteSettingsStore::entries(const QString& group)
 {
     QMap<QString, QString> result;
-    Status status;
-    sql::Statement* s = d->statement(kSelectGroup, &status);
-    if (!s)
-        return result;
-    sql::StatementUse use(*s);
-    use->bindText(1, group.toUtf8());
-    while (use->step() == Status::Row)
-        result.insert(QString::fromUtf8(use->columnText(0)), QString::fromUtf8(use->columnText(1)));
+    d->run(kSelectGroup, {group.toUtf8()}, [&](sql::Statement& row) {
+        result.insert(QString::fromUtf8(row.columnText(0)), QString::fromUtf8(row.columnText(1)));
+    });
     return result;
 }
 
@@ -238,12 +266,22 @@ bool SqliteSettingsStore::clearGroup(const QString& group)
 
 bool SqliteSettingsStore::flush()
 {
-    sql::Connection* c = d->db();
-    const Status status = c ? c->exec(kCheckpoint) : d->openStatus;
-    if (status == Status::Ok)
-        return true;
-    errno = errnoOf(status);
-    return false;
+    // Every write is durable once it returns, so what is left to do is to move the log into the
+    // database file, and to tell a caller that ignored the writes' results that one was refused.
+    const int refused = std::exchange(d->refusal, 0);
+    const Status status = d->untilNotBusy([this] {
+        const Status opened = d->openConnection();
+        return opened == Status::Ok ? d->connection->exec(kCheckpoint) : opened;
+    });
+    if (status != Status::Ok) {
+        errno = errnoOf(status);
+        return false;
+    }
+    if (refused != 0) {
+        errno = refused;
+        return false;
+    }
+    return true;
 }
 
 bool StoreFeatureFlags::getFlexBit(int id, bool& value)

@@ -8,15 +8,18 @@
 namespace tavplatform
 {
 
-// The settings store on SQLite: one file, one row per group and key with the value as text,
-// opened on first use and kept open (with its prepared statements) for the process. Each write is
-// a transaction of its own with synchronous=FULL, so it is durable when it returns true.
+// The settings store on SQLite: one file (its log files kept beside it), one row per group and
+// key with the value as text, opened on first use and kept open (with its prepared statements) for
+// the process. Each write is a transaction of its own with synchronous=FULL, so it is durable when
+// it returns true.
 class TAVPLATFORM_EXPORT SqliteSettingsStore : public SettingsStoreService
 {
 public:
     // The device's settings file: "settings.db" in the platform directory.
     static QString defaultPath();
 
+    // `busyTimeoutMs`: how long a call waits while another process holds the lock it needs; a
+    // write still refused then fails with EBUSY.
     explicit SqliteSettingsStore(QString path, int busyTimeoutMs = 5000);
     ~SqliteSettingsStore() override;
 
