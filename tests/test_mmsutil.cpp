@@ -3,6 +3,8 @@
 
 #include <tavmmsutility.h>
 
+#include "support/tool_process.h"
+
 #include <gtest/gtest.h>
 
 #include <QDir>
@@ -10,7 +12,6 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QProcess>
 #include <QProcessEnvironment>
 #include <QRegularExpression>
 #include <QTemporaryDir>
@@ -20,11 +21,9 @@
 namespace
 {
 
-struct ToolResult {
-    int exitCode = -1;
-    QByteArray out;
-    QByteArray err;
-};
+using tavmms_test::expectFailure;
+using tavmms_test::expectUsageError;
+using tavmms_test::ToolResult;
 
 // A mail file read back through the library; owns what loadMailFile() hands out.
 struct Loaded {
@@ -76,26 +75,8 @@ protected:
     run(const QStringList& arguments, const QByteArray& input = QByteArray(),
         const QProcessEnvironment& environment = QProcessEnvironment::systemEnvironment()) const
     {
-        QProcess process;
-        process.setWorkingDirectory(dir.path());
-        process.setProcessEnvironment(environment);
-        process.start(QStringLiteral(TAVMMS_MMSUTIL_PATH), arguments);
-        ToolResult result;
-        if (!process.waitForStarted(10000)) {
-            ADD_FAILURE() << "mmsutil did not start: " << process.errorString().toStdString();
-            return result;
-        }
-        process.write(input);
-        process.closeWriteChannel();
-        if (!process.waitForFinished(30000) || process.exitStatus() != QProcess::NormalExit) {
-            ADD_FAILURE() << "mmsutil crashed or hung: "
-                          << process.readAllStandardError().toStdString();
-            return result;
-        }
-        result.exitCode = process.exitCode();
-        result.out = process.readAllStandardOutput();
-        result.err = process.readAllStandardError();
-        return result;
+        return tavmms_test::runTool(QStringLiteral(TAVMMS_MMSUTIL_PATH), arguments, dir.path(),
+                                    input, environment);
     }
 
     // Writes "mail.mms" from a body file holding `body`, with the given header options.
@@ -123,26 +104,6 @@ protected:
 
     QTemporaryDir dir;
 };
-
-// The tool refused the command line: exit 2, nothing on standard output, one line on standard
-// error naming the tool.
-void expectUsageError(const ToolResult& result)
-{
-    EXPECT_EQ(result.exitCode, 2);
-    EXPECT_TRUE(result.out.isEmpty()) << result.out.toStdString();
-    EXPECT_TRUE(result.err.startsWith("mmsutil: ")) << result.err.toStdString();
-    EXPECT_EQ(result.err.count('\n'), 1) << result.err.toStdString();
-    EXPECT_TRUE(result.err.endsWith('\n'));
-}
-
-// The operation failed: exit 1, nothing on standard output, one line on standard error.
-void expectFailure(const ToolResult& result)
-{
-    EXPECT_EQ(result.exitCode, 1);
-    EXPECT_TRUE(result.out.isEmpty()) << result.out.toStdString();
-    EXPECT_TRUE(result.err.startsWith("mmsutil: ")) << result.err.toStdString();
-    EXPECT_EQ(result.err.count('\n'), 1) << result.err.toStdString();
-}
 
 void expectEntry(const MMS_UTIL_Entry* entry, const char* name, MMS_UTIL_ADDR_TYPE_T type,
                  const char* address)
@@ -503,19 +464,26 @@ TEST_F(MmsutilTest, ContentTypeNumberBeyondOneByteIsAUsageError)
         run({QStringLiteral("content-type"), QStringLiteral("1"), QStringLiteral("2")}));
 }
 
-TEST_F(MmsutilTest, PathsFollowTheDownloadPathVariable)
+TEST_F(MmsutilTest, PathsFollowTheDownloadPathAndPlatformDirectoryVariables)
 {
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
     environment.insert(QStringLiteral("TAV_LOCAL_DOWNLOAD_PATH"), QStringLiteral("/data/dl"));
+    environment.insert(QStringLiteral("TAV_PLATFORM_DIR"), path(QStringLiteral("platform")));
 
     const ToolResult result = run({QStringLiteral("paths")}, QByteArray(), environment);
 
     EXPECT_EQ(result.exitCode, 0);
+    const std::string platform = path(QStringLiteral("platform")).toStdString();
     EXPECT_EQ(result.out.toStdString(), "Working directory:    /data/dl/mms/\n"
                                         "Mail file directory:  /data/dl/mms/mailfile/\n"
                                         "Quick page directory: /data/dl/mms/predesigned/\n"
                                         "Factory quick pages:  /usr/language/quickpage/\n"
-                                        "Temporary directory:  /data/dl/mms/tmp/\n");
+                                        "Temporary directory:  /data/dl/mms/tmp/\n"
+                                        "Platform directory:   " +
+                                            platform +
+                                            "\n"
+                                            "Device database:      " +
+                                            platform + "/device.db\n");
 }
 
 TEST_F(MmsutilTest, HelpDescribesTheToolGroupsAndCommands)

@@ -18,6 +18,7 @@
 #include <QFileInfo>
 #include <QTemporaryDir>
 
+#include <algorithm>
 #include <chrono>
 #include <cstddef>
 #include <cstring>
@@ -288,6 +289,37 @@ TEST_F(SqliteDatabaseTest, LookupByAnIndexedFieldUsesTheIndexInBothOrders)
                                  ", id " + order + " LIMIT 1");
         EXPECT_TRUE(plan.contains("USING COVERING INDEX")) << plan.toStdString();
         EXPECT_FALSE(plan.contains("SCAN")) << plan.toStdString();
+        EXPECT_FALSE(plan.contains("TEMP B-TREE")) << plan.toStdString();
+    }
+}
+
+TEST_F(SqliteDatabaseTest, WalkByAnIndexedFieldOrByIdGoesStraightToTheNextRecord)
+{
+    ASSERT_EQ(createNotes(), DB_OK);
+    auto look = lookInto(temp.path());
+    ASSERT_NE(look, nullptr);
+    const auto lookup = [](const std::string& field, const std::string& where,
+                           const std::string& order) {
+        const std::string column = '"' + field + '"';
+        return "SELECT id, " + column + " FROM \"notes\" WHERE " + where + " ORDER BY " + column +
+               " " + order + ", id " + order + " LIMIT 1";
+    };
+    // The look-ups of DB_CURSOR_MoveNext in both orders: from a value, through the records
+    // without one, into or out of them; and from an id.
+    const std::string lookups[] = {
+        lookup("code", "(\"code\", id) > (?, ?)", "ASC"),
+        lookup("code", "(\"code\", id) < (?, ?)", "DESC"),
+        lookup("code", "\"code\" IS NULL AND id > ?", "ASC"),
+        lookup("code", "\"code\" IS NULL AND id < ?", "DESC"),
+        lookup("code", "\"code\" IS NOT NULL", "ASC"),
+        lookup("code", "\"code\" IS NULL", "DESC"),
+        lookup("id", "(\"id\", id) > (?, ?)", "ASC"),
+        lookup("id", "(\"id\", id) < (?, ?)", "DESC"),
+    };
+    for (const std::string& sql : lookups) {
+        SCOPED_TRACE(sql);
+        const QByteArray plan = queryPlan(*look, sql);
+        EXPECT_TRUE(plan.startsWith("SEARCH")) << plan.toStdString();
         EXPECT_FALSE(plan.contains("TEMP B-TREE")) << plan.toStdString();
     }
 }
@@ -996,9 +1028,53 @@ protected:
         return id;
     }
 
+    unsigned currentId(void* cursor)
+    {
+        unsigned id = 0;
+        EXPECT_EQ(DB_CURSOR_GetCurrentRecordInfo(cursor, &id, &table), DB_OK);
+        return id;
+    }
+
+    // The ids of the records that `cursor` passes from its current one to the end of its walk,
+    // given the result of the move onto the first of them. A walk that would never end is cut
+    // short a little after it passed more records than the table holds.
+    std::vector<unsigned> walkOn(void* cursor, int result)
+    {
+        std::vector<unsigned> passed;
+        for (; result == DB_OK && passed.size() <= ids.size() + 10;
+             result = DB_CURSOR_MoveNext(cursor))
+            passed.push_back(currentId(cursor));
+        EXPECT_EQ(result, DB_ERR_NOT_FOUND);
+        return passed;
+    }
+
+    // The ids of the records a walk from the first one passes, in the order it passes them.
+    std::vector<unsigned> walk(int order, const char* field)
+    {
+        void* cursor = openCursor(order, field);
+        const std::vector<unsigned> passed = walkOn(cursor, DB_CURSOR_MoveFirst(cursor));
+        EXPECT_EQ(DB_CURSOR_Close(cursor), DB_OK);
+        return passed;
+    }
+
+    // The ids of the records the fixture inserted, at `positions`.
+    std::vector<unsigned> idsAt(std::initializer_list<int> positions) const
+    {
+        std::vector<unsigned> selected;
+        for (int position : positions)
+            selected.push_back(ids[size_t(position)]);
+        return selected;
+    }
+
     std::vector<unsigned> ids;
     void* txn = nullptr;
 };
+
+std::vector<unsigned> reversed(std::vector<unsigned> ids)
+{
+    std::reverse(ids.begin(), ids.end());
+    return ids;
+}
 
 TEST_F(SqliteCursorTest, AscendingCursorStandsOnTheLowestValueWithTheLowestIdFirst)
 {
@@ -1120,6 +1196,175 @@ TEST_F(SqliteCursorTest, CursorWhoseTransactionEndedIsNoLongerUsable)
     EXPECT_EQ(DB_TERM_Close(term), DB_OK);
     EXPECT_EQ(DB_CURSOR_Close(cursor), DB_OK);
     txn = begin(); // for TearDown
+}
+
+TEST_F(SqliteCursorTest, WalkGoesAlongTheFieldAndTakesTiesInIdOrder)
+{
+    // Codes B, A, A, C, A; stamps 30, 20, 10, 40, 20; small 1, 2, 1, 2, 1.
+    EXPECT_EQ(walk(DB_CURSOR_ASCENDING, "code"), idsAt({1, 2, 4, 0, 3}));
+    EXPECT_EQ(walk(DB_CURSOR_ASCENDING, "stamp"), idsAt({2, 1, 4, 0, 3}));
+    EXPECT_EQ(walk(DB_CURSOR_ASCENDING, "small"), idsAt({0, 2, 4, 1, 3}));
+    EXPECT_EQ(walk(DB_CURSOR_ASCENDING, "title"), idsAt({4, 0, 3, 1, 2}));
+}
+
+TEST_F(SqliteCursorTest, DescendingWalkIsTheAscendingOneReversed)
+{
+    for (const char* field : {"code", "stamp", "small", "title", "big", "id"}) {
+        SCOPED_TRACE(field);
+        EXPECT_EQ(walk(DB_CURSOR_DESCENDING, field), reversed(walk(DB_CURSOR_ASCENDING, field)));
+    }
+}
+
+TEST_F(SqliteCursorTest, WalkByIdGoesInIdOrder)
+{
+    EXPECT_EQ(walk(DB_CURSOR_ASCENDING, "id"), ids);
+    EXPECT_EQ(walk(DB_CURSOR_DESCENDING, "id"), reversed(ids));
+}
+
+TEST_F(SqliteCursorTest, CursorByIdStandsOnTheLowestIdAfterLocate)
+{
+    EXPECT_EQ(locate(DB_CURSOR_ASCENDING, "id", {{"code", "A"}}), ids[1]);
+    EXPECT_EQ(locate(DB_CURSOR_DESCENDING, "id", {{"code", "A"}}), ids[4]);
+}
+
+TEST_F(SqliteCursorTest, WalkOfAnEmptyTableFindsNothing)
+{
+    ASSERT_EQ(DB_TABLE_Create(db(), "empty", notesSchema().data()), DB_OK);
+    void* empty = openTable("empty");
+    for (const char* field : {"code", "id"}) {
+        SCOPED_TRACE(field);
+        void* cursor = nullptr;
+        ASSERT_EQ(DB_CURSOR_Open(txn, &empty, DB_CURSOR_ASCENDING, field, &cursor), DB_OK);
+        EXPECT_EQ(DB_CURSOR_MoveFirst(cursor), DB_ERR_NOT_FOUND);
+        EXPECT_EQ(DB_CURSOR_MoveNext(cursor), DB_ERR_NOT_FOUND);
+        unsigned id = 77;
+        EXPECT_EQ(DB_CURSOR_GetCurrentRecordInfo(cursor, &id, &empty), DB_ERR_NOT_FOUND);
+        EXPECT_EQ(id, 77u);
+        EXPECT_EQ(DB_CURSOR_Close(cursor), DB_OK);
+    }
+}
+
+TEST_F(SqliteCursorTest, WalkStaysAtItsEndUntilMovedToTheFirstRecordAgain)
+{
+    void* cursor = openCursor(DB_CURSOR_ASCENDING, "code");
+    ASSERT_EQ(walkOn(cursor, DB_CURSOR_MoveFirst(cursor)).size(), ids.size());
+
+    EXPECT_EQ(DB_CURSOR_MoveNext(cursor), DB_ERR_NOT_FOUND);
+    unsigned id = 77;
+    EXPECT_EQ(DB_CURSOR_GetCurrentRecordInfo(cursor, &id, &table), DB_ERR_NOT_FOUND);
+    EXPECT_EQ(id, 77u);
+    EXPECT_EQ(DB_CURSOR_MoveFirst(cursor), DB_OK);
+    EXPECT_EQ(currentId(cursor), ids[1]);
+    EXPECT_EQ(DB_CURSOR_Close(cursor), DB_OK);
+}
+
+TEST_F(SqliteCursorTest, MoveNextOfACursorThatStandsOnNoRecordFindsNothing)
+{
+    void* cursor = openCursor(DB_CURSOR_ASCENDING, "code");
+    EXPECT_EQ(DB_CURSOR_MoveNext(cursor), DB_ERR_NOT_FOUND);
+
+    void* term = DB_TERM_Open();
+    ASSERT_EQ(DB_TERM_CHAR_Equal(term, "code", "Z"), DB_OK);
+    ASSERT_EQ(DB_CURSOR_Locate(cursor, term), DB_ERR_NOT_FOUND);
+    EXPECT_EQ(DB_CURSOR_MoveNext(cursor), DB_ERR_NOT_FOUND);
+    EXPECT_EQ(DB_TERM_Close(term), DB_OK);
+    EXPECT_EQ(DB_CURSOR_Close(cursor), DB_OK);
+}
+
+TEST_F(SqliteCursorTest, MoveNextGoesOnFromTheRecordLocateFound)
+{
+    // The term chooses where the walk starts; the moves after it go along the whole order.
+    const struct {
+        int order;
+        const char* title;
+        std::vector<unsigned> expected;
+    } cases[] = {
+        {DB_CURSOR_ASCENDING, "third", idsAt({2, 4, 0, 3})},
+        {DB_CURSOR_DESCENDING, "fifth", idsAt({4, 2, 1})},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.title);
+        void* cursor = openCursor(c.order, "code");
+        void* term = DB_TERM_Open();
+        ASSERT_EQ(DB_TERM_CHAR_Equal(term, "title", c.title), DB_OK);
+        EXPECT_EQ(walkOn(cursor, DB_CURSOR_Locate(cursor, term)), c.expected);
+        EXPECT_EQ(DB_TERM_Close(term), DB_OK);
+        EXPECT_EQ(DB_CURSOR_Close(cursor), DB_OK);
+    }
+}
+
+TEST_F(SqliteCursorTest, WalkTakesRecordsWithoutAValueFirstAscendingAndLastDescending)
+{
+    // Two records inserted through a binding that leaves "big" out; the fixture's have big 0.
+    customEntries.pop_back();
+    void* partial = bindTo(table, customBinding);
+    std::vector<unsigned> valueless;
+    for (const char* code : {"N1", "N2"}) {
+        Note note = makeNote(u"no big", code);
+        unsigned id = 0;
+        ASSERT_EQ(DB_TABLE_Insert(txn, table, &note, partial, &id), DB_OK);
+        valueless.push_back(id);
+    }
+    EXPECT_EQ(DB_STRUCT_CloseBind(partial), DB_OK);
+
+    std::vector<unsigned> ascending = valueless;
+    ascending.insert(ascending.end(), ids.begin(), ids.end());
+    EXPECT_EQ(walk(DB_CURSOR_ASCENDING, "big"), ascending);
+    EXPECT_EQ(walk(DB_CURSOR_DESCENDING, "big"), reversed(ascending));
+}
+
+TEST_F(SqliteCursorTest, WalkSeesTheChangesOfItsOwnTransaction)
+{
+    void* cursor = openCursor(DB_CURSOR_ASCENDING, "code");
+    ASSERT_EQ(DB_CURSOR_MoveFirst(cursor), DB_OK);
+    ASSERT_EQ(currentId(cursor), ids[1]);
+
+    // The current record and one ahead go; one comes in ahead, and one behind.
+    ASSERT_EQ(DB_TABLE_Delete(txn, table, ids[1]), DB_OK);
+    ASSERT_EQ(DB_TABLE_Delete(txn, table, ids[0]), DB_OK);
+    const unsigned ahead = insert(txn, makeNote(u"ahead", "Z"));
+    insert(txn, makeNote(u"behind", "0"));
+
+    EXPECT_EQ(walkOn(cursor, DB_CURSOR_MoveNext(cursor)),
+              (std::vector<unsigned>{ids[2], ids[4], ids[3], ahead}));
+    EXPECT_EQ(DB_CURSOR_Close(cursor), DB_OK);
+}
+
+TEST_F(SqliteCursorTest, WalkDoesNotSeeRowsAnotherConnectionCommitsMeanwhile)
+{
+    void* cursor = openCursor(DB_CURSOR_ASCENDING, "code");
+    ASSERT_EQ(DB_CURSOR_MoveFirst(cursor), DB_OK);
+    auto other = lookInto(temp.path());
+    ASSERT_NE(other, nullptr);
+    ASSERT_EQ(other->exec("INSERT INTO notes (code) VALUES ('AB'), ('Z')"),
+              tavplatform::sql::Status::Ok);
+
+    EXPECT_EQ(walkOn(cursor, DB_CURSOR_MoveNext(cursor)), idsAt({2, 4, 0, 3}));
+    EXPECT_EQ(DB_CURSOR_Close(cursor), DB_OK);
+    ASSERT_EQ(DB_TXN_Commit(txn), DB_OK);
+    txn = begin();
+    EXPECT_EQ(walk(DB_CURSOR_ASCENDING, "code").size(), ids.size() + 2);
+}
+
+TEST_F(SqliteCursorTest, MovesNeedAnOpenCursorOfAnOpenTransaction)
+{
+    void* closed = openCursor(DB_CURSOR_ASCENDING, "code");
+    ASSERT_EQ(DB_CURSOR_Close(closed), DB_OK);
+    void* term = DB_TERM_Open();
+    void* ended = openCursor(DB_CURSOR_ASCENDING, "code");
+    ASSERT_EQ(DB_CURSOR_MoveFirst(ended), DB_OK);
+    ASSERT_EQ(DB_TXN_Commit(txn), DB_OK);
+    txn = begin(); // for TearDown
+
+    for (const auto move : {DB_CURSOR_MoveFirst, DB_CURSOR_MoveNext}) {
+        EXPECT_EQ(move(nullptr), DB_ERR_NULL_HANDLE);
+        EXPECT_EQ(move(closed), DB_ERR_INVALID_HANDLE);
+        EXPECT_EQ(move(term), DB_ERR_INVALID_HANDLE);
+        EXPECT_EQ(move(table), DB_ERR_INVALID_HANDLE);
+        EXPECT_EQ(move(ended), DB_ERR_INVALID_HANDLE);
+    }
+    EXPECT_EQ(DB_TERM_Close(term), DB_OK);
+    EXPECT_EQ(DB_CURSOR_Close(ended), DB_OK);
 }
 
 // ---- handles
@@ -1392,13 +1637,17 @@ ChildVerdict fullDiskInALongTransactionChild(const QString& directory)
     void* table = nullptr;
     void* bind = nullptr;
     void* txn = nullptr;
+    void* cursor = nullptr;
+    void* term = DB_TERM_Open();
     Note note = makeNote(u"committed", "kept");
     unsigned id = 0;
     if (DB_TABLE_Create(DB_DB_GetNativeDB(), kNotes, notesSchema().data()) != DB_OK ||
         DB_TABLE_Open(DB_DB_GetNativeDB(), &table, kNotes) != DB_OK ||
         DB_STRUCT_BindToTable(table, noteBinding, &bind) != DB_OK ||
         DB_TXN_Begin(&txn, 0) != DB_OK || DB_TABLE_Insert(txn, table, &note, bind, &id) != DB_OK ||
-        DB_TXN_Commit(txn) != DB_OK || DB_TXN_Begin(&txn, 0) != DB_OK)
+        DB_TXN_Commit(txn) != DB_OK || DB_TXN_Begin(&txn, 0) != DB_OK ||
+        DB_CURSOR_Open(txn, &table, DB_CURSOR_ASCENDING, "code", &cursor) != DB_OK ||
+        DB_CURSOR_MoveFirst(cursor) != DB_OK)
         return ChildVerdict::fail("could not prepare the table");
 
     int result = DB_OK;
@@ -1415,6 +1664,9 @@ ChildVerdict fullDiskInALongTransactionChild(const QString& directory)
         DB_TABLE_Insert(txn, table, &note, bind, &id),
         DB_TABLE_Delete(txn, table, 1),
         DB_TXN_Begin(&nested, 0),
+        DB_CURSOR_MoveFirst(cursor),
+        DB_CURSOR_MoveNext(cursor),
+        DB_CURSOR_Locate(cursor, term),
         DB_TXN_Commit(txn),
     };
     for (const int r : results) {
@@ -1424,6 +1676,8 @@ ChildVerdict fullDiskInALongTransactionChild(const QString& directory)
     }
     if (const int r = DB_TXN_Abort(txn); r != DB_OK)
         return ChildVerdict::fail("abort gave " + std::to_string(r));
+    if (DB_CURSOR_Close(cursor) != DB_OK || DB_TERM_Close(term) != DB_OK)
+        return ChildVerdict::fail("could not close the cursor and the term");
     auto look = lookInto(path);
     if (!look || queryInt(*look, "SELECT count(*) FROM notes") != 1 ||
         queryText(*look, "SELECT code FROM notes") != "kept")

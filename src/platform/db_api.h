@@ -102,12 +102,27 @@ TAVPLATFORM_EXPORT int DB_TABLE_Delete(void* txn, void* table, unsigned int id);
 TAVPLATFORM_EXPORT int DB_TABLE_FetchRecord(void* txn, void* table, unsigned int id, void* record,
                                             unsigned int size, void* bind);
 
-// A cursor over the table whose handle is at `*table`, ordered by `field` (then by id).
+// A cursor over the table whose handle is at `*table`, ordered by `field` (then by id) in the
+// transaction `txn`; `field` may also be "id", the record id itself. A record without a value in
+// the field (one inserted through a binding that leaves the field out) comes before every value
+// in ascending order, after them in descending order.
 TAVPLATFORM_EXPORT int DB_CURSOR_Open(void* txn, void** table, int order, const char* field,
                                       void** cursor);
 TAVPLATFORM_EXPORT int DB_CURSOR_Close(void* cursor);
 // Moves the cursor to the first record, in its order, that meets every condition of the term.
 TAVPLATFORM_EXPORT int DB_CURSOR_Locate(void* cursor, void* term);
+// Walking a cursor: MoveFirst moves it to the first record in its order, MoveNext to the record
+// after the current one (which a move or DB_CURSOR_Locate set). Ordered by "id" or by an indexed
+// field, a move goes straight to its record without reading the ones before it.
+// DB_ERR_NOT_FOUND when there is no such record (an empty table, the end of the walk): the cursor
+// then has no current record, and MoveNext on a cursor without one gives DB_ERR_NOT_FOUND again, so
+// that a walk never starts over by itself. Any other failure leaves the cursor where it was.
+// Moves read in the cursor's transaction: rows that other processes commit during the walk are not
+// seen; the process's own changes are (a record deleted ahead is skipped, one inserted ahead is
+// reached). Once that transaction has ended, moves give DB_ERR_INVALID_HANDLE.
+TAVPLATFORM_EXPORT int DB_CURSOR_MoveFirst(void* cursor);
+TAVPLATFORM_EXPORT int DB_CURSOR_MoveNext(void* cursor);
+// The id of the record the cursor stands on; DB_ERR_NOT_FOUND when it stands on none.
 TAVPLATFORM_EXPORT int DB_CURSOR_GetCurrentRecordInfo(void* cursor, unsigned int* id, void** table);
 
 // A search term: a set of conditions that must all hold. DB_TERM_Open returns null only when

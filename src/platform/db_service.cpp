@@ -128,6 +128,16 @@ int DB_CURSOR_Locate(void* cursor, void* term)
     return databaseService().cursorLocate(cursor, term);
 }
 
+int DB_CURSOR_MoveFirst(void* cursor)
+{
+    return databaseService().cursorMoveFirst(cursor);
+}
+
+int DB_CURSOR_MoveNext(void* cursor)
+{
+    return databaseService().cursorMoveNext(cursor);
+}
+
 int DB_CURSOR_GetCurrentRecordInfo(void* cursor, unsigned int* id, void** table)
 {
     return databaseService().cursorGetCurrentRecordInfo(cursor, id, table);

@@ -35,6 +35,8 @@ public:
                            void** cursor) = 0;
     virtual int cursorClose(void* cursor) = 0;
     virtual int cursorLocate(void* cursor, void* term) = 0;
+    virtual int cursorMoveFirst(void* cursor) = 0;
+    virtual int cursorMoveNext(void* cursor) = 0;
     virtual int cursorGetCurrentRecordInfo(void* cursor, unsigned int* id, void** table) = 0;
     virtual void* termOpen() = 0;
     virtual int termCharEqual(void* term, const char* field, const char* text) = 0;

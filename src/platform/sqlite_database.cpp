@@ -86,13 +86,22 @@ struct Txn {
     QByteArray savepoint; // empty for the outermost transaction
 };
 
+// The value of a cursor's field in its current record, from which the walk goes on.
+struct Key {
+    bool isNull = true;
+    qint64 number = 0;
+    QByteArray text;
+};
+
 struct Cursor {
     Table table;
     QByteArray field;
     int order;
     void* txn;
+    bool textField; // the field holds texts
     bool hasCurrent = false;
     unsigned currentId = 0;
+    Key key{};
 };
 
 struct Term {
@@ -461,6 +470,89 @@ struct SqliteDatabase::Impl {
         txns.erase(txn);
         txnStack.pop_back();
     }
+
+    // The cursor at `handle`, whose transaction must still be open and not rolled back.
+    int checkCursor(void* handle, Cursor** cursor)
+    {
+        if (!handle)
+            return DB_ERR_NULL_HANDLE;
+        auto it = cursors.find(handle);
+        if (it == cursors.end() || !txns.count(it->second.txn))
+            return DB_ERR_INVALID_HANDLE;
+        if (rolledBack())
+            return DB_ERR_TXN_ROLLED_BACK;
+        *cursor = &it->second;
+        return DB_OK;
+    }
+
+    // Moves `c` to the first record, in its order, that meets `where` (whose parameters
+    // `bindParameters` binds); DB_ERR_NOT_FOUND when there is none. Only a found record moves the
+    // cursor: landed() takes it off its record when the whole move found none.
+    template <typename BindParameters>
+    int moveTo(Cursor& c, const std::string& where, BindParameters bindParameters)
+    {
+        const char* direction = c.order == DB_CURSOR_ASCENDING ? " ASC" : " DESC";
+        const std::string column = quoted(c.field);
+        const std::string text = "SELECT id, " + column + " FROM " + quoted(c.table.name) + where +
+                                 " ORDER BY " + column + direction + ", id" + direction +
+                                 " LIMIT 1";
+        int result;
+        sql::Statement* s = statement(text, &result);
+        if (!s)
+            return result;
+        sql::StatementUse use(*s);
+        bindParameters(*s);
+        const Status status = use->step();
+        if (status == Status::Ok)
+            return DB_ERR_NOT_FOUND;
+        if (status != Status::Row)
+            return resultOf(status);
+        c.hasCurrent = true;
+        c.currentId = unsigned(use->columnInt(0));
+        c.key = Key{use->columnIsNull(1), c.textField ? 0 : use->columnInt(1),
+                    c.textField ? use->columnText(1) : QByteArray()};
+        return DB_OK;
+    }
+
+    // The result of a move of `c`: one that found no record leaves the cursor on none, any other
+    // failure leaves it where it was.
+    static int landed(Cursor& c, int result)
+    {
+        if (result == DB_ERR_NOT_FOUND)
+            c.hasCurrent = false;
+        return result;
+    }
+
+    // Moves `c` to the record after its current one. Records without a value in the field come
+    // first in ascending order and last in descending order; comparisons pass over them, so the
+    // walk has a look-up of its own for going through them and for stepping into or out of them.
+    int moveNext(Cursor& c)
+    {
+        const bool ascending = c.order == DB_CURSOR_ASCENDING;
+        const std::string column = quoted(c.field);
+        const std::string beyond = ascending ? " > " : " < ";
+        const auto noParameters = [](sql::Statement&) {};
+        const Key& key = c.key; // read by the binding, before the move changes it
+        const qint64 id = c.currentId;
+        if (key.isNull) {
+            const int r = moveTo(c, " WHERE " + column + " IS NULL AND id" + beyond + "?",
+                                 [id](sql::Statement& s) { s.bindInt(1, id); });
+            if (r != DB_ERR_NOT_FOUND || !ascending)
+                return r;
+            return moveTo(c, " WHERE " + column + " IS NOT NULL", noParameters);
+        }
+        const int r = moveTo(c, " WHERE (" + column + ", id)" + beyond + "(?, ?)",
+                             [&key, id, text = c.textField](sql::Statement& s) {
+                                 if (text)
+                                     s.bindText(1, key.text);
+                                 else
+                                     s.bindInt(1, key.number);
+                                 s.bindInt(2, id);
+                             });
+        if (r != DB_ERR_NOT_FOUND || ascending)
+            return r;
+        return moveTo(c, " WHERE " + column + " IS NULL", noParameters);
+    }
 };
 
 QString SqliteDatabase::defaultPath()
@@ -765,10 +857,14 @@ int SqliteDatabase::cursorOpen(void* txn, void** table, int order, const char* f
         return DB_ERR_INVALID_HANDLE;
     if (order != DB_CURSOR_ASCENDING && order != DB_CURSOR_DESCENDING)
         return DB_ERR_INVALID_ARGUMENT;
-    if (it->second.fieldIndex(QByteArray(field)) < 0)
+    const QByteArray name(field);
+    const int index = it->second.fieldIndex(name);
+    // No schema field may be called "id": the name always stands for the record id.
+    if (index < 0 && name != "id")
         return DB_ERR_NO_FIELD;
+    const bool textField = index >= 0 && isTextType(it->second.fields[size_t(index)].type);
     *cursor = d->newHandle();
-    d->cursors.emplace(*cursor, Cursor{it->second, QByteArray(field), order, txn});
+    d->cursors.emplace(*cursor, Cursor{it->second, name, order, txn, textField});
     return DB_OK;
 }
 
@@ -783,39 +879,40 @@ int SqliteDatabase::cursorLocate(void* cursor, void* term)
 {
     if (!cursor || !term)
         return DB_ERR_NULL_HANDLE;
-    auto cursorIt = d->cursors.find(cursor);
+    Cursor* c;
+    if (const int r = d->checkCursor(cursor, &c))
+        return r;
     auto termIt = d->terms.find(term);
-    if (cursorIt == d->cursors.end() || termIt == d->terms.end())
+    if (termIt == d->terms.end())
         return DB_ERR_INVALID_HANDLE;
-    Cursor& c = cursorIt->second;
-    if (!d->txns.count(c.txn))
-        return DB_ERR_INVALID_HANDLE;
-    c.hasCurrent = false;
+    const auto& conditions = termIt->second.conditions;
     std::string where;
-    for (const auto& condition : termIt->second.conditions) {
-        if (c.table.fieldIndex(condition.first) < 0)
+    for (const auto& condition : conditions) {
+        if (c->table.fieldIndex(condition.first) < 0)
             return DB_ERR_NO_FIELD;
         where += (where.empty() ? " WHERE " : " AND ") + quoted(condition.first) + " = ?";
     }
-    const char* direction = c.order == DB_CURSOR_ASCENDING ? " ASC" : " DESC";
-    const std::string text = "SELECT id FROM " + quoted(c.table.name) + where + " ORDER BY " +
-                             quoted(c.field) + direction + ", id" + direction + " LIMIT 1";
-    int result;
-    sql::Statement* s = d->statement(text, &result);
-    if (!s)
-        return result;
-    sql::StatementUse use(*s);
-    int index = 1;
-    for (const auto& condition : termIt->second.conditions)
-        use->bindText(index++, condition.second);
-    const Status status = use->step();
-    if (status == Status::Ok)
-        return DB_ERR_NOT_FOUND;
-    if (status != Status::Row)
-        return resultOf(status);
-    c.hasCurrent = true;
-    c.currentId = unsigned(use->columnInt(0));
-    return DB_OK;
+    return d->landed(*c, d->moveTo(*c, where, [&conditions](sql::Statement& s) {
+        int index = 1;
+        for (const auto& condition : conditions)
+            s.bindText(index++, condition.second);
+    }));
+}
+
+int SqliteDatabase::cursorMoveFirst(void* cursor)
+{
+    Cursor* c;
+    if (const int r = d->checkCursor(cursor, &c))
+        return r;
+    return d->landed(*c, d->moveTo(*c, std::string(), [](sql::Statement&) {}));
+}
+
+int SqliteDatabase::cursorMoveNext(void* cursor)
+{
+    Cursor* c;
+    if (const int r = d->checkCursor(cursor, &c))
+        return r;
+    return c->hasCurrent ? d->landed(*c, d->moveNext(*c)) : DB_ERR_NOT_FOUND;
 }
 
 int SqliteDatabase::cursorGetCurrentRecordInfo(void* cursor, unsigned int* id, void** table)

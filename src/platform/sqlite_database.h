@@ -41,6 +41,8 @@ public:
     int cursorOpen(void* txn, void** table, int order, const char* field, void** cursor) override;
     int cursorClose(void* cursor) override;
     int cursorLocate(void* cursor, void* term) override;
+    int cursorMoveFirst(void* cursor) override;
+    int cursorMoveNext(void* cursor) override;
     int cursorGetCurrentRecordInfo(void* cursor, unsigned int* id, void** table) override;
     void* termOpen() override;
     int termCharEqual(void* term, const char* field, const char* text) override;

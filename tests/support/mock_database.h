@@ -41,6 +41,8 @@ public:
                 (void* txn, void** table, int order, const char* field, void** cursor), (override));
     MOCK_METHOD(int, cursorClose, (void* cursor), (override));
     MOCK_METHOD(int, cursorLocate, (void* cursor, void* term), (override));
+    MOCK_METHOD(int, cursorMoveFirst, (void* cursor), (override));
+    MOCK_METHOD(int, cursorMoveNext, (void* cursor), (override));
     MOCK_METHOD(int, cursorGetCurrentRecordInfo, (void* cursor, unsigned int* id, void** table),
                 (override));
     MOCK_METHOD(void*, termOpen, (), (override));

@@ -3,6 +3,7 @@
 #include <QCommandLineParser>
 #include <QCoreApplication>
 #include <QFile>
+#include <QRegularExpression>
 #include <QTextStream>
 
 #include <cstdio>
@@ -21,6 +22,16 @@ void printError(const QString& message)
 }
 
 } // namespace
+
+std::optional<unsigned int> parseNumber(const QString& text, unsigned int maximum)
+{
+    static const QRegularExpression decimal(QStringLiteral("^[0-9]+$"));
+    bool ok = false;
+    const qulonglong value = text.toULongLong(&ok);
+    if (!ok || value > maximum || !decimal.match(text).hasMatch())
+        return std::nullopt;
+    return unsigned(value);
+}
 
 QString asClause(QString text)
 {

@@ -55,6 +55,9 @@ QString helpText(const QCommandLineParser& parser, const QString& words);
 // "  name    summary" lines for `commands`, each name shortened by the leading `prefix` words.
 QString commandTable(const QList<Command>& commands, const QString& prefix = QString());
 
+// A number written in decimal digits only (no sign, no blanks), from 0 to `maximum`.
+std::optional<unsigned int> parseNumber(const QString& text, unsigned int maximum = 0xFFFFFFFFu);
+
 // Qt's parser messages ("Unknown option 'x'.") made fit for the middle of a report
 // ("unknown option 'x'").
 QString asClause(QString text);

@@ -54,13 +54,28 @@ int runWrite(const cli::Command& command, const QStringList& arguments)
                                   QStringLiteral("File holding the encoded body; - reads standard "
                                                  "input."),
                                   QStringLiteral("BODYFILE"));
+    const QCommandLineOption id(QStringLiteral("id"),
+                                QStringLiteral("Writes the mail file of index row N, in the mail "
+                                               "file directory, instead of FILE, and prints its "
+                                               "name."),
+                                QStringLiteral("N"));
     QCommandLineParser parser;
-    parser.addOptions({from, to, cc, bcc, subject, priority, body});
+    parser.addOptions({from, to, cc, bcc, subject, priority, body, id});
     parser.addPositionalArgument(QStringLiteral("FILE"),
                                  QStringLiteral("The mail file to write; missing parent "
-                                                "directories are created."));
-    if (const std::optional<int> stop = cli::parse(parser, command, arguments, 1))
+                                                "directories are created."),
+                                 QStringLiteral("FILE | --id N"));
+    if (const std::optional<int> stop = cli::parse(parser, command, arguments, 0, 1))
         return *stop;
+    if (parser.isSet(id) == !parser.positionalArguments().isEmpty())
+        return cli::usageError(command.name, QStringLiteral("give either FILE or --id"));
+    std::optional<unsigned int> row;
+    if (parser.isSet(id)) {
+        row = cli::parseNumber(parser.value(id));
+        if (!row)
+            return cli::usageError(
+                command.name, QStringLiteral("--id: '%1' is not a row id").arg(parser.value(id)));
+    }
     for (const QCommandLineOption& required : {from, to, body}) {
         if (!parser.isSet(required))
             return cli::usageError(
@@ -111,7 +126,8 @@ int runWrite(const cli::Command& command, const QStringList& arguments)
     header.sendDate = QDateTime::currentDateTime();
     header.messageSize = uint(content->size());
 
-    const QString path = parser.positionalArguments().constFirst();
+    const QString path = row ? MMS_UTIL_Common::msgDBIDToMailFileName(*row)
+                             : parser.positionalArguments().constFirst();
     const QString directory = QFileInfo(path).absolutePath();
     if (!QDir().mkpath(directory))
         return cli::fail(QStringLiteral("cannot create directory '%1'").arg(directory));
@@ -126,6 +142,8 @@ int runWrite(const cli::Command& command, const QStringList& arguments)
         return cli::fail(QStringLiteral("cannot write '%1'").arg(path) +
                          (reason.isEmpty() ? QString() : QStringLiteral(": ") + reason));
     }
+    if (row)
+        cli::out() << path << '\n';
     return cli::ExitOk;
 }
 

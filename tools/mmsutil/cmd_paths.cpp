@@ -1,5 +1,7 @@
 #include "commands.h"
 
+#include <platform_dir.h>
+#include <sqlite_database.h>
 #include <tavmmsutility.h>
 
 #include <QCommandLineParser>
@@ -22,6 +24,8 @@ int runPaths(const cli::Command& command, const QStringList& arguments)
         {"Quick page directory:", MMS_UTIL_Common::getQuickPageDir()},
         {"Factory quick pages:", MMS_UTIL_Common::getQuickPageFactoryDir()},
         {"Temporary directory:", MMS_UTIL_Common::getTmpDir()},
+        {"Platform directory:", tavplatform::platformDirectory()},
+        {"Device database:", tavplatform::SqliteDatabase::defaultPath()},
     };
     for (const auto& row : rows)
         cli::out() << QStringLiteral("%1 %2\n").arg(QLatin1String(row.label), -21).arg(row.path);
@@ -32,8 +36,8 @@ int runPaths(const cli::Command& command, const QStringList& arguments)
 
 QList<cli::Command> pathsCommands()
 {
-    return {
-        {QStringLiteral("paths"),
-         QStringLiteral("Prints the working directories (they follow TAV_LOCAL_DOWNLOAD_PATH)."),
-         runPaths}};
+    return {{QStringLiteral("paths"),
+             QStringLiteral("Prints the working directories (TAV_LOCAL_DOWNLOAD_PATH) and the "
+                            "platform directory (TAV_PLATFORM_DIR)."),
+             runPaths}};
 }

@@ -8,5 +8,6 @@
 QList<cli::Command> mailfileCommands();
 QList<cli::Command> contentTypeCommands();
 QList<cli::Command> pathsCommands();
+QList<cli::Command> indexCommands();
 
 #endif

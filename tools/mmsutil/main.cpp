@@ -1,4 +1,5 @@
-// mmsutil: reads and writes the files of the MMS utility library from the command line.
+// mmsutil: reads and writes the mail files and the message index of the MMS utility library from
+// the command line.
 //
 // A command is one word ("paths") or a group word and a command word ("mailfile write"); each group
 // lives in its own cmd_<group>.cpp and hands its commands to the table below.
@@ -15,7 +16,7 @@ namespace
 
 QList<cli::Command> allCommands()
 {
-    return mailfileCommands() + contentTypeCommands() + pathsCommands();
+    return mailfileCommands() + indexCommands() + contentTypeCommands() + pathsCommands();
 }
 
 QString firstWord(const QString& name)
@@ -66,7 +67,8 @@ int run(const QStringList& arguments)
 {
     QCommandLineParser parser;
     parser.setApplicationDescription(
-        QStringLiteral("Reads and writes the files of the MMS utility library.\n\nCommands:\n") +
+        QStringLiteral("Reads and writes the mail files and the message index of the MMS "
+                       "utility library.\n\nCommands:\n") +
         cli::commandTable(allCommands()) +
         QStringLiteral("\n'mmsutil <command> --help' describes a command."));
     const QCommandLineOption help = cli::helpOption();

@@ -1,0 +1,54 @@
+#include "support/tool_process.h"
+
+#include <gtest/gtest.h>
+
+#include <QProcess>
+
+namespace tavmms_test
+{
+
+ToolResult runTool(const QString& program, const QStringList& arguments,
+                   const QString& workingDirectory, const QByteArray& input,
+                   const QProcessEnvironment& environment)
+{
+    QProcess process;
+    process.setWorkingDirectory(workingDirectory);
+    process.setProcessEnvironment(environment);
+    process.start(program, arguments);
+    ToolResult result;
+    if (!process.waitForStarted(10000)) {
+        ADD_FAILURE() << "the tool did not start: " << process.errorString().toStdString();
+        return result;
+    }
+    process.write(input);
+    process.closeWriteChannel();
+    if (!process.waitForFinished(30000) || process.exitStatus() != QProcess::NormalExit) {
+        ADD_FAILURE() << "the tool crashed or hung: "
+                      << process.readAllStandardError().toStdString();
+        return result;
+    }
+    result.exitCode = process.exitCode();
+    result.out = process.readAllStandardOutput();
+    result.err = process.readAllStandardError();
+    return result;
+}
+
+void expectUsageError(const ToolResult& result)
+{
+    EXPECT_EQ(result.exitCode, 2);
+    EXPECT_TRUE(result.out.isEmpty()) << result.out.toStdString();
+    EXPECT_TRUE(result.err.startsWith("mmsutil: ")) << result.err.toStdString();
+    EXPECT_EQ(result.err.count('\n'), 1) << result.err.toStdString();
+    EXPECT_TRUE(result.err.endsWith('\n'));
+}
+
+void expectFailure(const ToolResult& result)
+{
+    EXPECT_EQ(result.exitCode, 1);
+    EXPECT_TRUE(result.out.isEmpty()) << result.out.toStdString();
+    EXPECT_TRUE(result.err.startsWith("mmsutil: ")) << result.err.toStdString();
+    EXPECT_EQ(result.err.count('\n'), 1) << result.err.toStdString();
+    EXPECT_TRUE(result.err.endsWith('\n'));
+}
+
+} // namespace tavmms_test
