@@ -85,15 +85,6 @@ qint64 countOf(const QString& path, const std::string& where = "1")
                 : -1;
 }
 
-// What the parent needs of a child: that it ran to its end and passed (or why it was skipped).
-#define EXPECT_CHILD_PASSES(child, timeout)                                                        \
-    do {                                                                                           \
-        const ChildVerdict verdict = (child).finish(timeout);                                      \
-        if (verdict.kind == ChildVerdict::Skipped)                                                 \
-            GTEST_SKIP() << verdict.message;                                                       \
-        ASSERT_EQ(verdict.kind, ChildVerdict::Passed) << verdict.message;                          \
-    } while (false)
-
 class DbTableProcessesTest : public ::testing::Test
 {
 protected:

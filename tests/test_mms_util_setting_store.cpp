@@ -37,15 +37,6 @@ using ::testing::_;
 const QString kGlobal = QStringLiteral("MMS_GRP");
 const QString kEmpty = QStringLiteral("");
 
-// What the parent needs of a child: that it ran to its end and passed (or why it was skipped).
-#define EXPECT_CHILD_PASSES(child, timeout)                                                        \
-    do {                                                                                           \
-        const ChildVerdict verdict = (child).finish(timeout);                                      \
-        if (verdict.kind == ChildVerdict::Skipped)                                                 \
-            GTEST_SKIP() << verdict.message;                                                       \
-        ASSERT_EQ(verdict.kind, ChildVerdict::Passed) << verdict.message;                          \
-    } while (false)
-
 std::string describe(const char* what, int result)
 {
     return std::string(what) + " gave " + std::to_string(result);

@@ -748,10 +748,7 @@ TEST(SqliteSettingsStoreFilesTest, ReadOnlyDirectoryRefusesWritesWithEROFS)
     QTemporaryDir temp;
     ASSERT_TRUE(temp.isValid());
     ChildProcess child([&](ChildProcess&) { return readOnlyDirectoryChild(temp.path()); });
-    const ChildVerdict verdict = child.finish(std::chrono::seconds(30));
-    if (verdict.kind == ChildVerdict::Skipped)
-        GTEST_SKIP() << verdict.message;
-    EXPECT_EQ(verdict.kind, ChildVerdict::Passed) << verdict.message;
+    EXPECT_CHILD_PASSES(child, std::chrono::seconds(30));
 }
 
 // ---- feature flags

@@ -42,15 +42,6 @@ struct InstalledSettingsStore {
     tavplatform::ScopedSettingsStoreService installed{&store};
 };
 
-// What the parent needs of a child: that it ran to its end and passed (or why it was skipped).
-#define EXPECT_CHILD_PASSES(child, timeout)                                                        \
-    do {                                                                                           \
-        const ChildVerdict verdict = (child).finish(timeout);                                      \
-        if (verdict.kind == ChildVerdict::Skipped)                                                 \
-            GTEST_SKIP() << verdict.message;                                                       \
-        ASSERT_EQ(verdict.kind, ChildVerdict::Passed) << verdict.message;                          \
-    } while (false)
-
 std::string refused(const QString& key)
 {
     return "writing " + key.toStdString() + " was refused, errno " + std::to_string(errno);

@@ -65,4 +65,13 @@ private:
 
 } // namespace tavmms_test
 
+// What the parent needs of a child: that it ran to its end and passed (or why it was skipped).
+#define EXPECT_CHILD_PASSES(child, timeout)                                                        \
+    do {                                                                                           \
+        const tavmms_test::ChildVerdict verdict = (child).finish(timeout);                         \
+        if (verdict.kind == tavmms_test::ChildVerdict::Skipped)                                    \
+            GTEST_SKIP() << verdict.message;                                                       \
+        ASSERT_EQ(verdict.kind, tavmms_test::ChildVerdict::Passed) << verdict.message;             \
+    } while (false)
+
 #endif
