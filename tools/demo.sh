@@ -1,7 +1,9 @@
 #!/usr/bin/env bash
-# The main job behind `make run`: a sample message gets its row in the message index of the
-# device database, and its mail file, named after the row's id, under the default working
-# directory; both are shown back, then the whole index is listed. Every run adds one more message.
+# The main job behind `make run`: the MMS settings get a default profile when they have none and
+# are shown; a sample message gets its row in the message index of the device database, and its
+# mail file, named after the row's id, under the default working directory, with its reports,
+# expiry and priority taken from the stored sending options; both are shown back, then the whole
+# index is listed. Every run adds one more message; the settings are made once.
 set -euo pipefail
 
 mmsutil=${1:?usage: demo.sh PATH-TO-MMSUTIL}
@@ -12,9 +14,31 @@ body="$top/examples/data/sample-body.txt"
 subject="Hello from libtavmmsutility"
 # Each run's message has a URI of its own, so that looking it up finds this run's row.
 uri="http://mmsc.example.org/demo/$(date +%Y%m%d-%H%M%S)-$$"
+profile="Operator MMS"
 
 echo "== Where the data goes"
 "$mmsutil" paths
+
+echo
+echo "== The MMS settings"
+if [ -z "$("$mmsutil" profile default)" ]; then
+    # grep reads the whole list, so that the tool never writes into a closed pipe.
+    if "$mmsutil" profile list | grep -xF "$profile" >/dev/null; then
+        echo "There is no default profile; making the listed \"$profile\" the default."
+    else
+        echo "There is no default profile; adding \"$profile\" and making it the default."
+        "$mmsutil" profile add "$profile"
+        "$mmsutil" profile set "$profile" \
+            --server-uri "http://mmsc.example.org/mms" \
+            --data-connect-profile "Operator Internet"
+    fi
+    "$mmsutil" profile default "$profile"
+fi
+"$mmsutil" settings show
+
+echo
+echo "== The sending options a new message takes"
+"$mmsutil" sending show
 
 echo
 echo "== Adding the sample message's row to the message index"
@@ -29,13 +53,12 @@ id=$("$mmsutil" index add \
 echo "The database gave the row id $id."
 
 echo
-echo "== Writing the message to the mail file of row $id"
+echo "== Writing the message to the mail file of row $id, with the sending options above"
 mailfile=$("$mmsutil" mailfile write --id "$id" \
     --from "<Demo>[PLMN]+15550100" \
     --to "<Ann>[PLMN]+15550101" --to "bob@example.org" \
     --cc "+15550102" \
     --subject "$subject" \
-    --priority High \
     --body "$body")
 echo "Written: $mailfile"
 

@@ -58,7 +58,8 @@ std::optional<int> parse(QCommandLineParser& parser, const Command& command,
 {
     const QCommandLineOption help = helpOption();
     parser.addOption(help);
-    parser.setApplicationDescription(command.summary);
+    if (parser.applicationDescription().isEmpty())
+        parser.setApplicationDescription(command.summary);
     // The parser skips the first element, which would be the program's path.
     if (!parser.parse(QStringList{kTool} + arguments))
         return usageError(command.name, asClause(parser.errorText()));

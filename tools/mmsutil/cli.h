@@ -22,6 +22,9 @@ enum ExitCode {
     ExitOk = 0,
     ExitFailed = 1, // the operation was tried and failed
     ExitUsage = 2,  // the command line was wrong; nothing was done
+    // The command ran and the answer is no: the address is not blocked, or what was to be added
+    // was there already, so nothing changed.
+    ExitNo = 3,
 };
 
 struct Command;
@@ -38,7 +41,8 @@ struct Command {
 QCommandLineOption helpOption();
 bool isHelpOption(const QString& argument);
 
-// Adds --help and the usage line to `parser`, then parses `arguments`. Returns an exit code when
+// Adds --help and the usage line to `parser`, then parses `arguments`. The help shows the
+// command's summary unless the parser was given a description of its own. Returns an exit code when
 // the command must stop here (help was printed, or the command line is wrong and was reported),
 // nothing when it goes on. The number of positional arguments must lie in [minimum, maximum].
 std::optional<int> parse(QCommandLineParser& parser, const Command& command,

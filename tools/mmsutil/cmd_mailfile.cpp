@@ -1,5 +1,6 @@
 #include "commands.h"
 #include "mmshelpers.h"
+#include "settingshelpers.h"
 
 #include <QCommandLineParser>
 #include <QDir>
@@ -17,16 +18,17 @@ namespace
 
 using AddRecipient = void (MMS_UTIL_MsgHeaderBase::*)(const MMS_UTIL_Entry&);
 
-// The priority word in any letter case, as the library writes it.
-std::optional<unsigned char> parsePriority(const QString& text)
+// The header's sending options: the stored ones, replaced by those given on the command line.
+void applySendingOptions(const cli::SendingChoice& choice, MMS_UTIL_MsgHeaderBase* header)
 {
-    for (unsigned char code :
-         {MMS_UTIL_PRIORITY_LOW, MMS_UTIL_PRIORITY_NORMAL, MMS_UTIL_PRIORITY_HIGH}) {
-        const QString word = MMS_UTIL_Common::priorityToString(code);
-        if (text.compare(word, Qt::CaseInsensitive) == 0)
-            return code;
-    }
-    return std::nullopt;
+    header->loadGlobalSetting();
+    cli::SendingValues values{header->deliveryReport, header->readReplyReport, header->expiry,
+                              header->priority};
+    choice.applyTo(&values);
+    header->deliveryReport = values.deliveryReport;
+    header->readReplyReport = values.readReport;
+    header->expiry = values.expiry;
+    header->setPriority(values.priority);
 }
 
 int runWrite(const cli::Command& command, const QStringList& arguments)
@@ -47,9 +49,8 @@ int runWrite(const cli::Command& command, const QStringList& arguments)
                                  QStringLiteral("ENTRY"));
     const QCommandLineOption subject(QStringLiteral("subject"), QStringLiteral("Subject."),
                                      QStringLiteral("TEXT"));
-    const QCommandLineOption priority(QStringLiteral("priority"),
-                                      QStringLiteral("Low, Normal (the default) or High."),
-                                      QStringLiteral("PRIORITY"));
+    const cli::SendingOptions sending(
+        QStringLiteral(" Default: the stored sending option (see 'mmsutil sending show')."));
     const QCommandLineOption body(QStringLiteral("body"),
                                   QStringLiteral("File holding the encoded body; - reads standard "
                                                  "input."),
@@ -60,7 +61,9 @@ int runWrite(const cli::Command& command, const QStringList& arguments)
                                                "name."),
                                 QStringLiteral("N"));
     QCommandLineParser parser;
-    parser.addOptions({from, to, cc, bcc, subject, priority, body, id});
+    parser.addOptions({from, to, cc, bcc, subject});
+    parser.addOptions(sending.options());
+    parser.addOptions({body, id});
     parser.addPositionalArgument(QStringLiteral("FILE"),
                                  QStringLiteral("The mail file to write; missing parent "
                                                 "directories are created."),
@@ -111,18 +114,14 @@ int runWrite(const cli::Command& command, const QStringList& arguments)
             (header.*list.add)(entry);
     }
     header.subject = parser.value(subject);
-    if (parser.isSet(priority)) {
-        const std::optional<unsigned char> code = parsePriority(parser.value(priority));
-        if (!code)
-            return cli::usageError(command.name, QStringLiteral("unknown priority '%1' (Low, "
-                                                                "Normal or High)")
-                                                     .arg(parser.value(priority)));
-        header.setPriority(*code);
-    }
+    const std::optional<cli::SendingChoice> choice = sending.choice(parser, &error);
+    if (!choice)
+        return cli::usageError(command.name, error);
 
     std::optional<QByteArray> content = cli::readInput(parser.value(body));
     if (!content)
         return cli::ExitFailed;
+    applySendingOptions(*choice, &header);
     header.sendDate = QDateTime::currentDateTime();
     header.messageSize = uint(content->size());
 

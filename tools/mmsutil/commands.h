@@ -9,5 +9,10 @@ QList<cli::Command> mailfileCommands();
 QList<cli::Command> contentTypeCommands();
 QList<cli::Command> pathsCommands();
 QList<cli::Command> indexCommands();
+QList<cli::Command> settingsCommands();
+QList<cli::Command> profileCommands();
+QList<cli::Command> blockCommands();
+QList<cli::Command> sendingCommands();
+QList<cli::Command> flexCommands();
 
 #endif

@@ -1,5 +1,5 @@
-// mmsutil: reads and writes the mail files and the message index of the MMS utility library from
-// the command line.
+// mmsutil: reads and writes the mail files, the message index and the MMS settings of the MMS
+// utility library from the command line.
 //
 // A command is one word ("paths") or a group word and a command word ("mailfile write"); each group
 // lives in its own cmd_<group>.cpp and hands its commands to the table below.
@@ -16,7 +16,9 @@ namespace
 
 QList<cli::Command> allCommands()
 {
-    return mailfileCommands() + indexCommands() + contentTypeCommands() + pathsCommands();
+    return mailfileCommands() + indexCommands() + settingsCommands() + profileCommands() +
+           blockCommands() + sendingCommands() + flexCommands() + contentTypeCommands() +
+           pathsCommands();
 }
 
 QString firstWord(const QString& name)
@@ -67,10 +69,12 @@ int run(const QStringList& arguments)
 {
     QCommandLineParser parser;
     parser.setApplicationDescription(
-        QStringLiteral("Reads and writes the mail files and the message index of the MMS "
-                       "utility library.\n\nCommands:\n") +
+        QStringLiteral("Reads and writes the mail files, the message index and the MMS settings "
+                       "of the MMS utility library.\n\nCommands:\n") +
         cli::commandTable(allCommands()) +
-        QStringLiteral("\n'mmsutil <command> --help' describes a command."));
+        QStringLiteral("\n'mmsutil <command> --help' describes a command.\n\nExit status: 0 "
+                       "done, 1 failed, 2 wrong command line, 3 the answer is no (not blocked, "
+                       "or already there)."));
     const QCommandLineOption help = cli::helpOption();
     const QCommandLineOption version(QStringList{QStringLiteral("v"), QStringLiteral("version")},
                                      QStringLiteral("Displays the version."));

@@ -1,0 +1,113 @@
+// mmsutil block ...: the block list of senders, one text of addresses joined by commas.
+
+#include "commands.h"
+#include "settingshelpers.h"
+
+#include <tavmmsutility.h>
+
+#include <QCommandLineParser>
+#include <QTextStream>
+
+namespace
+{
+
+const QString kMatchHelp =
+    QStringLiteral(" An address is blocked when a listed item contains it or it contains a listed "
+                   "item (letter case counts): the item 12345 blocks +4912345 and also 234.");
+
+// Parses a command that takes one address; gives the exit status when it must stop here.
+std::optional<int> parseAddress(QCommandLineParser& parser, const cli::Command& command,
+                                const QStringList& arguments)
+{
+    parser.addPositionalArgument(QStringLiteral("ADDRESS"),
+                                 QStringLiteral("A phone number or e-mail address."));
+    if (const std::optional<int> stop = cli::parse(parser, command, arguments, 1))
+        return stop;
+    const QString address = parser.positionalArguments().constFirst();
+    // An empty address is found in every item, and a comma would split it into two items.
+    if (address.isEmpty())
+        return cli::usageError(command.name, QStringLiteral("the address is empty"));
+    if (address.contains(QLatin1Char(',')))
+        return cli::usageError(command.name,
+                               QStringLiteral("an address cannot hold a comma: '%1'").arg(address));
+    return std::nullopt;
+}
+
+int runList(const cli::Command& command, const QStringList& arguments)
+{
+    QCommandLineParser parser;
+    if (const std::optional<int> stop = cli::parse(parser, command, arguments, 0))
+        return *stop;
+    const QString list = MMS_UTIL_Setting::getBlockList();
+    if (!list.isEmpty())
+        cli::out() << QString(list).replace(QLatin1Char(','), QLatin1Char('\n')) << '\n';
+    return cli::ExitOk;
+}
+
+int runAdd(const cli::Command& command, const QStringList& arguments)
+{
+    QCommandLineParser parser;
+    parser.setApplicationDescription(
+        command.summary +
+        QStringLiteral(" An address that is blocked already is not added again: the tool says "
+                       "so and exits with 3.") +
+        kMatchHelp);
+    if (const std::optional<int> stop = parseAddress(parser, command, arguments))
+        return *stop;
+    const QString address = parser.positionalArguments().constFirst();
+    return cli::reportChange(
+        cli::callWriter([&] { return MMS_UTIL_Setting::addToBlockList(address); }),
+        cli::kAddToBlockListCodes, QStringLiteral("cannot block '%1'").arg(address),
+        QStringLiteral("'%1' is already blocked").arg(address));
+}
+
+int runCheck(const cli::Command& command, const QStringList& arguments)
+{
+    QCommandLineParser parser;
+    parser.setApplicationDescription(
+        command.summary +
+        QStringLiteral(" Prints \"blocked\" and exits with 0, or prints \"not blocked\" and exits "
+                       "with 3.") +
+        kMatchHelp);
+    if (const std::optional<int> stop = parseAddress(parser, command, arguments))
+        return *stop;
+    if (MMS_UTIL_Setting::isInBlockList(parser.positionalArguments().constFirst())) {
+        cli::out() << "blocked\n";
+        return cli::ExitOk;
+    }
+    cli::out() << "not blocked\n";
+    return cli::ExitNo;
+}
+
+int runSet(const cli::Command& command, const QStringList& arguments)
+{
+    QCommandLineParser parser;
+    parser.addPositionalArgument(QStringLiteral("LIST"),
+                                 QStringLiteral("Addresses joined by commas, without blanks; \"\" "
+                                                "empties the list."));
+    if (const std::optional<int> stop = cli::parse(parser, command, arguments, 1))
+        return *stop;
+    const QString list = parser.positionalArguments().constFirst();
+    // An empty item would be found in every address and so block every sender.
+    if (!list.isEmpty() && list.split(QLatin1Char(',')).contains(QString()))
+        return cli::usageError(command.name,
+                               QStringLiteral("'%1' has an empty item, which would block every "
+                                              "sender")
+                                   .arg(list));
+    return cli::reportChange(cli::callWriter([&] { return MMS_UTIL_Setting::setBlockList(list); }),
+                             cli::kWriterCodes, QStringLiteral("cannot set the block list"));
+}
+
+} // namespace
+
+QList<cli::Command> blockCommands()
+{
+    return {
+        {QStringLiteral("block list"), QStringLiteral("Prints the blocked senders, one a line."),
+         runList},
+        {QStringLiteral("block add"), QStringLiteral("Adds a sender to the block list."), runAdd},
+        {QStringLiteral("block check"), QStringLiteral("Tells whether a sender is blocked."),
+         runCheck},
+        {QStringLiteral("block set"), QStringLiteral("Replaces the whole block list."), runSet},
+    };
+}
