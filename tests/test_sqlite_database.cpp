@@ -852,6 +852,84 @@ TEST_F(SqliteDatabaseTest, CloseBindEndsTheBindHandle)
     EXPECT_EQ(DB_TXN_Abort(txn), DB_OK);
 }
 
+TEST_F(SqliteDatabaseTest, BindingBoundAgainGetsAHandleOfItsOwnThatLastsAfterTheFirstCloses)
+{
+    prepareNotes();
+    void* first = bind;
+    void* second = bindTo(table);
+    ASSERT_NE(second, nullptr);
+    EXPECT_NE(second, first);
+    const Note note = makeNote(u"again", "c2", 1, 2, 3);
+    const unsigned id = insertCommitted(note);
+    ASSERT_EQ(DB_STRUCT_CloseBind(first), DB_OK);
+
+    bind = second;
+    Note fetched{};
+    ASSERT_EQ(fetchCommitted(id, &fetched), DB_OK);
+    EXPECT_EQ(bytesOf(fetched), bytesOf(note));
+    EXPECT_EQ(DB_STRUCT_CloseBind(second), DB_OK);
+}
+
+TEST_F(SqliteDatabaseTest, BindingWhoseEntriesChangedIsCheckedAgain)
+{
+    prepareNotes();
+    void* full = bindTo(table, customBinding);
+    ASSERT_NE(full, nullptr);
+
+    customEntries[2].size = 8; // stamp is 4 bytes
+    void* handle = nullptr;
+    EXPECT_EQ(DB_STRUCT_BindToTable(table, customBinding, &handle), DB_ERR_BIND_MISMATCH);
+    EXPECT_EQ(handle, nullptr);
+
+    // The same function now binds two fields only: its new handle writes those alone, while the
+    // handle made before keeps binding them all.
+    customEntries = {kNoteBinding[1], kNoteBinding[4]}; // code and big
+    void* partial = bindTo(table, customBinding);
+    ASSERT_NE(partial, nullptr);
+    const Note note = makeNote(u"title", "code", 5, 6, 7);
+    bind = partial;
+    const unsigned partialId = insertCommitted(note);
+    bind = full;
+    const unsigned fullId = insertCommitted(note);
+
+    Note fetched{};
+    ASSERT_EQ(fetchCommitted(partialId, &fetched), DB_OK);
+    EXPECT_EQ(bytesOf(fetched), bytesOf(makeNote(u"", "code", 0, 0, 7)));
+    ASSERT_EQ(fetchCommitted(fullId, &fetched), DB_OK);
+    EXPECT_EQ(bytesOf(fetched), bytesOf(note));
+}
+
+TEST_F(SqliteDatabaseTest, TableMadeAnewWithAnotherSchemaIsBoundAgainstTheNewOne)
+{
+    prepareNotes();
+    {
+        // Tables are never dropped through this interface; another program may do it.
+        auto other = lookInto(temp.path());
+        ASSERT_NE(other, nullptr);
+        ASSERT_EQ(other->exec("DROP TABLE notes"), tavplatform::sql::Status::Ok);
+        ASSERT_EQ(other->exec("DELETE FROM tav_schema WHERE tbl = 'notes'"),
+                  tavplatform::sql::Status::Ok);
+    }
+    std::vector<DB_SCHEMA_T> changed = notesSchema();
+    changed[2].size = 2;
+    changed[2].type = DB_TYPE_INT16; // stamp
+    ASSERT_EQ(DB_TABLE_Create(db(), kNotes, changed.data()), DB_OK);
+    table = openTable();
+    ASSERT_NE(table, nullptr);
+
+    void* handle = nullptr;
+    EXPECT_EQ(DB_STRUCT_BindToTable(table, noteBinding, &handle), DB_ERR_BIND_MISMATCH);
+    EXPECT_EQ(handle, nullptr);
+    customEntries[2] = {"stamp", DB_BIND_INT16, offsetof(Note, stamp), 2};
+    bind = bindTo(table, customBinding);
+    ASSERT_NE(bind, nullptr);
+    const Note note = makeNote(u"anew", "c", 0x1234, 2, 3);
+    const unsigned id = insertCommitted(note);
+    Note fetched{};
+    ASSERT_EQ(fetchCommitted(id, &fetched), DB_OK);
+    EXPECT_EQ(bytesOf(fetched), bytesOf(note));
+}
+
 // ---- transactions
 
 TEST_F(SqliteDatabaseTest, CommittedRecordsAreSeenByOtherConnectionsAndLast)

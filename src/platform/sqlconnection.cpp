@@ -7,6 +7,7 @@
 #include <sqlite3.h>
 
 #include <cerrno>
+#include <thread>
 #include <unistd.h>
 
 namespace tavplatform::sql
@@ -14,6 +15,10 @@ namespace tavplatform::sql
 
 namespace
 {
+
+const char kBeginScoped[] = "SAVEPOINT tav_scoped";
+const char kRollbackScoped[] = "ROLLBACK TO tav_scoped";
+const char kReleaseScoped[] = "RELEASE tav_scoped";
 
 // The status for a failure to open the database at `path`. The engine says only that it could not
 // open a file (the database, or the journal beside it), and it tries other ways before giving up,
@@ -111,7 +116,22 @@ void Statement::reset()
     sqlite3_clear_bindings(statement_);
 }
 
-Connection::Connection(sqlite3* db) : db_(db) {}
+Connection::Connection(sqlite3* db, int busyTimeoutMs) : db_(db), busyTimeout_(busyTimeoutMs) {}
+
+// The engine's own wait sleeps up to 100 ms between tries, and a writer that never pauses takes
+// the lock again in each of those gaps, so that a waiting connection could wait out its whole
+// timeout. Trying again every millisecond gives it its turn.
+int Connection::waitWhileBusy(void* connection, int tries)
+{
+    auto* self = static_cast<Connection*>(connection);
+    const auto now = std::chrono::steady_clock::now();
+    if (tries == 0)
+        self->busySince_ = now;
+    if (now - self->busySince_ >= self->busyTimeout_)
+        return 0;
+    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    return 1;
+}
 
 Connection::~Connection()
 {
@@ -124,7 +144,7 @@ std::unique_ptr<Connection> Connection::open(const QString& path, Status* status
     sqlite3* db = nullptr;
     const int flags = SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_NOMUTEX;
     const int rc = sqlite3_open_v2(QFile::encodeName(path).constData(), &db, flags, nullptr);
-    std::unique_ptr<Connection> connection(db ? new Connection(db) : nullptr);
+    std::unique_ptr<Connection> connection(db ? new Connection(db, busyTimeoutMs) : nullptr);
     if (rc != SQLITE_OK) {
         *status = openFailure(rc, path);
         return nullptr;
@@ -135,7 +155,7 @@ std::unique_ptr<Connection> Connection::open(const QString& path, Status* status
         return nullptr;
     }
     sqlite3_extended_result_codes(db, 1);
-    sqlite3_busy_timeout(db, busyTimeoutMs);
+    sqlite3_busy_handler(db, &Connection::waitWhileBusy, connection.get());
     // WAL lets readers in other processes go on while one writes; FULL makes a commit survive a
     // power cut, not only a crash of the process.
     for (const char* pragma : {"PRAGMA journal_mode=WAL", "PRAGMA synchronous=FULL"}) {
@@ -154,7 +174,17 @@ Status Connection::exec(const char* sql)
     return statusOf(sqlite3_exec(db_, sql, nullptr, nullptr, nullptr));
 }
 
-Statement* Connection::cached(const std::string& sql, Status* status)
+Status Connection::execCached(std::string_view sql)
+{
+    Status status;
+    Statement* statement = cached(sql, &status);
+    if (!statement)
+        return status;
+    StatementUse use(*statement);
+    return use->step();
+}
+
+Statement* Connection::cached(std::string_view sql, Status* status)
 {
     auto found = statements_.find(sql);
     if (found != statements_.end()) {
@@ -162,14 +192,14 @@ Statement* Connection::cached(const std::string& sql, Status* status)
         return found->second.get();
     }
     sqlite3_stmt* raw = nullptr;
-    const int rc = sqlite3_prepare_v3(db_, sql.c_str(), int(sql.size()), SQLITE_PREPARE_PERSISTENT,
+    const int rc = sqlite3_prepare_v3(db_, sql.data(), int(sql.size()), SQLITE_PREPARE_PERSISTENT,
                                       &raw, nullptr);
     *status = statusOf(rc);
     if (rc != SQLITE_OK) {
         sqlite3_finalize(raw);
         return nullptr;
     }
-    auto& slot = statements_[sql];
+    auto& slot = statements_[std::string(sql)];
     slot.reset(new Statement(raw));
     return slot.get();
 }
@@ -205,21 +235,21 @@ ScopedTransaction::ScopedTransaction(Connection& connection) : connection_(conne
 ScopedTransaction::~ScopedTransaction()
 {
     if (open_) {
-        connection_.exec("ROLLBACK TO tav_scoped");
-        connection_.exec("RELEASE tav_scoped");
+        connection_.execCached(kRollbackScoped);
+        connection_.execCached(kReleaseScoped);
     }
 }
 
 Status ScopedTransaction::begin()
 {
-    const Status status = connection_.exec("SAVEPOINT tav_scoped");
+    const Status status = connection_.execCached(kBeginScoped);
     open_ = status == Status::Ok;
     return status;
 }
 
 Status ScopedTransaction::commit()
 {
-    const Status status = connection_.exec("RELEASE tav_scoped");
+    const Status status = connection_.execCached(kReleaseScoped);
     if (status == Status::Ok)
         open_ = false;
     return status;

@@ -6,9 +6,11 @@
 #include <QByteArray>
 #include <QString>
 
+#include <chrono>
 #include <map>
 #include <memory>
 #include <string>
+#include <string_view>
 
 struct sqlite3;
 struct sqlite3_stmt;
@@ -70,8 +72,9 @@ private:
     Statement& statement_;
 };
 
-// One connection, in WAL mode with synchronous=FULL and a busy timeout. Statements prepared
-// through cached() live as long as the connection.
+// One connection, in WAL mode with synchronous=FULL. A statement that needs a lock another
+// connection holds tries again every millisecond until the busy timeout has passed, then fails
+// with Busy. Statements prepared through cached() live as long as the connection.
 class TAVPLATFORM_EXPORT Connection
 {
 public:
@@ -83,8 +86,11 @@ public:
 
     // Runs statements that return no rows.
     Status exec(const char* sql);
+    // Runs one statement that returns no rows, prepared on first use and kept, as cached() keeps
+    // it: for statements run often, such as BEGIN and COMMIT.
+    Status execCached(std::string_view sql);
     // The prepared statement for `sql`, made on first use; null (with `status`) when it fails.
-    Statement* cached(const std::string& sql, Status* status);
+    Statement* cached(std::string_view sql, Status* status);
     qint64 lastInsertRowId() const;
     int changes() const;
     // True while a transaction is open on this connection.
@@ -97,9 +103,14 @@ public:
     static Status statusOf(int code);
 
 private:
-    explicit Connection(sqlite3* db);
+    Connection(sqlite3* db, int busyTimeoutMs);
+    // The engine's busy handler: true to try again.
+    static int waitWhileBusy(void* connection, int tries);
+
     sqlite3* db_;
-    std::map<std::string, std::unique_ptr<Statement>> statements_;
+    const std::chrono::milliseconds busyTimeout_;
+    std::chrono::steady_clock::time_point busySince_; // when the current wait began
+    std::map<std::string, std::unique_ptr<Statement>, std::less<>> statements_;
 };
 
 // A savepoint that rolls back unless commit() ran; usable inside and outside a transaction.

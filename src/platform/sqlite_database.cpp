@@ -5,10 +5,12 @@
 
 #include <QByteArray>
 
+#include <algorithm>
 #include <cctype>
 #include <cstring>
 #include <map>
 #include <string>
+#include <tuple>
 #include <vector>
 
 namespace tavplatform
@@ -29,6 +31,9 @@ const char kSelectSchema[] =
     "SELECT name, size, type, flag FROM tav_schema WHERE tbl = ? ORDER BY idx";
 const char kInsertSchemaField[] =
     "INSERT INTO tav_schema (tbl, idx, name, size, type, flag) VALUES (?, ?, ?, ?, ?, ?)";
+const char kBegin[] = "BEGIN";
+const char kCommit[] = "COMMIT";
+const char kRollback[] = "ROLLBACK";
 
 // Schemas longer than this are taken as missing their terminating entry.
 const int kMaxSchemaFields = 1024;
@@ -41,20 +46,29 @@ struct Field {
     unsigned size;
     unsigned type;
     unsigned flag;
+
+    bool operator==(const Field& other) const
+    {
+        return name == other.name && size == other.size && type == other.type && flag == other.flag;
+    }
 };
 
-struct Table {
-    QByteArray name;
-    std::vector<Field> fields;
-
-    int fieldIndex(const QByteArray& field) const
+// A statement kept for reuse, prepared on first use (and its text built only then); the
+// connection owns it.
+class LazyStatement
+{
+public:
+    template <typename MakeText>
+    sql::Statement* get(sql::Connection& connection, MakeText makeText, Status* status)
     {
-        for (size_t i = 0; i < fields.size(); ++i) {
-            if (fields[i].name == field)
-                return int(i);
-        }
-        return -1;
+        *status = Status::Ok;
+        if (!statement_)
+            statement_ = connection.cached(makeText(), status);
+        return statement_;
     }
+
+private:
+    sql::Statement* statement_ = nullptr;
 };
 
 struct BoundField {
@@ -64,12 +78,26 @@ struct BoundField {
     unsigned size;
 };
 
-struct Bind {
+// A binding checked against a table's schema, with the statements that write and read its
+// fields. Every bind handle of the same binding shares it.
+struct Layout {
     QByteArray table;
+    std::vector<DB_BIND_T> entries; // the binding as it was checked
     std::vector<BoundField> fields;
-    std::string insertSql;
-    std::string updateSql;
-    std::string selectSql;
+    LazyStatement insert;
+    LazyStatement update;
+    LazyStatement select;
+
+    // True when `bound` is the binding that was checked. Names are compared by address: a
+    // binding's names are constant texts.
+    bool checked(const DB_BIND_T* bound, unsigned count) const
+    {
+        return std::equal(entries.begin(), entries.end(), bound, bound + count,
+                          [](const DB_BIND_T& a, const DB_BIND_T& b) {
+                              return a.name == b.name && a.code == b.code && a.offset == b.offset &&
+                                     a.size == b.size;
+                          });
+    }
 
     int boundIndex(const QByteArray& field) const
     {
@@ -81,9 +109,51 @@ struct Bind {
     }
 };
 
+// The look-ups that move a cursor. NullAfter, NotNull, After and Null go on from the cursor's
+// current record (see moveNext()).
+enum class Move { First, Locate, NullAfter, NotNull, After, Null };
+
+// What a cursor move's statement depends on.
+struct MoveQuery {
+    int field; // the cursor's field, -1 for the record id
+    int order;
+    Move move;
+    std::vector<int> conditions; // the fields a locate compares
+
+    bool operator<(const MoveQuery& other) const
+    {
+        return std::tie(field, order, move, conditions) <
+               std::tie(other.field, other.order, other.move, other.conditions);
+    }
+};
+
+// A table's schema as it was loaded, shared by every handle and cursor of the table, with the
+// bindings checked against it and the statements made for it.
+struct Table {
+    QByteArray name;
+    std::vector<Field> fields;
+    std::map<DB_BIND_FUNC_T, std::shared_ptr<Layout>> layouts; // by the function that gave them
+    std::map<MoveQuery, LazyStatement> moves;
+    LazyStatement deleteRow;
+
+    int fieldIndex(const QByteArray& field) const
+    {
+        for (size_t i = 0; i < fields.size(); ++i) {
+            if (fields[i].name == field)
+                return int(i);
+        }
+        return -1;
+    }
+
+    // The name of field `index` (-1 for the record id).
+    QByteArray fieldName(int index) const
+    {
+        return index < 0 ? QByteArray("id") : fields[size_t(index)].name;
+    }
+};
+
 struct Txn {
-    int depth;
-    QByteArray savepoint; // empty for the outermost transaction
+    int depth; // 0 for the outermost transaction, which the others nest in as savepoints
 };
 
 // The value of a cursor's field in its current record, from which the walk goes on.
@@ -94,8 +164,8 @@ struct Key {
 };
 
 struct Cursor {
-    Table table;
-    QByteArray field;
+    std::shared_ptr<Table> table;
+    int field; // -1 for the record id
     int order;
     void* txn;
     bool textField; // the field holds texts
@@ -273,6 +343,75 @@ void storeValue(const sql::Statement& statement, int column, const BoundField& f
     }
 }
 
+// The statements of a binding, on the fields it binds.
+std::string insertSql(const Layout& layout)
+{
+    std::string columns, placeholders;
+    for (const BoundField& field : layout.fields) {
+        const char* separator = columns.empty() ? "" : ", ";
+        columns += separator + quoted(field.name);
+        placeholders += std::string(separator) + "?";
+    }
+    return "INSERT INTO " + quoted(layout.table) + " (" + columns + ") VALUES (" + placeholders +
+           ")";
+}
+
+std::string updateSql(const Layout& layout)
+{
+    std::string assignments;
+    for (const BoundField& field : layout.fields)
+        assignments += (assignments.empty() ? "" : ", ") + quoted(field.name) + " = ?";
+    return "UPDATE " + quoted(layout.table) + " SET " + assignments + " WHERE id = ?";
+}
+
+std::string selectSql(const Layout& layout)
+{
+    std::string columns;
+    for (const BoundField& field : layout.fields)
+        columns += (columns.empty() ? "" : ", ") + quoted(field.name);
+    return "SELECT " + columns + " FROM " + quoted(layout.table) + " WHERE id = ?";
+}
+
+// The statement of a cursor move: the id and field value of the first record, in the cursor's
+// order, that the move's condition leaves.
+std::string moveSql(const Table& table, const MoveQuery& query)
+{
+    const std::string column = quoted(table.fieldName(query.field));
+    const bool ascending = query.order == DB_CURSOR_ASCENDING;
+    const std::string beyond = ascending ? " > " : " < ";
+    std::string where;
+    switch (query.move) {
+    case Move::First:
+        break;
+    case Move::Locate:
+        for (const int field : query.conditions)
+            where +=
+                (where.empty() ? " WHERE " : " AND ") + quoted(table.fieldName(field)) + " = ?";
+        break;
+    case Move::NullAfter:
+        where = " WHERE " + column + " IS NULL AND id" + beyond + "?";
+        break;
+    case Move::NotNull:
+        where = " WHERE " + column + " IS NOT NULL";
+        break;
+    case Move::After:
+        where = " WHERE (" + column + ", id)" + beyond + "(?, ?)";
+        break;
+    case Move::Null:
+        where = " WHERE " + column + " IS NULL";
+        break;
+    }
+    const char* direction = ascending ? " ASC" : " DESC";
+    return "SELECT id, " + column + " FROM " + quoted(table.name) + where + " ORDER BY " + column +
+           direction + ", id" + direction + " LIMIT 1";
+}
+
+// Savepoint names of nested transactions go by depth: only the innermost one is ever ended.
+std::string savepointName(int depth)
+{
+    return "tav_txn_" + std::to_string(depth);
+}
+
 } // namespace
 
 struct SqliteDatabase::Impl {
@@ -280,8 +419,10 @@ struct SqliteDatabase::Impl {
     int busyTimeoutMs;
     std::unique_ptr<sql::Connection> connection;
     int openFailure = DB_OK; // why the file could not be opened, when it could not
-    std::map<void*, Table> tables;
-    std::map<void*, Bind> binds;
+    // The schema of each table opened so far, by name, with what was checked and made for it.
+    std::map<QByteArray, std::shared_ptr<Table>> schemas;
+    std::map<void*, std::shared_ptr<Table>> tables;
+    std::map<void*, std::shared_ptr<Layout>> binds;
     std::map<void*, Txn> txns;
     std::vector<void*> txnStack;
     std::map<void*, Cursor> cursors;
@@ -309,7 +450,7 @@ struct SqliteDatabase::Impl {
         return openFailure ? openFailure : DB_ERR_NULL_HANDLE;
     }
 
-    sql::Statement* statement(const std::string& text, int* result)
+    sql::Statement* statement(std::string_view text, int* result)
     {
         Status status;
         sql::Statement* s = connection->cached(text, &status);
@@ -317,7 +458,19 @@ struct SqliteDatabase::Impl {
         return s;
     }
 
-    int loadTable(const QByteArray& name, Table* table)
+    template <typename MakeText>
+    sql::Statement* statement(LazyStatement& lazy, MakeText makeText, int* result)
+    {
+        Status status;
+        sql::Statement* s = lazy.get(*connection, makeText, &status);
+        *result = s ? DB_OK : resultOf(status);
+        return s;
+    }
+
+    // The schema of table `name` as the database holds it now. The one loaded before is kept,
+    // with its checked bindings and statements, while it is the same; a table made anew with
+    // another schema starts afresh.
+    int loadTable(const QByteArray& name, std::shared_ptr<Table>* table)
     {
         int result;
         sql::Statement* s = statement(kSelectSchema, &result);
@@ -325,27 +478,29 @@ struct SqliteDatabase::Impl {
             return result;
         sql::StatementUse use(*s);
         use->bindText(1, name);
-        table->name = name;
+        std::vector<Field> fields;
         Status status;
         while ((status = use->step()) == Status::Row) {
-            table->fields.push_back({use->columnText(0), unsigned(use->columnInt(1)),
-                                     unsigned(use->columnInt(2)), unsigned(use->columnInt(3))});
+            fields.push_back({use->columnText(0), unsigned(use->columnInt(1)),
+                              unsigned(use->columnInt(2)), unsigned(use->columnInt(3))});
         }
         if (status != Status::Ok)
             return resultOf(status);
-        return table->fields.empty() ? DB_ERR_NO_TABLE : DB_OK;
+        if (fields.empty())
+            return DB_ERR_NO_TABLE;
+        std::shared_ptr<Table>& known = schemas[name];
+        if (!known || known->fields != fields)
+            known = std::make_shared<Table>(Table{name, std::move(fields), {}, {}, {}});
+        *table = known;
+        return DB_OK;
     }
 
-    int makeBind(const Table& table, DB_BIND_FUNC_T function, void** handle)
+    // Checks each binding entry against the table's schema.
+    static int checkBinding(const Table& table, const DB_BIND_T* entries, unsigned count,
+                            std::shared_ptr<Layout>* layout)
     {
-        if (!function || !handle)
-            return DB_ERR_NULL_HANDLE;
-        unsigned count = 0;
-        const DB_BIND_T* entries = function(&count);
-        if (!entries || count == 0)
-            return DB_ERR_INVALID_ARGUMENT;
-        Bind bind{table.name, {}, {}, {}, {}};
-        std::string columns, placeholders, assignments;
+        auto checked = std::make_shared<Layout>();
+        checked->table = table.name;
         for (unsigned i = 0; i < count; ++i) {
             const DB_BIND_T& entry = entries[i];
             if (!entry.name)
@@ -355,21 +510,34 @@ struct SqliteDatabase::Impl {
                 return DB_ERR_BIND_MISMATCH;
             const Field& field = table.fields[size_t(index)];
             if (typeOfBindCode(entry.code) != field.type || entry.size != field.size ||
-                bind.boundIndex(field.name) >= 0)
+                checked->boundIndex(field.name) >= 0)
                 return DB_ERR_BIND_MISMATCH;
-            bind.fields.push_back({field.name, entry.code, entry.offset, entry.size});
-            const std::string column = quoted(field.name);
-            const char* separator = i ? ", " : "";
-            columns += separator + column;
-            placeholders += std::string(separator) + "?";
-            assignments += separator + column + " = ?";
+            checked->fields.push_back({field.name, entry.code, entry.offset, entry.size});
         }
-        const std::string name = quoted(table.name);
-        bind.insertSql = "INSERT INTO " + name + " (" + columns + ") VALUES (" + placeholders + ")";
-        bind.updateSql = "UPDATE " + name + " SET " + assignments + " WHERE id = ?";
-        bind.selectSql = "SELECT " + columns + " FROM " + name + " WHERE id = ?";
+        checked->entries.assign(entries, entries + count);
+        *layout = std::move(checked);
+        return DB_OK;
+    }
+
+    // A handle of the binding `function` gives: checked the first time, and again whenever the
+    // entries differ from those checked.
+    int makeBind(Table& table, DB_BIND_FUNC_T function, void** handle)
+    {
+        if (!function || !handle)
+            return DB_ERR_NULL_HANDLE;
+        unsigned count = 0;
+        const DB_BIND_T* entries = function(&count);
+        if (!entries || count == 0)
+            return DB_ERR_INVALID_ARGUMENT;
+        auto known = table.layouts.find(function);
+        if (known == table.layouts.end() || !known->second->checked(entries, count)) {
+            std::shared_ptr<Layout> layout;
+            if (const int r = checkBinding(table, entries, count, &layout))
+                return r;
+            known = table.layouts.insert_or_assign(function, std::move(layout)).first;
+        }
         *handle = newHandle();
-        binds.emplace(*handle, std::move(bind));
+        binds.emplace(*handle, known->second);
         return DB_OK;
     }
 
@@ -391,7 +559,7 @@ struct SqliteDatabase::Impl {
     bool rolledBack() const { return !txnStack.empty() && !connection->inTransaction(); }
 
     // Checks shared by the record operations; the bind must describe the same table.
-    int checkRecordCall(void* txn, void* table, void* bind, Table** t, Bind** b)
+    int checkRecordCall(void* txn, void* table, void* bind, Table** t, Layout** b)
     {
         if (!table || !bind)
             return DB_ERR_NULL_HANDLE;
@@ -401,18 +569,20 @@ struct SqliteDatabase::Impl {
         auto bindIt = binds.find(bind);
         if (tableIt == tables.end() || bindIt == binds.end())
             return DB_ERR_INVALID_HANDLE;
-        if (bindIt->second.table != tableIt->second.name)
+        if (bindIt->second->table != tableIt->second->name)
             return DB_ERR_BIND_MISMATCH;
-        *t = &tableIt->second;
-        *b = &bindIt->second;
+        *t = tableIt->second.get();
+        *b = bindIt->second.get();
         return DB_OK;
     }
 
     // Deletes row `id`; DB_ERR_NOT_FOUND when there is none.
-    int deleteRow(const QByteArray& table, qint64 id)
+    int deleteRow(Table& table, qint64 id)
     {
         int result;
-        sql::Statement* s = statement("DELETE FROM " + quoted(table) + " WHERE id = ?", &result);
+        sql::Statement* s = statement(
+            table.deleteRow, [&] { return "DELETE FROM " + quoted(table.name) + " WHERE id = ?"; },
+            &result);
         if (!s)
             return result;
         sql::StatementUse use(*s);
@@ -485,19 +655,18 @@ struct SqliteDatabase::Impl {
         return DB_OK;
     }
 
-    // Moves `c` to the first record, in its order, that meets `where` (whose parameters
+    // Moves `c` to the first record, in its order, that the look-up `move` finds (whose parameters
     // `bindParameters` binds); DB_ERR_NOT_FOUND when there is none. Only a found record moves the
     // cursor: landed() takes it off its record when the whole move found none.
     template <typename BindParameters>
-    int moveTo(Cursor& c, const std::string& where, BindParameters bindParameters)
+    int moveTo(Cursor& c, Move move, BindParameters bindParameters,
+               std::vector<int> conditions = {})
     {
-        const char* direction = c.order == DB_CURSOR_ASCENDING ? " ASC" : " DESC";
-        const std::string column = quoted(c.field);
-        const std::string text = "SELECT id, " + column + " FROM " + quoted(c.table.name) + where +
-                                 " ORDER BY " + column + direction + ", id" + direction +
-                                 " LIMIT 1";
+        MoveQuery query{c.field, c.order, move, std::move(conditions)};
+        Table& table = *c.table;
         int result;
-        sql::Statement* s = statement(text, &result);
+        sql::Statement* s = statement(
+            table.moves[query], [&] { return moveSql(table, query); }, &result);
         if (!s)
             return result;
         sql::StatementUse use(*s);
@@ -529,29 +698,25 @@ struct SqliteDatabase::Impl {
     int moveNext(Cursor& c)
     {
         const bool ascending = c.order == DB_CURSOR_ASCENDING;
-        const std::string column = quoted(c.field);
-        const std::string beyond = ascending ? " > " : " < ";
         const auto noParameters = [](sql::Statement&) {};
         const Key& key = c.key; // read by the binding, before the move changes it
         const qint64 id = c.currentId;
         if (key.isNull) {
-            const int r = moveTo(c, " WHERE " + column + " IS NULL AND id" + beyond + "?",
-                                 [id](sql::Statement& s) { s.bindInt(1, id); });
+            const int r = moveTo(c, Move::NullAfter, [id](sql::Statement& s) { s.bindInt(1, id); });
             if (r != DB_ERR_NOT_FOUND || !ascending)
                 return r;
-            return moveTo(c, " WHERE " + column + " IS NOT NULL", noParameters);
+            return moveTo(c, Move::NotNull, noParameters);
         }
-        const int r = moveTo(c, " WHERE (" + column + ", id)" + beyond + "(?, ?)",
-                             [&key, id, text = c.textField](sql::Statement& s) {
-                                 if (text)
-                                     s.bindText(1, key.text);
-                                 else
-                                     s.bindInt(1, key.number);
-                                 s.bindInt(2, id);
-                             });
+        const int r = moveTo(c, Move::After, [&key, id, text = c.textField](sql::Statement& s) {
+            if (text)
+                s.bindText(1, key.text);
+            else
+                s.bindInt(1, key.number);
+            s.bindInt(2, id);
+        });
         if (r != DB_ERR_NOT_FOUND || ascending)
             return r;
-        return moveTo(c, " WHERE " + column + " IS NULL", noParameters);
+        return moveTo(c, Move::Null, noParameters);
     }
 };
 
@@ -615,7 +780,7 @@ int SqliteDatabase::tableCreate(void* db, const char* table, const DB_SCHEMA_T* 
     if (checkTableExist(db, table))
         return DB_ERR_TABLE_EXISTS;
 
-    Table parsed{name, {}};
+    Table parsed{name, {}, {}, {}, {}};
     for (int i = 0; schema[i].tag[0] || schema[i].tag[1] || schema[i].tag[2] || schema[i].tag[3];
          ++i) {
         const DB_SCHEMA_T& entry = schema[i];
@@ -642,7 +807,7 @@ int SqliteDatabase::tableOpen(void* db, void** table, const char* name)
         return d->badDb(db);
     if (!table || !name)
         return DB_ERR_NULL_HANDLE;
-    Table loaded;
+    std::shared_ptr<Table> loaded;
     if (const int result = d->loadTable(QByteArray(name), &loaded))
         return result;
     *table = d->newHandle();
@@ -664,7 +829,7 @@ int SqliteDatabase::bindToTable(void* table, DB_BIND_FUNC_T bind, void** handle)
     auto it = d->tables.find(table);
     if (it == d->tables.end())
         return DB_ERR_INVALID_HANDLE;
-    return d->makeBind(it->second, bind, handle);
+    return d->makeBind(*it->second, bind, handle);
 }
 
 int SqliteDatabase::bindToCursor(void* cursor, DB_BIND_FUNC_T bind, void** handle)
@@ -674,7 +839,7 @@ int SqliteDatabase::bindToCursor(void* cursor, DB_BIND_FUNC_T bind, void** handl
     auto it = d->cursors.find(cursor);
     if (it == d->cursors.end())
         return DB_ERR_INVALID_HANDLE;
-    return d->makeBind(it->second.table, bind, handle);
+    return d->makeBind(*it->second.table, bind, handle);
 }
 
 int SqliteDatabase::closeBind(void* handle)
@@ -697,18 +862,14 @@ int SqliteDatabase::txnBegin(void** txn, int flags)
         return d->openFailure;
     if (d->rolledBack())
         return DB_ERR_TXN_ROLLED_BACK;
-    void* handle = d->newHandle();
-    Txn entry{int(d->txnStack.size()), {}};
-    Status status;
-    if (entry.depth == 0) {
-        status = d->connection->exec("BEGIN");
-    } else {
-        entry.savepoint = "tav_txn_" + QByteArray::number(quint64(quintptr(handle)));
-        status = d->connection->exec(("SAVEPOINT " + entry.savepoint).constData());
-    }
+    const Txn entry{int(d->txnStack.size())};
+    const Status status =
+        entry.depth == 0 ? d->connection->execCached(kBegin)
+                         : d->connection->execCached("SAVEPOINT " + savepointName(entry.depth));
     if (status != Status::Ok)
         return resultOf(status);
-    d->txns.emplace(handle, std::move(entry));
+    void* handle = d->newHandle();
+    d->txns.emplace(handle, entry);
     d->txnStack.push_back(handle);
     *txn = handle;
     return DB_OK;
@@ -720,8 +881,8 @@ int SqliteDatabase::txnCommit(void* txn)
         return r;
     const Txn& entry = d->txns.at(txn);
     const Status status = entry.depth == 0
-                              ? d->connection->exec("COMMIT")
-                              : d->connection->exec(("RELEASE " + entry.savepoint).constData());
+                              ? d->connection->execCached(kCommit)
+                              : d->connection->execCached("RELEASE " + savepointName(entry.depth));
     // A transaction that failed to commit is left for DB_TXN_Abort to end, whether or not the
     // engine has rolled it back already.
     if (status == Status::Ok)
@@ -738,11 +899,12 @@ int SqliteDatabase::txnAbort(void* txn)
     if (d->rolledBack()) {
         // The engine has undone everything already.
     } else if (entry.depth == 0) {
-        status = d->connection->exec("ROLLBACK");
+        status = d->connection->execCached(kRollback);
     } else {
-        status = d->connection->exec(("ROLLBACK TO " + entry.savepoint).constData());
+        const std::string savepoint = savepointName(entry.depth);
+        status = d->connection->execCached("ROLLBACK TO " + savepoint);
         if (status == Status::Ok)
-            status = d->connection->exec(("RELEASE " + entry.savepoint).constData());
+            status = d->connection->execCached("RELEASE " + savepoint);
     }
     d->endTxn(txn);
     return resultOf(status);
@@ -751,13 +913,14 @@ int SqliteDatabase::txnAbort(void* txn)
 int SqliteDatabase::tableInsert(void* txn, void* table, void* record, void* bind, unsigned int* id)
 {
     Table* t;
-    Bind* b;
+    Layout* b;
     if (const int r = d->checkRecordCall(txn, table, bind, &t, &b))
         return r;
     if (!record || !id)
         return DB_ERR_NULL_HANDLE;
     int result;
-    sql::Statement* s = d->statement(b->insertSql, &result);
+    sql::Statement* s = d->statement(
+        b->insert, [b] { return insertSql(*b); }, &result);
     if (!s)
         return result;
     {
@@ -771,7 +934,7 @@ int SqliteDatabase::tableInsert(void* txn, void* table, void* record, void* bind
     const qint64 rowId = d->connection->lastInsertRowId();
     if (rowId > kMaxRecordId) {
         // Ids are 32-bit; the row that cannot be named is taken out again.
-        d->deleteRow(t->name, rowId);
+        d->deleteRow(*t, rowId);
         return DB_ERR_ID_EXHAUSTED;
     }
     *id = unsigned(rowId);
@@ -781,13 +944,14 @@ int SqliteDatabase::tableInsert(void* txn, void* table, void* record, void* bind
 int SqliteDatabase::tableUpdate(void* txn, void* table, unsigned int id, void* record, void* bind)
 {
     Table* t;
-    Bind* b;
+    Layout* b;
     if (const int r = d->checkRecordCall(txn, table, bind, &t, &b))
         return r;
     if (!record)
         return DB_ERR_NULL_HANDLE;
     int result;
-    sql::Statement* s = d->statement(b->updateSql, &result);
+    sql::Statement* s = d->statement(
+        b->update, [b] { return updateSql(*b); }, &result);
     if (!s)
         return result;
     sql::StatementUse use(*s);
@@ -809,14 +973,14 @@ int SqliteDatabase::tableDelete(void* txn, void* table, unsigned int id)
     auto it = d->tables.find(table);
     if (it == d->tables.end())
         return DB_ERR_INVALID_HANDLE;
-    return d->deleteRow(it->second.name, id);
+    return d->deleteRow(*it->second, id);
 }
 
 int SqliteDatabase::tableFetchRecord(void* txn, void* table, unsigned int id, void* record,
                                      unsigned int size, void* bind)
 {
     Table* t;
-    Bind* b;
+    Layout* b;
     if (const int r = d->checkRecordCall(txn, table, bind, &t, &b))
         return r;
     if (!record)
@@ -826,7 +990,8 @@ int SqliteDatabase::tableFetchRecord(void* txn, void* table, unsigned int id, vo
             return DB_ERR_INVALID_ARGUMENT;
     }
     int result;
-    sql::Statement* s = d->statement(b->selectSql, &result);
+    sql::Statement* s = d->statement(
+        b->select, [b] { return selectSql(*b); }, &result);
     if (!s)
         return result;
     sql::StatementUse use(*s);
@@ -858,13 +1023,14 @@ int SqliteDatabase::cursorOpen(void* txn, void** table, int order, const char* f
     if (order != DB_CURSOR_ASCENDING && order != DB_CURSOR_DESCENDING)
         return DB_ERR_INVALID_ARGUMENT;
     const QByteArray name(field);
-    const int index = it->second.fieldIndex(name);
+    const Table& opened = *it->second;
+    const int index = opened.fieldIndex(name);
     // No schema field may be called "id": the name always stands for the record id.
     if (index < 0 && name != "id")
         return DB_ERR_NO_FIELD;
-    const bool textField = index >= 0 && isTextType(it->second.fields[size_t(index)].type);
+    const bool textField = index >= 0 && isTextType(opened.fields[size_t(index)].type);
     *cursor = d->newHandle();
-    d->cursors.emplace(*cursor, Cursor{it->second, name, order, txn, textField});
+    d->cursors.emplace(*cursor, Cursor{it->second, index, order, txn, textField});
     return DB_OK;
 }
 
@@ -886,17 +1052,19 @@ int SqliteDatabase::cursorLocate(void* cursor, void* term)
     if (termIt == d->terms.end())
         return DB_ERR_INVALID_HANDLE;
     const auto& conditions = termIt->second.conditions;
-    std::string where;
+    std::vector<int> fields;
     for (const auto& condition : conditions) {
-        if (c->table.fieldIndex(condition.first) < 0)
+        const int index = c->table->fieldIndex(condition.first);
+        if (index < 0)
             return DB_ERR_NO_FIELD;
-        where += (where.empty() ? " WHERE " : " AND ") + quoted(condition.first) + " = ?";
+        fields.push_back(index);
     }
-    return d->landed(*c, d->moveTo(*c, where, [&conditions](sql::Statement& s) {
+    const auto bindTexts = [&conditions](sql::Statement& s) {
         int index = 1;
         for (const auto& condition : conditions)
             s.bindText(index++, condition.second);
-    }));
+    };
+    return d->landed(*c, d->moveTo(*c, Move::Locate, bindTexts, std::move(fields)));
 }
 
 int SqliteDatabase::cursorMoveFirst(void* cursor)
@@ -904,7 +1072,7 @@ int SqliteDatabase::cursorMoveFirst(void* cursor)
     Cursor* c;
     if (const int r = d->checkCursor(cursor, &c))
         return r;
-    return d->landed(*c, d->moveTo(*c, std::string(), [](sql::Statement&) {}));
+    return d->landed(*c, d->moveTo(*c, Move::First, [](sql::Statement&) {}));
 }
 
 int SqliteDatabase::cursorMoveNext(void* cursor)
@@ -925,7 +1093,7 @@ int SqliteDatabase::cursorGetCurrentRecordInfo(void* cursor, unsigned int* id, v
     auto tableIt = d->tables.find(*table);
     if (tableIt == d->tables.end())
         return DB_ERR_INVALID_HANDLE;
-    if (tableIt->second.name != it->second.table.name)
+    if (tableIt->second->name != it->second.table->name)
         return DB_ERR_INVALID_ARGUMENT;
     if (!it->second.hasCurrent)
         return DB_ERR_NOT_FOUND;

@@ -12,7 +12,9 @@ namespace tavplatform
 
 // The device database on SQLite: one file, opened on first use and kept open for the process, in
 // WAL mode with synchronous=FULL and a busy timeout, shared by every application of the device.
-// Table schemas are kept beside the tables, so that bindings can be checked against them.
+// Table schemas are kept beside the tables, so that bindings can be checked against them. A
+// binding is checked once per table schema (again when its entries change), and every statement
+// is prepared once and kept for the process.
 class TAVPLATFORM_EXPORT SqliteDatabase : public DatabaseService
 {
 public:

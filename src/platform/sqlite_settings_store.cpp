@@ -4,9 +4,7 @@
 #include "sqlconnection.h"
 
 #include <cerrno>
-#include <chrono>
 #include <limits>
-#include <thread>
 #include <utility>
 
 namespace tavplatform
@@ -65,20 +63,6 @@ struct SqliteSettingsStore::Impl {
     int openings = 0; // open() calls not yet closed
     int refusal = 0;  // errno of the first write refused since the store was opened or flushed
 
-    // Runs `attempt` again while another process holds a lock it needs, until the busy timeout.
-    // The engine's own wait sleeps up to 100 ms between tries, and a process that writes without
-    // pause takes the lock again in each of them, for seconds; short pauses give the waiting
-    // process its turn.
-    template <typename Attempt> Status untilNotBusy(Attempt attempt)
-    {
-        const auto deadline =
-            std::chrono::steady_clock::now() + std::chrono::milliseconds(busyTimeoutMs);
-        Status status;
-        while ((status = attempt()) == Status::Busy && std::chrono::steady_clock::now() < deadline)
-            std::this_thread::sleep_for(std::chrono::milliseconds(1));
-        return status;
-    }
-
     Status openConnection()
     {
         if (connection)
@@ -86,7 +70,7 @@ struct SqliteSettingsStore::Impl {
         if (path.isEmpty())
             return Status::CantOpen;
         Status status;
-        auto opened = sql::Connection::open(path, &status, 0); // waits are untilNotBusy's
+        auto opened = sql::Connection::open(path, &status, busyTimeoutMs);
         // With its log files kept, the store can be read, and is refused for want of space
         // rather than failing, on a disk that filled up while no process had it open.
         if (opened && (status = opened->keepWalFiles()) == Status::Ok &&
@@ -99,20 +83,18 @@ struct SqliteSettingsStore::Impl {
     template <typename Row>
     Status run(const char* text, std::initializer_list<QByteArray> values, Row row)
     {
-        return untilNotBusy([&] {
-            Status status = openConnection();
-            sql::Statement* statement =
-                status == Status::Ok ? connection->cached(text, &status) : nullptr;
-            if (!statement)
-                return status;
-            sql::StatementUse use(*statement);
-            int index = 1;
-            for (const QByteArray& value : values)
-                use->bindText(index++, value);
-            while ((status = use->step()) == Status::Row)
-                row(*statement);
+        Status status = openConnection();
+        sql::Statement* statement =
+            status == Status::Ok ? connection->cached(text, &status) : nullptr;
+        if (!statement)
             return status;
-        });
+        sql::StatementUse use(*statement);
+        int index = 1;
+        for (const QByteArray& value : values)
+            use->bindText(index++, value);
+        while ((status = use->step()) == Status::Row)
+            row(*statement);
+        return status;
     }
 
     // The stored text, or false when the key is missing or the store cannot be read.
@@ -269,10 +251,9 @@ bool SqliteSettingsStore::flush()
     // Every write is durable once it returns, so what is left to do is to move the log into the
     // database file, and to tell a caller that ignored the writes' results that one was refused.
     const int refused = std::exchange(d->refusal, 0);
-    const Status status = d->untilNotBusy([this] {
-        const Status opened = d->openConnection();
-        return opened == Status::Ok ? d->connection->exec(kCheckpoint) : opened;
-    });
+    Status status = d->openConnection();
+    if (status == Status::Ok)
+        status = d->connection->exec(kCheckpoint);
     if (status != Status::Ok) {
         errno = errnoOf(status);
         return false;
