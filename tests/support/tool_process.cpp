@@ -11,9 +11,14 @@ ToolResult runTool(const QString& program, const QStringList& arguments,
                    const QString& workingDirectory, const QByteArray& input,
                    const QProcessEnvironment& environment)
 {
+    // The tool never reaches the user's own platform data from a test: unless the test chose a
+    // platform directory, it gets one inside the working directory.
+    QProcessEnvironment sandboxed = environment;
+    if (!sandboxed.contains(QStringLiteral("TAV_PLATFORM_DIR")))
+        sandboxed.insert(QStringLiteral("TAV_PLATFORM_DIR"), workingDirectory + "/platform");
     QProcess process;
     process.setWorkingDirectory(workingDirectory);
-    process.setProcessEnvironment(environment);
+    process.setProcessEnvironment(sandboxed);
     process.start(program, arguments);
     ToolResult result;
     if (!process.waitForStarted(10000)) {

@@ -16,8 +16,9 @@ struct ToolResult {
 };
 
 // Runs `program` with `arguments` in `workingDirectory`, with `input` on its standard input, and
-// waits for it. A program that does not start, hangs or crashes is reported as a test failure and
-// gives exit code -1.
+// waits for it. Without TAV_PLATFORM_DIR in `environment`, the program's platform directory is
+// "platform" in `workingDirectory`. A program that does not start, hangs or crashes is reported as
+// a test failure and gives exit code -1.
 ToolResult
 runTool(const QString& program, const QStringList& arguments, const QString& workingDirectory,
         const QByteArray& input = QByteArray(),
