@@ -27,6 +27,8 @@
 #include "db_service.h"
 #include "sqlite_database.h"
 
+#include "bench_directory.h"
+
 #include <benchmark/benchmark.h>
 #include <sqlite3.h>
 
@@ -39,12 +41,10 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <linux/magic.h>
 #include <map>
 #include <memory>
 #include <random>
 #include <string>
-#include <sys/vfs.h>
 #include <vector>
 
 namespace
@@ -52,35 +52,9 @@ namespace
 
 const unsigned kNoRecord = unsigned(-1);
 
-bool isTmpfs(const QString& path)
-{
-    struct statfs info;
-    return ::statfs(QFile::encodeName(path).constData(), &info) == 0 && info.f_type == TMPFS_MAGIC;
-}
-
-// The directory the benchmarks work in: made on first use, removed at exit.
-const QString& benchDirectory()
-{
-    static const QString base = [] {
-        const QString chosen = qEnvironmentVariable("TAVMMS_BENCH_DIR");
-        if (!chosen.isEmpty())
-            return chosen;
-        return isTmpfs(QDir::tempPath()) ? QDir::currentPath() : QDir::tempPath();
-    }();
-    static const QTemporaryDir directory(base + QStringLiteral("/tavmms-bench-XXXXXX"));
-    if (!directory.isValid()) {
-        std::fprintf(stderr, "bench_dbtable: cannot create a directory under %s\n",
-                     qPrintable(base));
-        std::exit(1);
-    }
-    static const QString path = directory.path();
-    return path;
-}
-
 // Named among the context lines on top of the report, which are gathered before main() runs.
 [[maybe_unused]] const bool contextAdded = [] {
-    benchmark::AddCustomContext("bench_dir", benchDirectory().toStdString());
-    benchmark::AddCustomContext("bench_dir_is_tmpfs", isTmpfs(benchDirectory()) ? "yes" : "no");
+    addBenchDirectoryContext();
     benchmark::AddCustomContext("sqlite_version", sqlite3_libversion());
     return true;
 }();

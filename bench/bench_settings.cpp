@@ -32,6 +32,8 @@
 #include "settings_service.h"
 #include "sqlite_settings_store.h"
 
+#include "bench_directory.h"
+
 #include <benchmark/benchmark.h>
 #include <sqlite3.h>
 
@@ -44,42 +46,14 @@
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
-#include <linux/magic.h>
 #include <memory>
-#include <sys/vfs.h>
 
 namespace
 {
 
-bool isTmpfs(const QString& path)
-{
-    struct statfs info;
-    return ::statfs(QFile::encodeName(path).constData(), &info) == 0 && info.f_type == TMPFS_MAGIC;
-}
-
-// The directory the benchmarks work in: made on first use, removed at exit.
-const QString& benchDirectory()
-{
-    static const QString base = [] {
-        const QString chosen = qEnvironmentVariable("TAVMMS_BENCH_DIR");
-        if (!chosen.isEmpty())
-            return chosen;
-        return isTmpfs(QDir::tempPath()) ? QDir::currentPath() : QDir::tempPath();
-    }();
-    static const QTemporaryDir directory(base + QStringLiteral("/tavmms-bench-XXXXXX"));
-    if (!directory.isValid()) {
-        std::fprintf(stderr, "bench_settings: cannot create a directory under %s\n",
-                     qPrintable(base));
-        std::exit(1);
-    }
-    static const QString path = directory.path();
-    return path;
-}
-
 // Named among the context lines on top of the report, which are gathered before main() runs.
 [[maybe_unused]] const bool contextAdded = [] {
-    benchmark::AddCustomContext("bench_dir", benchDirectory().toStdString());
-    benchmark::AddCustomContext("bench_dir_is_tmpfs", isTmpfs(benchDirectory()) ? "yes" : "no");
+    addBenchDirectoryContext();
     benchmark::AddCustomContext("sqlite_version", sqlite3_libversion());
     return true;
 }();
