@@ -132,7 +132,8 @@ Note makeNote(const std::u16string& title, const char* code, quint32 stamp = 0, 
 {
     Note note{};
     putTitle(note, title);
-    std::strncpy(note.code, code, sizeof note.code);
+    // A code as long as the field fills it without a terminator.
+    std::memcpy(note.code, code, std::min(std::strlen(code), sizeof note.code));
     note.stamp = stamp;
     note.small = small;
     note.big = big;

@@ -467,6 +467,21 @@ struct SqliteDatabase::Impl {
         return s;
     }
 
+    // The statement of `lazy` with the record's bound fields as its first parameters; null (with
+    // `result`) when it cannot be prepared.
+    template <typename MakeText>
+    sql::Statement* recordStatement(LazyStatement& lazy, MakeText makeText, const Layout& layout,
+                                    const void* record, int* result)
+    {
+        sql::Statement* s = statement(lazy, makeText, result);
+        if (s) {
+            const auto* bytes = static_cast<const unsigned char*>(record);
+            for (size_t i = 0; i < layout.fields.size(); ++i)
+                bindValue(*s, int(i) + 1, layout.fields[i], bytes);
+        }
+        return s;
+    }
+
     // The schema of table `name` as the database holds it now. The one loaded before is kept,
     // with its checked bindings and statements, while it is the same; a table made anew with
     // another schema starts afresh.
@@ -919,15 +934,12 @@ int SqliteDatabase::tableInsert(void* txn, void* table, void* record, void* bind
     if (!record || !id)
         return DB_ERR_NULL_HANDLE;
     int result;
-    sql::Statement* s = d->statement(
-        b->insert, [b] { return insertSql(*b); }, &result);
+    sql::Statement* s = d->recordStatement(
+        b->insert, [b] { return insertSql(*b); }, *b, record, &result);
     if (!s)
         return result;
     {
         sql::StatementUse use(*s);
-        const auto* bytes = static_cast<const unsigned char*>(record);
-        for (size_t i = 0; i < b->fields.size(); ++i)
-            bindValue(*s, int(i) + 1, b->fields[i], bytes);
         if (const Status status = use->step(); status != Status::Ok)
             return resultOf(status);
     }
@@ -950,14 +962,11 @@ int SqliteDatabase::tableUpdate(void* txn, void* table, unsigned int id, void* r
     if (!record)
         return DB_ERR_NULL_HANDLE;
     int result;
-    sql::Statement* s = d->statement(
-        b->update, [b] { return updateSql(*b); }, &result);
+    sql::Statement* s = d->recordStatement(
+        b->update, [b] { return updateSql(*b); }, *b, record, &result);
     if (!s)
         return result;
     sql::StatementUse use(*s);
-    const auto* bytes = static_cast<const unsigned char*>(record);
-    for (size_t i = 0; i < b->fields.size(); ++i)
-        bindValue(*s, int(i) + 1, b->fields[i], bytes);
     use->bindInt(int(b->fields.size()) + 1, id);
     if (const Status status = use->step(); status != Status::Ok)
         return resultOf(status);
