@@ -28,6 +28,7 @@
 #include "sqlite_database.h"
 
 #include "bench_directory.h"
+#include "raw_sqlite.h"
 
 #include <benchmark/benchmark.h>
 #include <sqlite3.h>
@@ -180,14 +181,6 @@ bool LibraryDatabase::fill(unsigned rows, std::vector<unsigned>* ids)
 }
 
 // ---- Plain SQLite ----
-
-struct ConnectionCloser {
-    void operator()(sqlite3* db) const { sqlite3_close(db); }
-};
-struct StatementFinalizer {
-    void operator()(sqlite3_stmt* statement) const { sqlite3_finalize(statement); }
-};
-using StatementPtr = std::unique_ptr<sqlite3_stmt, StatementFinalizer>;
 
 // The index table in a database of its own, reached through the engine's C interface alone. The
 // record's fields are mapped through MMS_UTIL_DBBINDING, as the library maps them.

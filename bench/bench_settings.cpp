@@ -33,6 +33,7 @@
 #include "sqlite_settings_store.h"
 
 #include "bench_directory.h"
+#include "raw_sqlite.h"
 
 #include <benchmark/benchmark.h>
 #include <sqlite3.h>
@@ -90,14 +91,6 @@ LibraryStore& libraryStore()
 }
 
 // ---- Plain SQLite ----
-
-struct ConnectionCloser {
-    void operator()(sqlite3* db) const { sqlite3_close(db); }
-};
-struct StatementFinalizer {
-    void operator()(sqlite3_stmt* statement) const { sqlite3_finalize(statement); }
-};
-using StatementPtr = std::unique_ptr<sqlite3_stmt, StatementFinalizer>;
 
 // The store's table in a database of its own, with the same settings, reached through the engine's
 // C interface with one connection and its two statements kept open.
