@@ -274,13 +274,19 @@ std::optional<DB_BIND_T> fieldNamed(const QString& name)
 }
 
 // The ID argument of a command, or a usage error.
-std::optional<unsigned int> idArgument(const cli::Command& command, const QString& text,
-                                       int* exitCode)
+// Parses a command whose one argument is a row id into `id`; the exit status when it stops.
+std::optional<int> parseRowId(QCommandLineParser& parser, const cli::Command& command,
+                              const QStringList& arguments, unsigned int* id)
 {
-    const std::optional<unsigned int> id = cli::parseNumber(text);
-    if (!id)
-        *exitCode = cli::usageError(command.name, QStringLiteral("'%1' is not a row id").arg(text));
-    return id;
+    parser.addPositionalArgument(QStringLiteral("ID"), QStringLiteral("The row's id."));
+    if (const std::optional<int> stop = cli::parse(parser, command, arguments, 1))
+        return stop;
+    const QString text = parser.positionalArguments().constFirst();
+    const std::optional<unsigned int> number = cli::parseNumber(text);
+    if (!number)
+        return cli::usageError(command.name, QStringLiteral("'%1' is not a row id").arg(text));
+    *id = *number;
+    return std::nullopt;
 }
 
 // Reads the rows in id order, or only those of `folder`, through a cursor in one transaction, so
@@ -412,26 +418,21 @@ int runShow(const cli::Command& command, const QStringList& arguments)
                                                  "database name."));
     QCommandLineParser parser;
     parser.addOption(json);
-    parser.addPositionalArgument(QStringLiteral("ID"), QStringLiteral("The row's id."));
-    if (const std::optional<int> stop = cli::parse(parser, command, arguments, 1))
+    unsigned int id = 0;
+    if (const std::optional<int> stop = parseRowId(parser, command, arguments, &id))
         return *stop;
-    int exitCode = cli::ExitOk;
-    const std::optional<unsigned int> id =
-        idArgument(command, parser.positionalArguments().constFirst(), &exitCode);
-    if (!id)
-        return exitCode;
 
     const IndexTable table;
     if (const int status = table.status())
         return status;
     MMS_UTIL_DBStruct_T record;
-    const int r = MMS_UTIL_DBTable::readRecord(*id, &record);
+    const int r = MMS_UTIL_DBTable::readRecord(id, &record);
     if (r == DB_ERR_NOT_FOUND)
-        return cli::fail(QStringLiteral("no row %1").arg(*id));
+        return cli::fail(QStringLiteral("no row %1").arg(id));
     if (r != DB_OK)
-        return databaseFailure(QStringLiteral("cannot read row %1").arg(*id), r);
+        return databaseFailure(QStringLiteral("cannot read row %1").arg(id), r);
     if (parser.isSet(json)) {
-        cli::out() << QJsonDocument(rowToJson(*id, record)).toJson(QJsonDocument::Indented);
+        cli::out() << QJsonDocument(rowToJson(id, record)).toJson(QJsonDocument::Indented);
         return cli::ExitOk;
     }
     const QList<DB_BIND_T> fields = recordFields();
@@ -442,7 +443,7 @@ int runShow(const cli::Command& command, const QStringList& arguments)
         const QString key = name + QLatin1Char(':');
         cli::out() << (value.isEmpty() ? key : key.leftJustified(width + 1) + value) << '\n';
     };
-    line(QStringLiteral("id"), QString::number(*id));
+    line(QStringLiteral("id"), QString::number(id));
     for (const DB_BIND_T& field : fields)
         line(QLatin1String(field.name), valueText(record, field));
     return cli::ExitOk;
@@ -478,22 +479,17 @@ int commitWrite(const QString& what)
 int runDelete(const cli::Command& command, const QStringList& arguments)
 {
     QCommandLineParser parser;
-    parser.addPositionalArgument(QStringLiteral("ID"), QStringLiteral("The row's id."));
-    if (const std::optional<int> stop = cli::parse(parser, command, arguments, 1))
+    unsigned int id = 0;
+    if (const std::optional<int> stop = parseRowId(parser, command, arguments, &id))
         return *stop;
-    int exitCode = cli::ExitOk;
-    const std::optional<unsigned int> id =
-        idArgument(command, parser.positionalArguments().constFirst(), &exitCode);
-    if (!id)
-        return exitCode;
 
     const IndexTable table;
     if (const int status = table.status())
         return status;
-    const QString what = QStringLiteral("cannot delete row %1").arg(*id);
-    const int r = MMS_UTIL_DBTable::del(*id);
+    const QString what = QStringLiteral("cannot delete row %1").arg(id);
+    const int r = MMS_UTIL_DBTable::del(id);
     if (r == DB_ERR_NOT_FOUND)
-        return cli::fail(QStringLiteral("no row %1").arg(*id));
+        return cli::fail(QStringLiteral("no row %1").arg(id));
     if (r != DB_OK)
         return databaseFailure(what, r);
     return commitWrite(what);
