@@ -163,6 +163,47 @@ TEST_F(SettingsStoreProcessesTest, WriteWaitsWhileAnotherProcessHoldsTheLock)
     EXPECT_EQ(value, 2);
 }
 
+// A file another program made with the engine's default journal and keeps in a transaction while
+// the store opens it: turning such a file to a write-ahead log needs every other user gone, and the
+// store waits for that rather than being refused at once.
+class OpeningAFileWithoutLogTest : public SettingsStoreProcessesTest,
+                                   public ::testing::WithParamInterface<const char*>
+{
+};
+
+TEST_P(OpeningAFileWithoutLogTest, WaitsWhileAnotherProcessUsesIt)
+{
+    const auto held = 300ms;
+    ChildProcess user([&](ChildProcess& self) {
+        using tavplatform::sql::Status;
+        auto connection = tavmms_test::lookInto(path());
+        if (!connection || connection->exec("PRAGMA journal_mode=DELETE") != Status::Ok ||
+            connection->exec(GetParam()) != Status::Ok ||
+            connection->exec("SELECT count(*) FROM sqlite_master") != Status::Ok)
+            return ChildVerdict::fail("could not start its transaction");
+        self.send("started");
+        std::this_thread::sleep_for(held);
+        return connection->exec("COMMIT") == Status::Ok ? ChildVerdict::pass()
+                                                        : ChildVerdict::fail("could not commit");
+    });
+    ASSERT_EQ(user.receiveLine(30s), std::optional<std::string>("started"))
+        << user.finish(1s).message;
+    SqliteSettingsStore store(path());
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_TRUE(store.writeInt(kGroup, kKey, 3)) << "errno " << errno;
+    EXPECT_GE(std::chrono::steady_clock::now() - start, held / 2);
+    EXPECT_CHILD_PASSES(user, 30s);
+    int value = 0;
+    EXPECT_TRUE(store.readInt(kGroup, kKey, value, 0));
+    EXPECT_EQ(value, 3);
+    EXPECT_EQ(integrityOf(path()), "ok");
+}
+
+INSTANTIATE_TEST_SUITE_P(Transactions, OpeningAFileWithoutLogTest,
+                         ::testing::Values("BEGIN", "BEGIN IMMEDIATE"), [](const auto& info) {
+                             return std::string(info.index == 0 ? "Reading" : "Writing");
+                         });
+
 // ---- two writers at the same time
 
 const int kWrites = 1000;

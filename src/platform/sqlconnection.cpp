@@ -159,8 +159,16 @@ std::unique_ptr<Connection> Connection::open(const QString& path, Status* status
     // WAL lets readers in other processes go on while one writes; FULL makes a commit survive a
     // power cut, not only a crash of the process.
     for (const char* pragma : {"PRAGMA journal_mode=WAL", "PRAGMA synchronous=FULL"}) {
-        if (const int code = sqlite3_exec(db, pragma, nullptr, nullptr, nullptr);
-            code != SQLITE_OK) {
+        // Turning a file to the log reads it first, and a read that must then become a write is
+        // refused at once, without the busy handler, while another process writes; so this waits
+        // here the same way.
+        int code;
+        for (int tries = 0;
+             (code = sqlite3_exec(db, pragma, nullptr, nullptr, nullptr)) != SQLITE_OK &&
+             (code & 0xff) == SQLITE_BUSY && waitWhileBusy(connection.get(), tries);
+             ++tries) {
+        }
+        if (code != SQLITE_OK) {
             *status = openFailure(code, path);
             return nullptr;
         }
