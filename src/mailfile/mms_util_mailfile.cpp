@@ -11,8 +11,10 @@
 #include <QStringEncoder>
 #include <QTextStream>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
+#include <cstring>
 #include <memory>
 #include <new>
 #include <unistd.h>
@@ -252,9 +254,10 @@ int MMS_UTIL_MailFile::loadMailFile()
     if (!(record.bodyOffset < size && bodyLength < size && record.headerTextOffset < size &&
           record.reserved < size))
         return 1;
-    // Zero-filled, since a short read is not looked at here: the body then ends in zeros.
-    body = new unsigned char[bodyLength]();
-    (void)file.read(reinterpret_cast<char*>(body), bodyLength);
+    // A short read is not looked at here: the body then ends in zeros.
+    body = new unsigned char[bodyLength];
+    const qint64 got = std::max<qint64>(file.read(reinterpret_cast<char*>(body), bodyLength), 0);
+    std::memset(body + got, 0, bodyLength - got);
     // The header is read straight after the body, whatever the recorded offset says.
     QTextStream stream(&file);
     openUtf8Stream(stream);
