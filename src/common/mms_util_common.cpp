@@ -1,6 +1,7 @@
 #include "mms_util_common.h"
 
 #include "mime_type_table.h"
+#include "msg_classification.h"
 #include "qt2string.h"
 
 #include <QFile>
@@ -290,4 +291,14 @@ QString MMS_UTIL_Common::createTempFile(unsigned char contentType)
         return QLatin1String("");
     file.close();
     return name;
+}
+
+int MMS_UTIL_Common::getMsgTypeByContentType(MMS_CONTENT_TYPE_T contentType)
+{
+    return tavmms::messageTypeOf(contentType);
+}
+
+unsigned char MMS_UTIL_Common::getAppTypeFrParaList(QString paraList)
+{
+    return tavmms::startTypeOf(paraList);
 }

@@ -83,6 +83,27 @@ public:
     // Creates an empty file under generateFileName()'s name and returns the name; "" when the file
     // cannot be created.
     static QString createTempFile(unsigned char contentType);
+
+    // Message classification by content type.
+    // The codes of getMsgTypeByContentType. No other value occurs; the gaps are kept free.
+    enum MsgType {
+        // multipart/related (binary form) starting with SMIL, or with an unknown or no start type
+        MSG_TYPE_RELATED_SMIL = 0,
+        MSG_TYPE_RELATED_XHTML = 1, // multipart/related (binary form) starting with XHTML
+        MSG_TYPE_MIXED = 2,         // multipart/mixed (binary form): no presentation part
+        // one image, audio or video object of the ten types below
+        MSG_TYPE_SINGLE_MEDIA = 6,
+        MSG_TYPE_OTHER = 7, // anything else
+    };
+    // MSG_TYPE_SINGLE_MEDIA for exactly image/gif, jpeg, png, vnd.wap.wbmp, bmp, audio/imelody,
+    // mpeg, midi, x-wav and video/mpeg; the textual multipart/mixed and multipart/related are
+    // MSG_TYPE_OTHER. Type and subtype are compared without regard to case.
+    static int getMsgTypeByContentType(MMS_CONTENT_TYPE_T contentType);
+    // The content-type number of the value of the first parameter whose name starts with "type"
+    // (any case), 86 when that value is not in the table, 0 when there is no such parameter or
+    // its value starts with "/". Quotes and blanks around "=" are not removed, and a "type"
+    // parameter with a blank before it is found only at the end of the list.
+    static unsigned char getAppTypeFrParaList(QString paraList);
 };
 
 #endif
