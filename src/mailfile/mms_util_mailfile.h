@@ -65,7 +65,7 @@ public:
     // `body` null.
     int writeMsgHeader(MMS_UTIL_MsgHeaderBase* header);
     // Writes `body`, `bodyLength` and `header` to "<fileName>.tmp", syncs it, removes the old
-    // file and renames the new one into place, then syncs the directory. 0 or 1.
+    // file and renames the new one into place. 0 or 1.
     int saveToMailFile();
 
     // Writes the header text block of `header` (which must be set): an empty line, then the
