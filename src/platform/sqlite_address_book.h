@@ -1,0 +1,60 @@
+#ifndef TAVPLATFORM_SQLITE_ADDRESS_BOOK_H
+#define TAVPLATFORM_SQLITE_ADDRESS_BOOK_H
+
+#include "address_book_contact.h"
+#include "address_book_service.h"
+
+#include <QList>
+#include <QString>
+
+#include <memory>
+#include <optional>
+
+namespace tavplatform
+{
+
+// The address book on SQLite: one file, opened on first use and kept open for the process, in WAL
+// mode, so that searches read while another process imports. Each number and address is kept with
+// its search key (phoneNumberKey() in the region of addressBookRegion(), emailKey()), and an index
+// on the keys makes a search cost the same in a book of any size. When the region changes, the
+// next search or import makes the numbers' keys anew. The owner comes from the settings store
+// (addressBookOwner()).
+class TAVPLATFORM_EXPORT SqliteAddressBook : public AddressBookService
+{
+public:
+    // The device's address book: "contacts.db" in the platform directory.
+    static QString defaultPath();
+
+    // `busyTimeoutMs`: how long a change waits while another process changes the book.
+    explicit SqliteAddressBook(QString path, int busyTimeoutMs = 5000);
+    ~SqliteAddressBook() override;
+
+    // A number is matched by its key, an address by its key too (letter case does not count).
+    // Searches read a snapshot of the book, which a process changing it never holds up, so they
+    // need no time limit.
+    int singleSearch(ADDRBK_SEARCH_TYPE_T type, const QString& key,
+                     ADDRBK_SEARCH_SINGLE_DATA_T& result, int timeoutMs, bool* ambiguous) override;
+    bool getOwnerNumber(QString& name, QString& number) override;
+
+    struct ImportCounts {
+        int added = 0;
+        int replaced = 0;
+    };
+    // Adds `contacts`, all or none. A contact the book holds already is replaced (and keeps its
+    // place): one with the same uid, or, for a contact without one, with the same name,
+    // organization, numbers and addresses. So importing a file again changes nothing. Numbers and
+    // addresses with nothing to search for (no digit, only blanks) are kept but never found.
+    // Nothing, and the book unchanged, when it cannot be written.
+    std::optional<ImportCounts> importContacts(const QList<Contact>& contacts);
+
+    // Every contact, in the order they were first added; nothing when the book cannot be read.
+    std::optional<QList<Contact>> contacts();
+
+private:
+    struct Impl;
+    std::unique_ptr<Impl> d;
+};
+
+} // namespace tavplatform
+
+#endif
