@@ -3,6 +3,7 @@
 
 // The whole public interface of libtavmmsutility.
 
+#include "addrbk_engine_interface.h"
 #include "am_mimetype.h"
 #include "db_api.h"
 #include "db_result.h"

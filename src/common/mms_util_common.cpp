@@ -1,5 +1,6 @@
 #include "mms_util_common.h"
 
+#include "contact_lookup.h"
 #include "mime_type_table.h"
 #include "msg_classification.h"
 #include "qt2string.h"
@@ -291,6 +292,31 @@ QString MMS_UTIL_Common::createTempFile(unsigned char contentType)
         return QLatin1String("");
     file.close();
     return name;
+}
+
+void MMS_UTIL_Common::srchContactName(MMS_UTIL_Entry& entry)
+{
+    tavmms::lookUpContactName(entry);
+}
+
+void MMS_UTIL_Common::srchMultiContactNames(MMS_UTIL_EntryList list)
+{
+    tavmms::lookUpContactNames(list);
+}
+
+bool MMS_UTIL_Common::srchContactInfoByVal(MMS_UTIL_CONTACT_INFO_T& info, MMS_UTIL_Entry& entry)
+{
+    return tavmms::lookUpContactInfo(info, entry);
+}
+
+int MMS_UTIL_Common::getOwnerEntry(MMS_UTIL_Entry& entry)
+{
+    return tavmms::fillOwnerEntry(entry);
+}
+
+int MMS_UTIL_Common::deleteEntryByVal(MMS_UTIL_EntryList* list, QString address)
+{
+    return tavmms::removeEntryByAddress(list, address);
 }
 
 int MMS_UTIL_Common::getMsgTypeByContentType(MMS_CONTENT_TYPE_T contentType)

@@ -2,6 +2,7 @@
 #define TAVMMS_MMS_UTIL_COMMON_H
 
 #include "mms_content_type.h"
+#include "mms_util_contact_info.h"
 #include "mms_util_entry.h"
 #include "qt2compat.h"
 
@@ -83,6 +84,25 @@ public:
     // Creates an empty file under generateFileName()'s name and returns the name; "" when the file
     // cannot be created.
     static QString createTempFile(unsigned char contentType);
+
+    // Contact look-up in the phone's address book. A phone number (any type but e-mail, the
+    // unknown type included) is searched as a number, an e-mail address as an address.
+    // Sets the entry's name to the contact's; a failed search, or a contact without a name,
+    // leaves it empty, so that the name always reflects the address book.
+    static void srchContactName(MMS_UTIL_Entry& entry);
+    // srchContactName() on every entry; the copy shares the caller's entries, which get the names.
+    static void srchMultiContactNames(MMS_UTIL_EntryList list);
+    // The contact's name and the label of the matched number or address (e.g. "Mobile"); without
+    // a hit, the address as the name and an empty label. An empty entry leaves `info` untouched.
+    // Always true: callers look at `info`.
+    static bool srchContactInfoByVal(MMS_UTIL_CONTACT_INFO_T& info, MMS_UTIL_Entry& entry);
+    // Sets the entry to the owner's number (type phone number) and name: 0 when the owner is
+    // known; 1, the entry untouched, when not.
+    static int getOwnerEntry(MMS_UTIL_Entry& entry);
+    // Removes the first entry whose address is `address` (a leading "+86" on either side does
+    // not count); later duplicates stay. 0 when one was removed or none matched, 1 for a null
+    // list or a failed removal.
+    static int deleteEntryByVal(MMS_UTIL_EntryList* list, QString address);
 
     // Message classification by content type.
     // The codes of getMsgTypeByContentType. No other value occurs; the gaps are kept free.
