@@ -2,6 +2,7 @@
 
 #include "cli.h"
 
+#include <QCommandLineParser>
 #include <QFileInfo>
 #include <QRegularExpression>
 
@@ -128,6 +129,31 @@ std::optional<LoadedMailFile> loadMailFile(const QString& path)
     }
     loaded.record = file.readMailFileHeader();
     return loaded;
+}
+
+std::optional<int> parseRowId(QCommandLineParser& parser, const Command& command,
+                              const QStringList& arguments, const QString& description,
+                              unsigned int* id)
+{
+    parser.addPositionalArgument(QStringLiteral("ID"), description);
+    if (const std::optional<int> stop = parse(parser, command, arguments, 1))
+        return stop;
+    const QString text = parser.positionalArguments().constFirst();
+    const std::optional<unsigned int> number = parseNumber(text);
+    if (!number)
+        return usageError(command.name, QStringLiteral("'%1' is not a row id").arg(text));
+    *id = *number;
+    return std::nullopt;
+}
+
+int databaseFailure(const QString& what, int code)
+{
+    return fail(what + QStringLiteral(": ") + indexrows::resultText(code));
+}
+
+int openStatus(const indexrows::IndexTable& table)
+{
+    return table.isOpen() ? ExitOk : fail(table.openError());
 }
 
 } // namespace cli

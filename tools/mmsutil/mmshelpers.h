@@ -2,7 +2,10 @@
 #define MMSUTIL_MMSHELPERS_H
 
 // Helpers that several mmsutil commands share over the library: addresses given on the command
-// line, and mail files loaded whole.
+// line, mail files loaded whole, row ids and the message index's failures.
+
+#include "cli.h"
+#include "indexrows.h"
 
 #include <tavmmsutility.h>
 
@@ -36,6 +39,16 @@ struct LoadedMailFile {
 };
 // Loads the mail file `path`; reports why and gives nothing when it cannot be loaded.
 std::optional<LoadedMailFile> loadMailFile(const QString& path);
+
+// Parses a command whose one argument, described by `description`, is a row id of the message
+// index into `id`; gives the exit status when the command must stop here.
+std::optional<int> parseRowId(QCommandLineParser& parser, const Command& command,
+                              const QStringList& arguments, const QString& description,
+                              unsigned int* id);
+// Reports "<what>: <the database result in words>" and returns ExitFailed.
+int databaseFailure(const QString& what, int code);
+// ExitOk when `table` is open, else ExitFailed after reporting why.
+int openStatus(const indexrows::IndexTable& table);
 
 } // namespace cli
 
