@@ -6,6 +6,7 @@
 #include "cli.h"
 
 QList<cli::Command> mailfileCommands();
+QList<cli::Command> classifyCommands();
 QList<cli::Command> contentTypeCommands();
 QList<cli::Command> pathsCommands();
 QList<cli::Command> indexCommands();

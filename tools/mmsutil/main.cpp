@@ -17,8 +17,8 @@ namespace
 QList<cli::Command> allCommands()
 {
     return mailfileCommands() + indexCommands() + settingsCommands() + profileCommands() +
-           blockCommands() + sendingCommands() + flexCommands() + contentTypeCommands() +
-           pathsCommands();
+           blockCommands() + sendingCommands() + flexCommands() + classifyCommands() +
+           contentTypeCommands() + pathsCommands();
 }
 
 QString firstWord(const QString& name)
