@@ -5,6 +5,7 @@
 
 #include "cli.h"
 
+QList<cli::Command> messageCommands();
 QList<cli::Command> mailfileCommands();
 QList<cli::Command> classifyCommands();
 QList<cli::Command> contentTypeCommands();
