@@ -11,6 +11,7 @@ QList<cli::Command> classifyCommands();
 QList<cli::Command> contentTypeCommands();
 QList<cli::Command> pathsCommands();
 QList<cli::Command> indexCommands();
+QList<cli::Command> checkCommands();
 QList<cli::Command> settingsCommands();
 QList<cli::Command> profileCommands();
 QList<cli::Command> blockCommands();

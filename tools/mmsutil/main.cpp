@@ -16,9 +16,9 @@ namespace
 
 QList<cli::Command> allCommands()
 {
-    return messageCommands() + mailfileCommands() + indexCommands() + settingsCommands() +
-           profileCommands() + blockCommands() + sendingCommands() + flexCommands() +
-           classifyCommands() + contentTypeCommands() + pathsCommands();
+    return messageCommands() + mailfileCommands() + indexCommands() + checkCommands() +
+           settingsCommands() + profileCommands() + blockCommands() + sendingCommands() +
+           flexCommands() + classifyCommands() + contentTypeCommands() + pathsCommands();
 }
 
 QString firstWord(const QString& name)

@@ -1,0 +1,71 @@
+#include "mailfilecheck.h"
+
+#include <tavmmsutility.h>
+
+#include <QByteArray>
+#include <QFile>
+
+#include <bitset>
+#include <memory>
+
+namespace cli
+{
+
+namespace
+{
+
+const qint64 kRecordSize = qint64(sizeof(MMS_UTIL_MAILFILE_HEADER_T));
+
+// A save writes an empty line, one line per key and a line break after the last one. Readers skip
+// lines they do not know, so other lines between them are no defect; a missing key or a last line
+// without its break is what a file cut short looks like.
+bool isWholeHeaderBlock(const QByteArray& block, MMS_UTIL_MailFile& file)
+{
+    if (!block.startsWith('\n') || !block.endsWith('\n'))
+        return false;
+    std::bitset<MMS_UTIL_MAILFILE_KEY_COUNT> seen;
+    for (const QByteArray& line : block.split('\n')) {
+        // The key of a line as the library's reader finds it: up to the first blank.
+        const int index = file.judgeString(QString::fromUtf8(line.left(line.indexOf(' '))));
+        if (index < MMS_UTIL_MAILFILE_KEY_COUNT)
+            seen.set(size_t(index));
+    }
+    return seen.all();
+}
+
+} // namespace
+
+std::optional<QString> mailFileDefect(const QString& path)
+{
+    QFile raw(path);
+    if (!raw.open(QIODevice::ReadOnly))
+        return QStringLiteral("cannot be read: %1").arg(raw.errorString());
+    const qint64 size = raw.size();
+    if (size < kRecordSize)
+        return QStringLiteral("shorter than its 16-byte record");
+    MMS_UTIL_MailFile file(path);
+    const MMS_UTIL_MAILFILE_HEADER_T record = file.readMailFileHeader();
+    const qint64 headerStart = kRecordSize + record.bodyLength;
+    if (record.bodyOffset != kRecordSize || record.headerTextOffset != headerStart)
+        return QStringLiteral("its 16-byte record does not describe a mail file");
+    if (size < headerStart)
+        return QStringLiteral("cut short in its body");
+    if (size == headerStart)
+        return QStringLiteral("its header block is missing");
+    const int loaded = file.loadMailFile();
+    // What the library hands out is the caller's, failed load or not.
+    const std::unique_ptr<MMS_UTIL_MsgHeaderBase> header(file.header);
+    const std::unique_ptr<unsigned char[]> body(file.body);
+    if (loaded != MMS_UTIL_MAILFILE_OK)
+        return QStringLiteral("its record does not fit the file");
+    if (!raw.seek(headerStart))
+        return QStringLiteral("cannot be read: %1").arg(raw.errorString());
+    const QByteArray block = raw.readAll();
+    if (raw.error() != QFileDevice::NoError)
+        return QStringLiteral("cannot be read: %1").arg(raw.errorString());
+    if (!isWholeHeaderBlock(block, file))
+        return QStringLiteral("its header block is cut short");
+    return std::nullopt;
+}
+
+} // namespace cli
