@@ -47,10 +47,8 @@ QJsonValue fieldValue(const MMS_UTIL_DBStruct_T& record, const DB_BIND_T& field)
     switch (field.code) {
     case DB_BIND_UCS2_TEXT:
         return indexrows::text16(bytes, field.size);
-    case DB_BIND_CHAR_TEXT: {
-        const auto* text = reinterpret_cast<const char*>(bytes);
-        return QString::fromUtf8(text, qsizetype(qstrnlen(text, field.size)));
-    }
+    case DB_BIND_CHAR_TEXT:
+        return indexrows::text8(reinterpret_cast<const char*>(bytes), field.size);
     case DB_BIND_INT16: {
         quint16 value;
         std::memcpy(&value, bytes, sizeof value);

@@ -101,16 +101,10 @@ int runWrite(const cli::Command& command, const QStringList& arguments)
         {bcc, &MMS_UTIL_MsgHeaderBase::addBccRecipient},
     };
     for (const auto& list : lists) {
-        if (!parser.isSet(list.option))
-            continue;
-        const QString name = QStringLiteral("--") + list.option.names().constFirst();
-        const std::optional<QList<MMS_UTIL_Entry>> entries =
-            cli::parseEntries(parser.values(list.option), &error);
-        if (!entries)
-            return cli::usageError(command.name, name + QStringLiteral(": ") + error);
-        if (entries->isEmpty())
-            return cli::usageError(command.name, name + QStringLiteral(": no address given"));
-        for (const MMS_UTIL_Entry& entry : *entries)
+        QList<MMS_UTIL_Entry> entries;
+        if (const std::optional<int> stop = cli::entriesOf(parser, list.option, command, &entries))
+            return *stop;
+        for (const MMS_UTIL_Entry& entry : entries)
             (header.*list.add)(entry);
     }
     header.subject = parser.value(subject);

@@ -100,6 +100,11 @@ QString text16(const unsigned char* bytes, unsigned int size)
     return text;
 }
 
+QString text8(const char* field, size_t size)
+{
+    return QString::fromUtf8(field, qsizetype(qstrnlen(field, uint(size))));
+}
+
 QString cut16(const QString& text, qsizetype units)
 {
     if (text.size() <= units)

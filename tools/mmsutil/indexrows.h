@@ -50,6 +50,12 @@ template <size_t N> QString text16(const unsigned short (&field)[N])
 {
     return text16(reinterpret_cast<const unsigned char*>(field), unsigned(sizeof field));
 }
+// An 8-bit text field read as UTF-8, up to its terminator or end.
+QString text8(const char* field, size_t size);
+template <size_t N> QString text8(const char (&field)[N])
+{
+    return text8(field, N);
+}
 // The first `units` units of `text`, or fewer so that no surrogate pair is cut in half.
 QString cut16(const QString& text, qsizetype units);
 // The first `size` bytes of UTF-8 `text`, or fewer so that no character is cut in half.

@@ -89,6 +89,23 @@ std::optional<QList<MMS_UTIL_Entry>> parseEntries(const QStringList& values, QSt
     return entries;
 }
 
+std::optional<int> entriesOf(const QCommandLineParser& parser, const QCommandLineOption& option,
+                             const Command& command, QList<MMS_UTIL_Entry>* entries)
+{
+    entries->clear();
+    if (!parser.isSet(option))
+        return std::nullopt;
+    const QString name = QStringLiteral("--") + option.names().constFirst();
+    QString error;
+    const std::optional<QList<MMS_UTIL_Entry>> parsed = parseEntries(parser.values(option), &error);
+    if (!parsed)
+        return usageError(command.name, name + QStringLiteral(": ") + error);
+    if (parsed->isEmpty())
+        return usageError(command.name, name + QStringLiteral(": no address given"));
+    *entries = *parsed;
+    return std::nullopt;
+}
+
 QString typeWord(MMS_UTIL_ADDR_TYPE_T type)
 {
     for (const TypeName& name : kTypeNames) {

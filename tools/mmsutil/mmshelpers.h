@@ -27,6 +27,11 @@ std::optional<MMS_UTIL_Entry> parseEntry(const QString& text, QString* error);
 // Reads option values that each hold one address or several separated by commas; empty pieces
 // are dropped. Gives nothing and sets `error` when a piece is not an address.
 std::optional<QList<MMS_UTIL_Entry>> parseEntries(const QStringList& values, QString* error);
+// The entries of an option that lists addresses (--to, --cc, --bcc), in `entries`: none when the
+// option is not given. Gives the exit status of a usage error of `command` when a value is not an
+// address or the option is given without one.
+std::optional<int> entriesOf(const QCommandLineParser& parser, const QCommandLineOption& option,
+                             const Command& command, QList<MMS_UTIL_Entry>* entries);
 // The type word of the entry text form: "EMAIL", "PLMN", "UNKNOWN" for every other code.
 QString typeWord(MMS_UTIL_ADDR_TYPE_T type);
 

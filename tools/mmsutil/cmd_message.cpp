@@ -1,0 +1,448 @@
+// mmsutil compose, receive, list, show, delete: whole messages, each a row in the message index
+// and the mail file named after the row's id, kept together as the phone's applications keep
+// them. The index and mailfile commands reach the row and the file one at a time.
+
+#include "commands.h"
+#include "indexrows.h"
+#include "message_journey.h"
+#include "mmshelpers.h"
+
+#include <tavmmsutility.h>
+
+#include <QCommandLineParser>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QTextStream>
+
+namespace
+{
+
+// receive: the sender is on the block list, and the message was refused.
+const int kExitBlocked = 4;
+
+const QString kEntryHelp =
+    QStringLiteral(" An entry \"<name>[EMAIL|PLMN|UNKNOWN]address\" or a bare address (typed PLMN, "
+                   "EMAIL or UNKNOWN by its look); an entry without a name takes its contact's. "
+                   "May be repeated; a value may hold several entries separated by commas.");
+const QString kContentTypeHelp =
+    QStringLiteral("Content type of the body, \"type/subtype\" and parameters after a blank "
+                   "(default: application/vnd.wap.multipart.mixed).");
+
+// "type/subtype", then optionally a blank and the parameters.
+std::optional<MMS_CONTENT_TYPE_T> parseContentType(const QString& text)
+{
+    const QString trimmed = text.trimmed();
+    const qsizetype blank = trimmed.indexOf(QLatin1Char(' '));
+    const QStringList name = trimmed.left(blank).split(QLatin1Char('/'));
+    if (name.size() != 2 || name.at(0).isEmpty() || name.at(1).isEmpty())
+        return std::nullopt;
+    return MMS_CONTENT_TYPE_T{name.at(0), name.at(1),
+                              blank < 0 ? QStringLiteral("") : trimmed.mid(blank + 1).trimmed()};
+}
+
+// The options that composing and receiving share, and the message they describe.
+struct MessageOptions {
+    QCommandLineOption to{QStringLiteral("to"), QString(), QStringLiteral("ENTRY")};
+    QCommandLineOption cc{QStringLiteral("cc"), QStringLiteral("Cc recipient.") + kEntryHelp,
+                          QStringLiteral("ENTRY")};
+    QCommandLineOption bcc{QStringLiteral("bcc"), QStringLiteral("Bcc recipient.") + kEntryHelp,
+                           QStringLiteral("ENTRY")};
+    QCommandLineOption subject{QStringLiteral("subject"), QStringLiteral("Subject."),
+                               QStringLiteral("TEXT")};
+    QCommandLineOption contentType{QStringLiteral("content-type"), kContentTypeHelp,
+                                   QStringLiteral("TYPE")};
+
+    explicit MessageOptions(const QString& toHelp) { to.setDescription(toHelp + kEntryHelp); }
+
+    QList<QCommandLineOption> all() const { return {to, cc, bcc, subject, contentType}; }
+
+    // Fills `message` from the options given and the body file `body`; the exit status when the
+    // command must stop here.
+    std::optional<int> read(const QCommandLineParser& parser, const cli::Command& command,
+                            const QString& body, journey::Message* message) const
+    {
+        const struct {
+            const QCommandLineOption& option;
+            QList<MMS_UTIL_Entry>* entries;
+        } lists[] = {{to, &message->to}, {cc, &message->cc}, {bcc, &message->bcc}};
+        for (const auto& list : lists) {
+            if (const std::optional<int> stop =
+                    cli::entriesOf(parser, list.option, command, list.entries))
+                return stop;
+        }
+        message->subject = parser.value(subject);
+        message->contentType = journey::defaultContentType();
+        if (parser.isSet(contentType)) {
+            const std::optional<MMS_CONTENT_TYPE_T> type =
+                parseContentType(parser.value(contentType));
+            if (!type)
+                return cli::usageError(command.name,
+                                       QStringLiteral("--content-type: '%1' is not type/subtype")
+                                           .arg(parser.value(contentType)));
+            message->contentType = *type;
+        }
+        const std::optional<QByteArray> content = cli::readInput(body);
+        if (!content)
+            return cli::ExitFailed;
+        message->body = *content;
+        return std::nullopt;
+    }
+};
+
+int reportStored(const journey::Outcome& outcome)
+{
+    if (outcome.kind != journey::Outcome::Done)
+        return cli::fail(outcome.error);
+    cli::out() << outcome.id << ' ' << outcome.mailFile << '\n';
+    return cli::ExitOk;
+}
+
+int runCompose(const cli::Command& command, const QStringList& arguments)
+{
+    const MessageOptions options(QStringLiteral("Recipient (required)."));
+    const QCommandLineOption body(QStringLiteral("body"),
+                                  QStringLiteral("File holding the encoded body (required); - "
+                                                 "reads standard input."),
+                                  QStringLiteral("FILE"));
+    const QCommandLineOption folder(QStringLiteral("folder"),
+                                    QStringLiteral("Folder number of the row (default %1, the "
+                                                   "outbox).")
+                                        .arg(journey::kOutbox),
+                                    QStringLiteral("N"));
+    QCommandLineParser parser;
+    parser.setApplicationDescription(
+        command.summary +
+        QStringLiteral(" The header takes its reports, expiry and priority from the stored "
+                       "sending options and comes from the phone's owner when the address book "
+                       "knows them. The message gets its row in the message index, then its mail "
+                       "file, named after the row's id, which is read back and checked; when a "
+                       "step fails, nothing of the message is kept. Prints the id and the mail "
+                       "file's path on one line."));
+    parser.addOptions(options.all());
+    parser.addOptions({body, folder});
+    if (const std::optional<int> stop = cli::parse(parser, command, arguments, 0))
+        return *stop;
+    for (const QCommandLineOption& required : {options.to, options.subject, body}) {
+        if (!parser.isSet(required))
+            return cli::usageError(
+                command.name,
+                QStringLiteral("--%1 is required").arg(required.names().constFirst()));
+    }
+    journey::Message message;
+    if (parser.isSet(folder)) {
+        const std::optional<unsigned int> number = cli::parseNumber(parser.value(folder));
+        if (!number)
+            return cli::usageError(
+                command.name,
+                QStringLiteral("--folder: '%1' is not a number").arg(parser.value(folder)));
+        message.folder = *number;
+    }
+    if (const std::optional<int> stop = options.read(parser, command, parser.value(body), &message))
+        return *stop;
+    return reportStored(journey::compose(message));
+}
+
+int runReceive(const cli::Command& command, const QStringList& arguments)
+{
+    const MessageOptions options(
+        QStringLiteral("Recipient (default: the phone's owner, when the address book knows "
+                       "them)."));
+    const QCommandLineOption from(
+        QStringLiteral("from"),
+        QStringLiteral("Sender (required). An entry or a bare address; without a name, the "
+                       "contact's."),
+        QStringLiteral("ENTRY"));
+    const QCommandLineOption messageId(QStringLiteral("message-id"),
+                                       QStringLiteral("The message's Message-ID."),
+                                       QStringLiteral("ID"));
+    const QCommandLineOption uri(QStringLiteral("uri"),
+                                 QStringLiteral("Where the message was fetched from, kept as the "
+                                                "row's message URI (default: a new urn:uuid)."),
+                                 QStringLiteral("URI"));
+    QCommandLineParser parser;
+    parser.setApplicationDescription(
+        command.summary +
+        QStringLiteral(" The body comes from FILE; the message is filed in the inbox (folder "
+                       "%1) as its row and its mail file, as compose files them, and the id and "
+                       "the mail file's path are printed. When the block list is in use (feature "
+                       "flag 49) and holds the sender, the message is refused: one line on "
+                       "standard error, exit status %2, nothing written.")
+            .arg(journey::kInbox)
+            .arg(kExitBlocked));
+    parser.addOption(from);
+    parser.addOptions(options.all());
+    parser.addOptions({messageId, uri});
+    parser.addPositionalArgument(QStringLiteral("FILE"),
+                                 QStringLiteral("The encoded body; - reads standard input."));
+    if (const std::optional<int> stop = cli::parse(parser, command, arguments, 1))
+        return *stop;
+    if (!parser.isSet(from))
+        return cli::usageError(command.name, QStringLiteral("--from is required"));
+    QString error;
+    const std::optional<MMS_UTIL_Entry> sender = cli::parseEntry(parser.value(from), &error);
+    if (!sender)
+        return cli::usageError(command.name, QStringLiteral("--from: ") + error);
+    journey::Message message;
+    message.from = *sender;
+    message.messageId = parser.value(messageId);
+    message.uri = parser.value(uri);
+    if (const std::optional<int> stop =
+            options.read(parser, command, parser.positionalArguments().constFirst(), &message))
+        return *stop;
+    const journey::Outcome outcome = journey::receive(message);
+    if (outcome.kind == journey::Outcome::Blocked) {
+        cli::fail(outcome.error);
+        return kExitBlocked;
+    }
+    return reportStored(outcome);
+}
+
+QString folderText(unsigned int folder)
+{
+    switch (folder) {
+    case journey::kInbox:
+        return QStringLiteral("%1 (inbox)").arg(folder);
+    case journey::kOutbox:
+        return QStringLiteral("%1 (outbox)").arg(folder);
+    default:
+        return QString::number(folder);
+    }
+}
+
+QString stateText(const MMS_UTIL_DBStruct_T& row)
+{
+    QString state;
+    switch (row.cmn_fld_send_receive_state) {
+    case journey::kToSend:
+        state = QStringLiteral("to send");
+        break;
+    case journey::kReceived:
+        state = QStringLiteral("received");
+        break;
+    default:
+        state = QStringLiteral("state %1").arg(row.cmn_fld_send_receive_state);
+        break;
+    }
+    return state +
+           (row.cmn_fld_msg_attr_read ? QStringLiteral(", read") : QStringLiteral(", unread"));
+}
+
+// A message's date as the row and the mail file give it; empty when it has none.
+QString dateText(const QDateTime& date)
+{
+    return date.isValid() ? date.toString(QStringLiteral("yyyy-MM-dd hh:mm:ss")) : QString();
+}
+
+QString rowTime(quint32 seconds)
+{
+    return seconds ? indexrows::timeText(seconds) : QString();
+}
+
+QJsonObject messageToJson(unsigned int id, const MMS_UTIL_DBStruct_T& row)
+{
+    return QJsonObject{
+        {QStringLiteral("id"), qint64(id)},
+        {QStringLiteral("folder"), qint64(row.cmn_fld_folder_id)},
+        {QStringLiteral("time"), qint64(row.cmn_fld_time)},
+        {QStringLiteral("date"), rowTime(row.cmn_fld_time)},
+        {QStringLiteral("from"), indexrows::text16(row.cmn_fld_from_name)},
+        {QStringLiteral("to"), indexrows::text16(row.cmn_fld_to_name)},
+        {QStringLiteral("subject"), indexrows::text16(row.cmn_fld_subject)},
+        {QStringLiteral("size"), qint64(row.mms_fld_msgsize_name)},
+        {QStringLiteral("read"), row.cmn_fld_msg_attr_read != 0},
+        {QStringLiteral("mailFile"), MMS_UTIL_Common::msgDBIDToMailFileName(id)},
+    };
+}
+
+int runList(const cli::Command& command, const QStringList& arguments)
+{
+    const QCommandLineOption folderOption(QStringLiteral("folder"),
+                                          QStringLiteral("Lists only the messages of folder N "
+                                                         "(1 inbox, 2 outbox)."),
+                                          QStringLiteral("N"));
+    const QCommandLineOption json(
+        QStringLiteral("json"),
+        QStringLiteral("Prints a JSON array of the messages, each an object {id, folder, time, "
+                       "date, from, to, subject, size, read, mailFile}."));
+    QCommandLineParser parser;
+    parser.setApplicationDescription(
+        command.summary + QStringLiteral(" Texts are those of the rows, cut to their fields."));
+    parser.addOptions({folderOption, json});
+    if (const std::optional<int> stop = cli::parse(parser, command, arguments, 0))
+        return *stop;
+    std::optional<unsigned int> folder;
+    if (parser.isSet(folderOption)) {
+        folder = cli::parseNumber(parser.value(folderOption));
+        if (!folder)
+            return cli::usageError(
+                command.name,
+                QStringLiteral("--folder: '%1' is not a number").arg(parser.value(folderOption)));
+    }
+
+    const indexrows::IndexTable table;
+    if (const int status = cli::openStatus(table))
+        return status;
+    QJsonArray array;
+    QList<QStringList> lines{{QStringLiteral("ID"), QStringLiteral("FOLDER"),
+                              QStringLiteral("DATE"), QStringLiteral("FROM"), QStringLiteral("TO"),
+                              QStringLiteral("SUBJECT")}};
+    const int r =
+        indexrows::forEachRow(folder, [&](unsigned int id, const MMS_UTIL_DBStruct_T& row) {
+            array.append(messageToJson(id, row));
+            lines.append({QString::number(id), QString::number(row.cmn_fld_folder_id),
+                          rowTime(row.cmn_fld_time),
+                          indexrows::oneLine(indexrows::text16(row.cmn_fld_from_name)),
+                          indexrows::oneLine(indexrows::text16(row.cmn_fld_to_name)),
+                          indexrows::oneLine(indexrows::text16(row.cmn_fld_subject))});
+        });
+    if (r != DB_OK)
+        return cli::databaseFailure(QStringLiteral("cannot list the messages"), r);
+    if (parser.isSet(json))
+        cli::out() << QJsonDocument(array).toJson(QJsonDocument::Indented);
+    else
+        cli::out() << indexrows::columns(lines, {0, 1});
+    return cli::ExitOk;
+}
+
+QString contentTypeNumberText(unsigned int number)
+{
+    QString type;
+    QString subtype;
+    if (MMS_UTIL_Common::mimeTypeGetName(uchar(number), type, subtype) != 0)
+        return QString::number(number);
+    return QStringLiteral("%1 (%2/%3)").arg(number).arg(type, subtype);
+}
+
+// The row and the mail file's header side by side, field by field; an empty cell where one of
+// them has no such field. `header` is null when the mail file did not load.
+QList<QStringList> sideBySide(const MMS_UTIL_DBStruct_T& row, const MMS_UTIL_MsgHeaderBase* header)
+{
+    const auto flag = [](unsigned int value) { return MMS_UTIL_Common::boolToString(value != 0); };
+    const auto fileSide = [header](auto field) { return header ? field(*header) : QString(); };
+    using H = const MMS_UTIL_MsgHeaderBase&;
+    return {
+        {QStringLiteral("FIELD"), QStringLiteral("INDEX ROW"), QStringLiteral("MAIL FILE")},
+        {QStringLiteral("From"), indexrows::oneLine(indexrows::text16(row.cmn_fld_from_name)),
+         fileSide([](H h) { return MMS_UTIL_Common::entryToString(h.from); })},
+        {QStringLiteral("To"), indexrows::oneLine(indexrows::text16(row.cmn_fld_to_name)),
+         fileSide([](H h) { return MMS_UTIL_Common::entryListToString(h.toList); })},
+        {QStringLiteral("CC"), QString(),
+         fileSide([](H h) { return MMS_UTIL_Common::entryListToString(h.ccList); })},
+        {QStringLiteral("BCC"), QString(),
+         fileSide([](H h) { return MMS_UTIL_Common::entryListToString(h.bccList); })},
+        {QStringLiteral("Subject"), indexrows::oneLine(indexrows::text16(row.cmn_fld_subject)),
+         fileSide([](H h) { return indexrows::oneLine(h.subject); })},
+        {QStringLiteral("Date"), rowTime(row.cmn_fld_time),
+         fileSide([](H h) { return dateText(h.sendDate); })},
+        {QStringLiteral("Reached phone"), rowTime(row.cmn_fld_time_msg_reach_phone), QString()},
+        {QStringLiteral("Delivery"), rowTime(row.mms_fld_deliverytime_name),
+         fileSide([](H h) { return dateText(h.deliveryTime); })},
+        {QStringLiteral("Expiry"), QString::number(row.mms_fld_expiretime_name),
+         fileSide([](H h) { return QString::number(h.expiry); })},
+        {QStringLiteral("Priority"), MMS_UTIL_Common::priorityToString(uchar(row.cmn_fld_priority)),
+         fileSide([](H h) { return MMS_UTIL_Common::priorityToString(h.priority); })},
+        {QStringLiteral("Content type"), contentTypeNumberText(row.mms_fld_contenttype_name),
+         fileSide(
+             [](H h) { return MMS_UTIL_Common::contentTypeToString(h.contentType).trimmed(); })},
+        {QStringLiteral("Size"), QString::number(row.mms_fld_msgsize_name),
+         fileSide([](H h) { return QString::number(h.messageSize); })},
+        {QStringLiteral("Message ID"), indexrows::text8(row.mms_fld_msgid_name),
+         fileSide([](H h) { return indexrows::oneLine(h.messageId); })},
+        {QStringLiteral("Delivery report"), flag(row.mms_fld_deliveryreport_name),
+         fileSide([](H h) { return MMS_UTIL_Common::boolToString(h.deliveryReport); })},
+        {QStringLiteral("Read report"), flag(row.mms_fld_readreplyreport_name),
+         fileSide([](H h) { return MMS_UTIL_Common::boolToString(h.readReplyReport); })},
+        {QStringLiteral("Sender visibility"), flag(row.mms_fld_sendervisibility_name),
+         fileSide([](H h) { return MMS_UTIL_Common::boolToString(h.senderVisibility); })},
+    };
+}
+
+int runShow(const cli::Command& command, const QStringList& arguments)
+{
+    QCommandLineParser parser;
+    parser.setApplicationDescription(
+        command.summary +
+        QStringLiteral(" Prints where the message is kept, its row in the message index and the "
+                       "header of its mail file side by side, the body's length and the message "
+                       "type its content type gives. When the mail file does not load, the row "
+                       "is printed alone and the tool exits with 1."));
+    unsigned int id = 0;
+    if (const std::optional<int> stop =
+            cli::parseRowId(parser, command, arguments, QStringLiteral("The message's id."), &id))
+        return *stop;
+
+    const indexrows::IndexTable table;
+    if (const int status = cli::openStatus(table))
+        return status;
+    MMS_UTIL_DBStruct_T row;
+    const int r = MMS_UTIL_DBTable::readRecord(id, &row);
+    if (r == DB_ERR_NOT_FOUND)
+        return cli::fail(QStringLiteral("no message %1").arg(id));
+    if (r != DB_OK)
+        return cli::databaseFailure(QStringLiteral("cannot read message %1").arg(id), r);
+    const QString path = MMS_UTIL_Common::msgDBIDToMailFileName(id);
+    const std::optional<cli::LoadedMailFile> mail = cli::loadMailFile(path);
+
+    QTextStream& out = cli::out();
+    out << indexrows::columns({
+        {QStringLiteral("Message:"), QString::number(id)},
+        {QStringLiteral("Folder:"), folderText(row.cmn_fld_folder_id)},
+        {QStringLiteral("State:"), stateText(row)},
+        {QStringLiteral("URI:"), indexrows::text8(row.mms_fld_msguri_name)},
+        {QStringLiteral("Mail file:"), path},
+    });
+    out << '\n' << indexrows::columns(sideBySide(row, mail ? mail->header.get() : nullptr)) << '\n';
+    if (!mail)
+        return cli::ExitFailed;
+    out << indexrows::columns({
+        {QStringLiteral("Body:"), QStringLiteral("%1 bytes").arg(mail->bodyLength)},
+        {QStringLiteral("Message type:"),
+         QString::number(MMS_UTIL_Common::getMsgTypeByContentType(mail->header->contentType))},
+    });
+    return cli::ExitOk;
+}
+
+int runDelete(const cli::Command& command, const QStringList& arguments)
+{
+    QCommandLineParser parser;
+    parser.setApplicationDescription(
+        command.summary +
+        QStringLiteral(" Its mail file goes first; when it cannot be removed, the row stays "
+                       "too. A row without a mail file is deleted all the same."));
+    unsigned int id = 0;
+    if (const std::optional<int> stop =
+            cli::parseRowId(parser, command, arguments, QStringLiteral("The message's id."), &id))
+        return *stop;
+    const journey::Outcome outcome = journey::remove(id);
+    if (outcome.kind != journey::Outcome::Done)
+        return cli::fail(outcome.error);
+    if (outcome.mailFileWasMissing)
+        cli::out() << QStringLiteral("Deleted message %1; it had no mail file %2\n")
+                          .arg(id)
+                          .arg(outcome.mailFile);
+    else
+        cli::out() << QStringLiteral("Deleted message %1 and its mail file %2\n")
+                          .arg(id)
+                          .arg(outcome.mailFile);
+    return cli::ExitOk;
+}
+
+} // namespace
+
+QList<cli::Command> messageCommands()
+{
+    return {
+        {QStringLiteral("compose"),
+         QStringLiteral("Composes a message: its row in the message index and its mail file."),
+         runCompose},
+        {QStringLiteral("receive"),
+         QStringLiteral("Files an incoming message in the inbox, unless its sender is blocked."),
+         runReceive},
+        {QStringLiteral("list"), QStringLiteral("Lists the messages, one line each."), runList},
+        {QStringLiteral("show"), QStringLiteral("Shows a message: its row beside its mail file."),
+         runShow},
+        {QStringLiteral("delete"), QStringLiteral("Deletes a message: its row and its mail file."),
+         runDelete},
+    };
+}
