@@ -105,8 +105,15 @@ void addEntry(Store* store, const QString& name)
 
 using Directory = std::unique_ptr<DIR, int (*)(DIR*)>;
 
-// Reads the mail file directory into `store`. A directory that does not exist is empty; nothing
-// else stops the check here. Gives false after reporting.
+bool directoryFailure(const QString& directory, int error)
+{
+    cli::fail(QStringLiteral("cannot read the mail file directory '%1': %2")
+                  .arg(directory, errnoText(error)));
+    return false;
+}
+
+// Reads the mail file directory into `store`. A directory that does not exist reads as empty and
+// sets `missing`. Gives false after reporting when the directory cannot be read.
 bool readDirectory(Store* store, bool* missing)
 {
     const QByteArray path = QFile::encodeName(store->directory);
@@ -115,11 +122,8 @@ bool readDirectory(Store* store, bool* missing)
     *missing = !directory && error == ENOENT;
     if (*missing)
         return true;
-    if (!directory) {
-        cli::fail(QStringLiteral("cannot read the mail file directory '%1': %2")
-                      .arg(store->directory, errnoText(error)));
-        return false;
-    }
+    if (!directory)
+        return directoryFailure(store->directory, error);
     QStringList names;
     for (;;) {
         errno = 0; // readdir() tells the end from an error by it alone
@@ -130,11 +134,8 @@ bool readDirectory(Store* store, bool* missing)
         if (name != QLatin1String(".") && name != QLatin1String(".."))
             names.append(name);
     }
-    if (errno != 0) {
-        cli::fail(QStringLiteral("cannot read the mail file directory '%1': %2")
-                      .arg(store->directory, errnoText(errno)));
-        return false;
-    }
+    if (errno != 0)
+        return directoryFailure(store->directory, errno);
     names.sort();
     for (const QString& name : names)
         addEntry(store, name);
@@ -318,8 +319,9 @@ int runCheck(const cli::Command& command, const QStringList& arguments)
                        "it loads completely; removes the other leftovers."));
     const QCommandLineOption force(
         QStringLiteral("force"),
-        QStringLiteral("With --repair, also deletes mail files that do not load, mail files "
-                       "without a row and rows without a mail file."));
+        QStringLiteral("With --repair, also deletes mail files that do not load (a leftover that "
+                       "loads completely then takes the place of one), mail files without a row "
+                       "and rows without a mail file."));
     QCommandLineParser parser;
     parser.setApplicationDescription(
         command.summary +
