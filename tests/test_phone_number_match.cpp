@@ -1,0 +1,97 @@
+// The keys phone numbers and e-mail addresses are kept and looked up under, and the regions.
+
+#include "phone_number_match.h"
+
+#include "support/model_helpers.h"
+
+#include <gtest/gtest.h>
+
+namespace
+{
+
+using tavplatform::emailKey;
+using tavplatform::isKnownRegion;
+using tavplatform::phoneNumberKey;
+using tavplatform::regionOfLocale;
+
+const QString kGermany = QStringLiteral("DE");
+const QString kNone = QStringLiteral("ZZ");
+
+TEST(PhoneNumberKeyTest, NationalAndInternationalFormsGiveOneKey)
+{
+    for (const char* form :
+         {"0171 2345678", "01712345678", "+49 171 2345678", "+491712345678", "0049 171 2345678",
+          "(0171) 234-5678", "0171/234.56.78", "+49 (0) 171 2345678"})
+        EXPECT_EQ(phoneNumberKey(QString::fromLatin1(form), kGermany),
+                  QStringLiteral("+491712345678"))
+            << form;
+}
+
+TEST(PhoneNumberKeyTest, RegionDecidesWhatNationalNumberIs)
+{
+    EXPECT_EQ(phoneNumberKey(QStringLiteral("030 1234567"), kGermany),
+              QStringLiteral("+49301234567"));
+    EXPECT_EQ(phoneNumberKey(QStringLiteral("030 1234567"), QStringLiteral("FR")),
+              QStringLiteral("+33301234567"));
+    EXPECT_EQ(phoneNumberKey(QStringLiteral("138 0013 8000"), QStringLiteral("CN")),
+              QStringLiteral("+8613800138000"));
+}
+
+TEST(PhoneNumberKeyTest, InternationalFormIsTheSameInEveryRegion)
+{
+    for (const QString& region : {kGermany, QStringLiteral("US"), kNone})
+        EXPECT_EQ(phoneNumberKey(QStringLiteral("+86 138-0013-8000"), region),
+                  QStringLiteral("+8613800138000"))
+            << region.toStdString();
+}
+
+TEST(PhoneNumberKeyTest, MmsTypeSuffixIsNotPartOfNumber)
+{
+    EXPECT_EQ(phoneNumberKey(QStringLiteral("+491712345678/TYPE=PLMN"), kGermany),
+              QStringLiteral("+491712345678"));
+    EXPECT_EQ(phoneNumberKey(QStringLiteral("01712345678/type=plmn"), kGermany),
+              QStringLiteral("+491712345678"));
+}
+
+TEST(PhoneNumberKeyTest, NumberThatDoesNotReadKeepsItsDialCharacters)
+{
+    EXPECT_EQ(phoneNumberKey(QStringLiteral("*100#"), kGermany), QStringLiteral("*100#"));
+    EXPECT_EQ(phoneNumberKey(QStringLiteral("0171 234-5678"), kNone),
+              QStringLiteral("01712345678"));
+    EXPECT_EQ(phoneNumberKey(QStringLiteral("(0171) 2345678"), kNone),
+              QStringLiteral("01712345678"));
+}
+
+TEST(PhoneNumberKeyTest, TextWithoutDigitGivesEmptyKey)
+{
+    EXPECT_EQ(phoneNumberKey(QString(), kGermany), QString());
+    EXPECT_EQ(phoneNumberKey(QStringLiteral("ann@example.org"), kGermany), QString());
+    EXPECT_EQ(phoneNumberKey(QStringLiteral("+ - ( )"), kGermany), QString());
+}
+
+TEST(EmailKeyTest, LetterCaseAndBlanksAroundDoNotCount)
+{
+    EXPECT_EQ(emailKey(QStringLiteral(" Ann.Lee@Example.ORG ")),
+              QStringLiteral("ann.lee@example.org"));
+    EXPECT_EQ(emailKey(QString::fromUtf8("JÜRGEN@Ärzte.Example")),
+              QString::fromUtf8("jürgen@ärzte.example"));
+}
+
+TEST(RegionTest, KnownRegionsAreUpperCaseCodesWithNumbers)
+{
+    EXPECT_TRUE(isKnownRegion(kGermany));
+    EXPECT_TRUE(isKnownRegion(QStringLiteral("CN")));
+    EXPECT_TRUE(isKnownRegion(kNone));
+    EXPECT_FALSE(isKnownRegion(QStringLiteral("de")));
+    EXPECT_FALSE(isKnownRegion(QStringLiteral("XX")));
+    EXPECT_FALSE(isKnownRegion(QString()));
+}
+
+TEST(RegionTest, RegionOfLocaleIsItsCountryOrNone)
+{
+    EXPECT_EQ(regionOfLocale(QLocale(QStringLiteral("de_AT"))), QStringLiteral("AT"));
+    EXPECT_EQ(regionOfLocale(QLocale(QStringLiteral("zh_CN"))), QStringLiteral("CN"));
+    EXPECT_EQ(regionOfLocale(QLocale::c()), kNone);
+}
+
+} // namespace
