@@ -8,7 +8,10 @@
 QList<cli::Command> messageCommands();
 QList<cli::Command> mailfileCommands();
 QList<cli::Command> classifyCommands();
+QList<cli::Command> contactsCommands();
 QList<cli::Command> contentTypeCommands();
+QList<cli::Command> extensionCommands();
+QList<cli::Command> mediaCommands();
 QList<cli::Command> pathsCommands();
 QList<cli::Command> indexCommands();
 QList<cli::Command> checkCommands();

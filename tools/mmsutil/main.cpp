@@ -18,7 +18,8 @@ QList<cli::Command> allCommands()
 {
     return messageCommands() + mailfileCommands() + indexCommands() + checkCommands() +
            settingsCommands() + profileCommands() + blockCommands() + sendingCommands() +
-           flexCommands() + classifyCommands() + contentTypeCommands() + pathsCommands();
+           flexCommands() + contactsCommands() + classifyCommands() + contentTypeCommands() +
+           extensionCommands() + mediaCommands() + pathsCommands();
 }
 
 QString firstWord(const QString& name)
