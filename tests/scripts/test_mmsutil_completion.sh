@@ -1,0 +1,98 @@
+#!/bin/bash
+# The bash completion of mmsutil, against a built mmsutil: commands, group commands, options,
+# option values and file names.
+#   test_mmsutil_completion.sh COMPLETION_FILE MMSUTIL
+set -uo pipefail
+
+completion=$1
+tool=$2
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+export TAV_PLATFORM_DIR=$work/platform
+
+# shellcheck source=/dev/null
+source "$completion"
+failures=0
+
+# Completes the last of the given words after the tool's path; prints the candidates on one line,
+# in byte order.
+candidates()
+{
+    COMP_WORDS=("$tool" "$@")
+    COMP_CWORD=$((${#COMP_WORDS[@]} - 1))
+    COMP_LINE=${COMP_WORDS[*]}
+    COMP_POINT=${#COMP_LINE}
+    COMPREPLY=()
+    _mmsutil
+    printf '%s\n' "${COMPREPLY[@]}" | LC_ALL=C sort | paste -sd' '
+}
+
+expect()
+{
+    local want=$1 got
+    shift
+    got=$(candidates "$@")
+    if [[ $got != "$want" ]]; then
+        echo "FAIL: mmsutil $* <TAB> gave '$got', expected '$want'"
+        ((failures++))
+    fi
+}
+
+# Contains the word $1 among the candidates of the remaining words.
+expect_among()
+{
+    local want=$1 got
+    shift
+    got=" $(candidates "$@") "
+    if [[ $got != *" $want "* ]]; then
+        echo "FAIL: mmsutil $* <TAB> gave '$got', expected '$want' among them"
+        ((failures++))
+    fi
+}
+
+if [[ $(complete -p mmsutil) != *"-F _mmsutil"* ]]; then
+    echo "FAIL: sourcing the file does not register the completion of mmsutil"
+    ((failures++))
+fi
+
+touch "$work/alpha.mms" "$work/alpine.txt" "$work/beta.bin"
+cd "$work" || exit 1
+
+# Commands, from the tool's list; a group's word takes one of the group's commands.
+expect "mailfile" ma
+expect "content-type" content
+for command in mailfile index settings profile block sending flex paths; do
+    expect_among "$command" ""
+done
+expect "--help --version -h -v" -
+expect "write" mailfile w
+expect "delete" index de
+expect "list" -v index l
+expect "" nosuch ""
+
+# Options of a command, also where it takes no more arguments.
+expect "--bcc --body" mailfile write --b
+expect "--folder --help --json -h" index list ""
+expect "--help --json -h" mailfile show alpha.mms ""
+expect "--help --json -h" mailfile show alpha.mms -
+
+# Option values: a choice, a file, none for free text; also written as --option=value.
+expect "off on" mailfile write --delivery-report ""
+expect "off" mailfile write --read-report = of
+expect "off on" sending set --delivery-report =
+expect "beta.bin" mailfile write --body b
+expect "$work/beta.bin" mailfile write --body = "$work/b"
+expect "" mailfile write --subject ""
+
+# Arguments: file names where the argument is a file, nothing where it is not. The value of
+# --subject is no argument, so "al" is the file.
+expect "alpha.mms alpine.txt" mailfile show al
+expect "alpha.mms alpine.txt" mailfile write --subject alpha al
+expect "$work/alpha.mms" mailfile body "$work/alpha"
+expect "" index show ""
+
+if ((failures)); then
+    echo "$failures case(s) failed"
+    exit 1
+fi
+echo "all cases passed"
