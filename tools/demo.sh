@@ -3,7 +3,9 @@
 # are shown; a sample message gets its row in the message index of the device database, and its
 # mail file, named after the row's id, under the default working directory, with its reports,
 # expiry and priority taken from the stored sending options; both are shown back, then the whole
-# index is listed. Every run adds one more message; the settings are made once.
+# index is listed; the sample contacts are imported into the address book, which names the
+# message's sender and recipients. Every run adds one more message; the settings are made once,
+# and importing the contacts again replaces them.
 set -euo pipefail
 
 mmsutil=${1:?usage: demo.sh PATH-TO-MMSUTIL}
@@ -37,6 +39,11 @@ fi
 "$mmsutil" settings show
 
 echo
+echo "== The address book, filled from a sample vCard file"
+"$mmsutil" contacts import "$top/tools/sample-contacts.vcf"
+"$mmsutil" contacts list
+
+echo
 echo "== The sending options a new message takes"
 "$mmsutil" sending show
 
@@ -65,6 +72,13 @@ echo "Written: $mailfile"
 echo
 echo "== The mail file read back"
 "$mmsutil" mailfile show "$mailfile"
+
+echo
+echo "== The message's sender and recipients, named from the address book"
+for address in +15550100 +15550101 bob@example.org +15550102; do
+    # A lookup that finds nobody says "not found" and exits with 3.
+    echo "$address -> $("$mmsutil" contacts lookup "$address" || true)"
+done
 
 echo
 echo "== Row $id read back"
