@@ -1,0 +1,681 @@
+// The journey of a message through the library, called in-process: compose and receive make a row
+// and the mail file named after it, remove takes both away. The device database, the settings
+// store, the feature flags and the address book are the platform's, on temporary files, or
+// doubles that answer or fail as a test needs; whatever fails, nothing half-made stays.
+
+#include "message_journey.h"
+
+#include "support/child_process.h"
+#include "support/failing_database.h"
+#include "support/index_table_helpers.h"
+#include "support/mock_address_book.h"
+#include "support/mock_settings_store.h"
+#include "support/mount_namespace.h"
+#include "support/scoped_environment.h"
+#include "support/sql_queries.h"
+#include "support/temp_database.h"
+#include "support/temp_settings_store.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <QDateTime>
+#include <QDir>
+#include <QFile>
+#include <QTemporaryDir>
+
+#include <functional>
+#include <memory>
+
+namespace
+{
+
+using namespace std::chrono_literals;
+using tavmms_test::ChildProcess;
+using tavmms_test::ChildVerdict;
+using ::testing::_;
+using ::testing::AnyNumber;
+using ::testing::DoAll;
+using ::testing::NiceMock;
+using ::testing::Return;
+using ::testing::SetArgReferee;
+
+const int kFilterFlag = 49; // the feature flag of the block list
+
+MMS_UTIL_Entry entry(const QString& name, MMS_UTIL_ADDR_TYPE_T type, const QString& address)
+{
+    MMS_UTIL_Entry made;
+    made.name = name;
+    made.type = type;
+    made.address = address;
+    return made;
+}
+
+MMS_UTIL_Entry phone(const QString& number)
+{
+    return entry(QStringLiteral(""), MMS_UTIL_ADDR_PLMN, number);
+}
+
+journey::Message sampleMessage()
+{
+    journey::Message message;
+    message.to = {
+        phone(QStringLiteral("+4915550101")),
+        entry(QStringLiteral("Bobby"), MMS_UTIL_ADDR_EMAIL, QStringLiteral("bob@example.org"))};
+    message.cc = {phone(QStringLiteral("+4915550102"))};
+    message.subject = QStringLiteral("Lunch today?");
+    message.contentType = journey::defaultContentType();
+    message.body = QByteArrayLiteral("\x00\x01 encoded body \xff");
+    return message;
+}
+
+// Where a journey keeps what it makes: a download path and a device database of their own.
+class Store
+{
+public:
+    Store()
+        : download_("TAV_LOCAL_DOWNLOAD_PATH", dir_.filePath(QStringLiteral("download")).toUtf8())
+    {
+    }
+
+    bool isValid() const { return dir_.isValid() && database_.isValid(); }
+    QString mailFileDir() const { return dir_.filePath(QStringLiteral("download/mms/mailfile")); }
+    QString mailFile(unsigned int id) const
+    {
+        return mailFileDir() + QStringLiteral("/%1.mms").arg(id);
+    }
+    tavmms_test::TempDatabase& database() { return database_; }
+
+    // The rows committed to the table, counted by a connection of its own; 0 without a table.
+    qint64 rowCount() const
+    {
+        const auto look = tavmms_test::lookInto(database_.path());
+        if (!look || tavmms_test::queryInt(*look, "SELECT count(*) FROM sqlite_master WHERE "
+                                                  "name = 'mms_table_in_flash'") != 1)
+            return 0;
+        return tavmms_test::queryInt(*look, "SELECT count(*) FROM mms_table_in_flash");
+    }
+
+    // Every name in the mail file directory, hidden ones and leftovers of a save included.
+    QStringList files() const
+    {
+        return QDir(mailFileDir())
+            .entryList(QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot);
+    }
+
+    // Row `id` as the library reads it.
+    MMS_UTIL_DBStruct_T row(unsigned int id)
+    {
+        const tavmms_test::ScopedIndexTableState state;
+        MMS_UTIL_DBStruct_T record{};
+        EXPECT_EQ(MMS_UTIL_DBTable::initTable(), DB_OK);
+        EXPECT_EQ(MMS_UTIL_DBTable::readRecord(id, &record), DB_OK);
+        EXPECT_EQ(MMS_UTIL_DBTable::closeTable(), DB_OK);
+        return record;
+    }
+
+private:
+    QTemporaryDir dir_;
+    tavmms_test::ScopedEnvironment download_;
+    tavmms_test::TempDatabase database_;
+};
+
+// A mail file loaded whole, its header and body released with it.
+struct Loaded {
+    int result;
+    std::unique_ptr<MMS_UTIL_MsgHeaderBase> header;
+    std::unique_ptr<unsigned char[]> body;
+    QByteArray bodyBytes() const
+    {
+        return QByteArray(reinterpret_cast<const char*>(body.get()), qsizetype(length));
+    }
+    unsigned int length;
+};
+
+Loaded load(const QString& path)
+{
+    MMS_UTIL_MailFile file(path);
+    const int result = file.loadMailFile();
+    return {result, std::unique_ptr<MMS_UTIL_MsgHeaderBase>(file.header),
+            std::unique_ptr<unsigned char[]>(file.body), file.bodyLength};
+}
+
+// The outcome holds one line that says what failed.
+void expectOneLineError(const journey::Outcome& outcome)
+{
+    EXPECT_EQ(outcome.kind, journey::Outcome::Failed);
+    EXPECT_FALSE(outcome.error.isEmpty());
+    EXPECT_FALSE(outcome.error.contains(QLatin1Char('\n'))) << outcome.error.toStdString();
+}
+
+class MessageJourneyTest : public ::testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        ASSERT_TRUE(platformDir.isValid());
+        ASSERT_TRUE(store.isValid());
+        ASSERT_TRUE(settings.isValid());
+    }
+
+    // Nothing of a failed journey stays: no row, no file, no open write transaction.
+    void expectNothingStays()
+    {
+        EXPECT_EQ(store.rowCount(), 0);
+        EXPECT_EQ(store.files(), QStringList());
+        EXPECT_EQ(MMS_UTIL_DBTable::mmsTxn, nullptr);
+    }
+
+    // The platform's data stays in temporary directories whatever a test reaches.
+    QTemporaryDir platformDir;
+    tavmms_test::ScopedEnvironment platform{"TAV_PLATFORM_DIR", platformDir.path().toUtf8()};
+    tavmms_test::ScopedIndexTableState indexState;
+    Store store;
+    tavmms_test::TempSettingsStore settings;
+    NiceMock<tavmms_test::MockAddressBook> addressBook;
+    tavplatform::ScopedAddressBookService installedBook{&addressBook};
+};
+
+// ---- compose ----
+
+TEST_F(MessageJourneyTest, ComposeStoresTheRowAndTheMailFileNamedAfterIt)
+{
+    const qint64 before = QDateTime::currentSecsSinceEpoch();
+    const journey::Outcome outcome = journey::compose(sampleMessage());
+    const qint64 after = QDateTime::currentSecsSinceEpoch();
+
+    ASSERT_EQ(outcome.kind, journey::Outcome::Done) << outcome.error.toStdString();
+    EXPECT_TRUE(outcome.error.isEmpty());
+    EXPECT_EQ(outcome.mailFile, MMS_UTIL_Common::msgDBIDToMailFileName(outcome.id));
+    EXPECT_EQ(outcome.mailFile, store.mailFile(outcome.id));
+    EXPECT_EQ(store.files(), QStringList{QStringLiteral("%1.mms").arg(outcome.id)});
+    EXPECT_EQ(store.rowCount(), 1);
+    EXPECT_EQ(MMS_UTIL_DBTable::mmsTxn, nullptr);
+
+    const MMS_UTIL_DBStruct_T row = store.row(outcome.id);
+    EXPECT_EQ(tavmms_test::text16(row.cmn_fld_from_name), QString());
+    EXPECT_EQ(tavmms_test::text16(row.cmn_fld_to_name),
+              QStringLiteral("+4915550101, Bobby, +4915550102"));
+    EXPECT_EQ(tavmms_test::text16(row.cmn_fld_subject), QStringLiteral("Lunch today?"));
+    EXPECT_GE(qint64(row.cmn_fld_time), before);
+    EXPECT_LE(qint64(row.cmn_fld_time), after);
+    EXPECT_GE(qint64(row.cmn_fld_time_msg_reach_phone), before);
+    EXPECT_LE(qint64(row.cmn_fld_time_msg_reach_phone), after);
+    EXPECT_EQ(row.cmn_fld_folder_id, unsigned(journey::kOutbox));
+    EXPECT_EQ(row.cmn_fld_send_receive_state, journey::kToSend);
+    EXPECT_EQ(row.cmn_fld_msg_attr_read, 1);
+    EXPECT_EQ(row.cmn_fld_priority, 129);
+    EXPECT_EQ(row.cmn_fld_mms_type, MMS_UTIL_Common::MSG_TYPE_MIXED);
+    EXPECT_EQ(row.mms_fld_contenttype_name, 0x23); // application/vnd.wap.multipart.mixed
+    EXPECT_EQ(row.mms_fld_msgsize_name, 17u);
+    EXPECT_EQ(row.mms_fld_expiretime_name, 65535u);
+    EXPECT_EQ(row.mms_fld_deliveryreport_name, 0);
+    EXPECT_EQ(row.mms_fld_readreplyreport_name, 0);
+    EXPECT_TRUE(tavmms_test::text8(row.mms_fld_msguri_name).startsWith("urn:uuid:"))
+        << row.mms_fld_msguri_name;
+    EXPECT_EQ(tavmms_test::text8(row.mms_fld_msguri_name).size(), 45);
+
+    const Loaded mail = load(outcome.mailFile);
+    ASSERT_EQ(mail.result, MMS_UTIL_MAILFILE_OK);
+    EXPECT_EQ(mail.bodyBytes(), sampleMessage().body);
+    EXPECT_EQ(MMS_UTIL_Common::entryListToString(mail.header->toList),
+              QStringLiteral("<>[PLMN]+4915550101,<Bobby>[EMAIL]bob@example.org,"));
+    EXPECT_EQ(MMS_UTIL_Common::entryListToString(mail.header->ccList),
+              QStringLiteral("<>[PLMN]+4915550102,"));
+    EXPECT_EQ(mail.header->bccList.count(), 0u);
+    EXPECT_EQ(mail.header->subject, QStringLiteral("Lunch today?"));
+    EXPECT_EQ(MMS_UTIL_Common::contentTypeToString(mail.header->contentType),
+              QStringLiteral("application/vnd.wap.multipart.mixed "));
+    EXPECT_EQ(mail.header->sendDate.toSecsSinceEpoch(), qint64(row.cmn_fld_time));
+    EXPECT_EQ(mail.header->messageSize, 17u);
+}
+
+TEST_F(MessageJourneyTest, ComposeGivesEachMessageARowAndAFileOfItsOwn)
+{
+    const journey::Outcome first = journey::compose(sampleMessage());
+    const journey::Outcome second = journey::compose(sampleMessage());
+
+    ASSERT_EQ(first.kind, journey::Outcome::Done);
+    ASSERT_EQ(second.kind, journey::Outcome::Done);
+    EXPECT_NE(first.id, second.id);
+    EXPECT_EQ(store.rowCount(), 2);
+    EXPECT_EQ(store.files().size(), 2);
+    EXPECT_NE(tavmms_test::text8(store.row(first.id).mms_fld_msguri_name),
+              tavmms_test::text8(store.row(second.id).mms_fld_msguri_name));
+}
+
+TEST_F(MessageJourneyTest, ComposeTakesTheStoredSendingOptions)
+{
+    ASSERT_EQ(MMS_UTIL_Setting::setSendingOption(true, true, 300, 130), 0);
+
+    const journey::Outcome outcome = journey::compose(sampleMessage());
+
+    ASSERT_EQ(outcome.kind, journey::Outcome::Done) << outcome.error.toStdString();
+    const MMS_UTIL_DBStruct_T row = store.row(outcome.id);
+    EXPECT_EQ(row.mms_fld_deliveryreport_name, 1);
+    EXPECT_EQ(row.mms_fld_readreplyreport_name, 1);
+    EXPECT_EQ(row.mms_fld_expiretime_name, 300u);
+    EXPECT_EQ(row.cmn_fld_priority, 130);
+    const Loaded mail = load(outcome.mailFile);
+    ASSERT_EQ(mail.result, MMS_UTIL_MAILFILE_OK);
+    EXPECT_TRUE(mail.header->deliveryReport);
+    EXPECT_TRUE(mail.header->readReplyReport);
+    EXPECT_EQ(mail.header->expiry, 300u);
+    EXPECT_EQ(mail.header->priority, 130);
+}
+
+TEST_F(MessageJourneyTest, ComposeTakesTheDefaultsWhenTheSettingsStoreCannotBeRead)
+{
+    ASSERT_EQ(MMS_UTIL_Setting::setSendingOption(true, true, 300, 130), 0);
+    NiceMock<tavmms_test::MockSettingsStore> failing;
+    tavmms_test::delegateTo(failing, settings.store());
+    EXPECT_CALL(failing, readBool(_, _, _, _)).WillRepeatedly(Return(false));
+    EXPECT_CALL(failing, readUInt(_, _, _, _)).WillRepeatedly(Return(false));
+    EXPECT_CALL(failing, readInt(_, _, _, _)).WillRepeatedly(Return(false));
+    const tavplatform::ScopedSettingsStoreService installed(&failing);
+
+    const journey::Outcome outcome = journey::compose(sampleMessage());
+
+    ASSERT_EQ(outcome.kind, journey::Outcome::Done) << outcome.error.toStdString();
+    const MMS_UTIL_DBStruct_T row = store.row(outcome.id);
+    EXPECT_EQ(row.mms_fld_deliveryreport_name, 0);
+    EXPECT_EQ(row.mms_fld_expiretime_name, 65535u);
+    EXPECT_EQ(row.cmn_fld_priority, 129);
+}
+
+TEST_F(MessageJourneyTest, ComposeNamesTheOwnerAndTheRecipientsWithoutANameFromTheAddressBook)
+{
+    EXPECT_CALL(addressBook, getOwnerNumber(_, _))
+        .WillRepeatedly(DoAll(SetArgReferee<0>(QStringLiteral("Me")),
+                              SetArgReferee<1>(QStringLiteral("+4915550100")), Return(true)));
+    EXPECT_CALL(addressBook, singleSearch(_, QStringLiteral("+4915550101"), _, _, _))
+        .WillOnce(tavmms_test::answerSearch(0, QStringLiteral("Ann"), QStringLiteral("Mobile")));
+    EXPECT_CALL(addressBook, singleSearch(_, QStringLiteral("+4915550102"), _, _, _))
+        .WillOnce(tavmms_test::answerSearch(1, QString(), QString()));
+    // Bobby has a name of his own, and the owner's name comes with the owner.
+    EXPECT_CALL(addressBook, singleSearch(_, QStringLiteral("bob@example.org"), _, _, _)).Times(0);
+    EXPECT_CALL(addressBook, singleSearch(_, QStringLiteral("+4915550100"), _, _, _)).Times(0);
+
+    const journey::Outcome outcome = journey::compose(sampleMessage());
+
+    ASSERT_EQ(outcome.kind, journey::Outcome::Done) << outcome.error.toStdString();
+    const MMS_UTIL_DBStruct_T row = store.row(outcome.id);
+    EXPECT_EQ(tavmms_test::text16(row.cmn_fld_from_name), QStringLiteral("Me"));
+    EXPECT_EQ(tavmms_test::text16(row.cmn_fld_to_name), QStringLiteral("Ann, Bobby, +4915550102"));
+    const Loaded mail = load(outcome.mailFile);
+    ASSERT_EQ(mail.result, MMS_UTIL_MAILFILE_OK);
+    EXPECT_EQ(MMS_UTIL_Common::entryToString(mail.header->from),
+              QStringLiteral("<Me>[PLMN]+4915550100"));
+    EXPECT_EQ(MMS_UTIL_Common::entryListToString(mail.header->toList),
+              QStringLiteral("<Ann>[PLMN]+4915550101,<Bobby>[EMAIL]bob@example.org,"));
+}
+
+TEST_F(MessageJourneyTest, ComposeCutsTheRowsTextsToTheirFieldsAndKeepsThemWholeInTheMailFile)
+{
+    journey::Message message = sampleMessage();
+    message.subject = QString(30, QChar(u'a')) + QString(20, QChar(u'\u00e9'));
+
+    const journey::Outcome outcome = journey::compose(message);
+
+    ASSERT_EQ(outcome.kind, journey::Outcome::Done) << outcome.error.toStdString();
+    EXPECT_EQ(tavmms_test::text16(store.row(outcome.id).cmn_fld_subject), message.subject.left(39));
+    const Loaded mail = load(outcome.mailFile);
+    ASSERT_EQ(mail.result, MMS_UTIL_MAILFILE_OK);
+    EXPECT_EQ(mail.header->subject, message.subject);
+}
+
+TEST_F(MessageJourneyTest, ComposeKeepsTheGivenFolderAndContentType)
+{
+    journey::Message message = sampleMessage();
+    message.folder = 7;
+    message.contentType = {QStringLiteral("application"),
+                           QStringLiteral("vnd.wap.multipart.related"),
+                           QStringLiteral("type=application/smil;start=<p1>")};
+
+    const journey::Outcome outcome = journey::compose(message);
+
+    ASSERT_EQ(outcome.kind, journey::Outcome::Done) << outcome.error.toStdString();
+    const MMS_UTIL_DBStruct_T row = store.row(outcome.id);
+    EXPECT_EQ(row.cmn_fld_folder_id, 7u);
+    EXPECT_EQ(row.mms_fld_contenttype_name, 0x33);
+    EXPECT_EQ(row.cmn_fld_mms_type, MMS_UTIL_Common::MSG_TYPE_RELATED_SMIL);
+}
+
+TEST_F(MessageJourneyTest, ComposeWhoseHeaderDoesNotReadBackKeepsNothing)
+{
+    // A subject line that begins with a key is read back as that key's line.
+    journey::Message message = sampleMessage();
+    message.subject = QStringLiteral("Plans\nTo: everyone");
+
+    const journey::Outcome outcome = journey::compose(message);
+
+    expectOneLineError(outcome);
+    EXPECT_EQ(outcome.error, QStringLiteral("the mail file '%1' reads back a different To: line; "
+                                            "nothing was kept")
+                                 .arg(store.mailFile(1)));
+    expectNothingStays();
+}
+
+TEST_F(MessageJourneyTest, ComposeWithoutAMailFileDirectoryKeepsNothing)
+{
+    // A file where the working directory should be.
+    const QString work = QFileInfo(store.mailFileDir()).path();
+    ASSERT_TRUE(QDir().mkpath(QFileInfo(work).path()));
+    QFile blocker(work);
+    ASSERT_TRUE(blocker.open(QIODevice::WriteOnly));
+    blocker.close();
+
+    const journey::Outcome outcome = journey::compose(sampleMessage());
+
+    expectOneLineError(outcome);
+    EXPECT_EQ(outcome.error, QStringLiteral("cannot create the mail file directory '%1'; nothing "
+                                            "was kept")
+                                 .arg(store.mailFileDir()));
+    EXPECT_EQ(store.rowCount(), 0);
+    EXPECT_EQ(MMS_UTIL_DBTable::mmsTxn, nullptr);
+}
+
+TEST_F(MessageJourneyTest, ComposeSaysWhichRowStaysWhenItCannotBeDeletedAfterAFailure)
+{
+    const QString work = QFileInfo(store.mailFileDir()).path();
+    ASSERT_TRUE(QDir().mkpath(QFileInfo(work).path()));
+    QFile blocker(work);
+    ASSERT_TRUE(blocker.open(QIODevice::WriteOnly));
+    blocker.close();
+    // The calls of the table's opening and of the row's addition and commit pass, the deletion's
+    // first fails.
+    tavmms_test::FailingDatabase failing(store.database().database(), 12, DB_ERR_IO);
+    const tavplatform::ScopedDatabaseService installed(&failing.service());
+
+    const journey::Outcome outcome = journey::compose(sampleMessage());
+
+    expectOneLineError(outcome);
+    EXPECT_EQ(failing.calls(), 13);
+    EXPECT_EQ(outcome.error,
+              QStringLiteral("cannot create the mail file directory '%1'; row 1 stays: "
+                             "input/output error (DB_ERR_IO)")
+                  .arg(store.mailFileDir()));
+    EXPECT_EQ(store.rowCount(), 1);
+}
+
+// Runs `operation` once for every database call it makes, with that call failing, each time on a
+// store of its own; checks that it either completes or leaves nothing, and says why in one line.
+// Gives the number of calls of a run without failure.
+int failEachDatabaseCallInTurn(const std::function<journey::Outcome()>& operation)
+{
+    for (int failing = 1;; ++failing) {
+        SCOPED_TRACE(failing);
+        Store store;
+        EXPECT_TRUE(store.isValid());
+        const tavmms_test::ScopedIndexTableState state;
+        tavmms_test::FailingDatabase database(store.database().database(), failing, DB_ERR_IO);
+        const tavplatform::ScopedDatabaseService installed(&database.service());
+
+        const journey::Outcome outcome = operation();
+
+        if (!database.failed()) {
+            EXPECT_EQ(outcome.kind, journey::Outcome::Done);
+            return database.calls();
+        }
+        EXPECT_EQ(MMS_UTIL_DBTable::mmsTxn, nullptr);
+        if (outcome.kind == journey::Outcome::Done) {
+            // A failure the library passes over (a table found missing and made, a table that
+            // does not close) leaves the whole message.
+            EXPECT_EQ(store.rowCount(), 1);
+            EXPECT_EQ(store.files(), QStringList{QStringLiteral("%1.mms").arg(outcome.id)});
+            continue;
+        }
+        expectOneLineError(outcome);
+        EXPECT_TRUE(outcome.error.contains(QStringLiteral("(DB_ERR_")))
+            << outcome.error.toStdString();
+        EXPECT_EQ(store.rowCount(), 0);
+        EXPECT_EQ(store.files(), QStringList());
+    }
+}
+
+TEST_F(MessageJourneyTest, ComposeFailingAtAnyDatabaseCallKeepsNothing)
+{
+    const int calls = failEachDatabaseCallInTurn([] { return journey::compose(sampleMessage()); });
+    // Opening (and making) the table 6, adding the row 4, committing it 1, closing the table 1.
+    EXPECT_EQ(calls, 12);
+}
+
+TEST_F(MessageJourneyTest, ReceiveFailingAtAnyDatabaseCallKeepsNothing)
+{
+    journey::Message message = sampleMessage();
+    message.from = phone(QStringLiteral("+4915550199"));
+    const int calls = failEachDatabaseCallInTurn([&] { return journey::receive(message); });
+    EXPECT_EQ(calls, 12);
+}
+
+// On a small file system of its own, filled up, over the mail file directory: the mail file
+// cannot be written, and neither it, nor its temporary file, nor the row stays.
+ChildVerdict composeOnAFullDisk(Store& store)
+{
+    if (!QDir().mkpath(store.mailFileDir()))
+        return ChildVerdict::fail("cannot make the mail file directory");
+    if (const std::string why = tavmms_test::enterPrivateMountNamespace(); !why.empty())
+        return ChildVerdict::skip("no private mount namespace for a small file system: " + why);
+    if (const std::string why = tavmms_test::mountSmallTmpfs(store.mailFileDir(), 256);
+        !why.empty())
+        return ChildVerdict::skip("no small file system to fill: " + why);
+    QFile filler(store.mailFileDir() + QStringLiteral("/filler"));
+    if (!filler.open(QIODevice::WriteOnly))
+        return ChildVerdict::fail("cannot make the file that fills the disk");
+    const QByteArray block(4096, 'f');
+    while (filler.write(block) == block.size() && filler.flush()) {
+    }
+    filler.close();
+
+    const journey::Outcome outcome = journey::compose(sampleMessage());
+
+    const QString expected = QStringLiteral("cannot write the mail file '%1': no space left on "
+                                            "device; nothing was kept")
+                                 .arg(store.mailFile(1));
+    if (outcome.kind != journey::Outcome::Failed || outcome.error != expected)
+        return ChildVerdict::fail("compose on a full disk gave " + outcome.error.toStdString());
+    if (store.rowCount() != 0)
+        return ChildVerdict::fail("a row stayed");
+    if (store.files() != QStringList{QStringLiteral("filler")})
+        return ChildVerdict::fail("files stayed: " +
+                                  store.files().join(QLatin1Char(' ')).toStdString());
+    return ChildVerdict::pass();
+}
+
+TEST_F(MessageJourneyTest, ComposeOnAFullDiskKeepsNothing)
+{
+    ChildProcess child([&](ChildProcess&) { return composeOnAFullDisk(store); });
+    EXPECT_CHILD_PASSES(child, 60s);
+}
+
+// ---- receive ----
+
+TEST_F(MessageJourneyTest, ReceiveFilesTheMessageInTheInboxWithTheSendersContactName)
+{
+    EXPECT_CALL(addressBook, singleSearch(_, _, _, _, _)).Times(AnyNumber());
+    EXPECT_CALL(addressBook, singleSearch(_, QStringLiteral("+4915550199"), _, _, _))
+        .WillRepeatedly(
+            tavmms_test::answerSearch(0, QStringLiteral("Carla"), QStringLiteral("Work")));
+    journey::Message message = sampleMessage();
+    message.from = phone(QStringLiteral("+4915550199"));
+    message.folder = 7; // not used: received messages go to the inbox
+    message.messageId = QStringLiteral("m-17@mmsc.example");
+    message.uri = QStringLiteral("http://mmsc.example/get/17");
+
+    const journey::Outcome outcome = journey::receive(message);
+
+    ASSERT_EQ(outcome.kind, journey::Outcome::Done) << outcome.error.toStdString();
+    const MMS_UTIL_DBStruct_T row = store.row(outcome.id);
+    EXPECT_EQ(tavmms_test::text16(row.cmn_fld_from_name), QStringLiteral("Carla"));
+    EXPECT_EQ(row.cmn_fld_folder_id, unsigned(journey::kInbox));
+    EXPECT_EQ(row.cmn_fld_send_receive_state, journey::kReceived);
+    EXPECT_EQ(row.cmn_fld_msg_attr_read, 0);
+    EXPECT_EQ(tavmms_test::text8(row.mms_fld_msgid_name), "m-17@mmsc.example");
+    EXPECT_EQ(tavmms_test::text8(row.mms_fld_msguri_name), "http://mmsc.example/get/17");
+    const Loaded mail = load(outcome.mailFile);
+    ASSERT_EQ(mail.result, MMS_UTIL_MAILFILE_OK);
+    EXPECT_EQ(MMS_UTIL_Common::entryToString(mail.header->from),
+              QStringLiteral("<Carla>[PLMN]+4915550199"));
+    EXPECT_EQ(mail.header->messageId, QStringLiteral("m-17@mmsc.example"));
+    EXPECT_EQ(mail.bodyBytes(), message.body);
+}
+
+TEST_F(MessageJourneyTest, ReceiveAddressesTheOwnerWhenNoRecipientIsGiven)
+{
+    EXPECT_CALL(addressBook, getOwnerNumber(_, _))
+        .WillRepeatedly(DoAll(SetArgReferee<0>(QStringLiteral("Me")),
+                              SetArgReferee<1>(QStringLiteral("+4915550100")), Return(true)));
+    journey::Message message = sampleMessage();
+    message.from = phone(QStringLiteral("+4915550199"));
+    message.to.clear();
+    message.cc.clear();
+
+    const journey::Outcome outcome = journey::receive(message);
+
+    ASSERT_EQ(outcome.kind, journey::Outcome::Done) << outcome.error.toStdString();
+    EXPECT_EQ(tavmms_test::text16(store.row(outcome.id).cmn_fld_to_name), QStringLiteral("Me"));
+}
+
+TEST_F(MessageJourneyTest, ReceiveRefusesABlockedSenderAndWritesNothing)
+{
+    ASSERT_EQ(MMS_UTIL_Setting::addToBlockList(QStringLiteral("15550199")), 0);
+    journey::Message message = sampleMessage();
+    message.from = phone(QStringLiteral("+4915550199"));
+
+    const journey::Outcome outcome = journey::receive(message);
+
+    EXPECT_EQ(outcome.kind, journey::Outcome::Blocked);
+    EXPECT_EQ(outcome.error,
+              QStringLiteral("'+4915550199' is on the block list; the message was refused"));
+    expectNothingStays();
+    EXPECT_FALSE(QFileInfo::exists(store.mailFileDir()));
+}
+
+TEST_F(MessageJourneyTest, ReceiveFilesABlockedSendersMessageWhenTheBlockListIsOff)
+{
+    ASSERT_EQ(MMS_UTIL_Setting::addToBlockList(QStringLiteral("15550199")), 0);
+    NiceMock<tavmms_test::MockFeatureFlags> flags;
+    EXPECT_CALL(flags, getFlexBit(kFilterFlag, _))
+        .WillRepeatedly(DoAll(SetArgReferee<1>(false), Return(true)));
+    const tavplatform::ScopedFeatureFlagService installed(&flags);
+    journey::Message message = sampleMessage();
+    message.from = phone(QStringLiteral("+4915550199"));
+
+    const journey::Outcome outcome = journey::receive(message);
+
+    EXPECT_EQ(outcome.kind, journey::Outcome::Done) << outcome.error.toStdString();
+    EXPECT_EQ(store.rowCount(), 1);
+}
+
+// ---- remove ----
+
+TEST_F(MessageJourneyTest, RemoveDeletesTheRowAndItsMailFile)
+{
+    const journey::Outcome kept = journey::compose(sampleMessage());
+    const journey::Outcome composed = journey::compose(sampleMessage());
+    ASSERT_EQ(composed.kind, journey::Outcome::Done);
+
+    const journey::Outcome outcome = journey::remove(composed.id);
+
+    EXPECT_EQ(outcome.kind, journey::Outcome::Done) << outcome.error.toStdString();
+    EXPECT_FALSE(outcome.mailFileWasMissing);
+    EXPECT_EQ(outcome.mailFile, composed.mailFile);
+    EXPECT_EQ(store.rowCount(), 1);
+    EXPECT_EQ(store.files(), QStringList{QStringLiteral("%1.mms").arg(kept.id)});
+    EXPECT_EQ(MMS_UTIL_DBTable::mmsTxn, nullptr);
+}
+
+TEST_F(MessageJourneyTest, RemoveOfAnUnknownIdChangesNothing)
+{
+    const journey::Outcome composed = journey::compose(sampleMessage());
+    ASSERT_EQ(composed.kind, journey::Outcome::Done);
+
+    const journey::Outcome outcome = journey::remove(composed.id + 1);
+
+    EXPECT_EQ(outcome.kind, journey::Outcome::NotFound);
+    EXPECT_EQ(outcome.error, QStringLiteral("no message %1").arg(composed.id + 1));
+    EXPECT_EQ(store.rowCount(), 1);
+    EXPECT_EQ(store.files(), QStringList{QStringLiteral("%1.mms").arg(composed.id)});
+    EXPECT_EQ(MMS_UTIL_DBTable::mmsTxn, nullptr);
+}
+
+TEST_F(MessageJourneyTest, RemoveDeletesARowWhoseMailFileIsMissing)
+{
+    const journey::Outcome composed = journey::compose(sampleMessage());
+    ASSERT_TRUE(QFile::remove(composed.mailFile));
+
+    const journey::Outcome outcome = journey::remove(composed.id);
+
+    EXPECT_EQ(outcome.kind, journey::Outcome::Done) << outcome.error.toStdString();
+    EXPECT_TRUE(outcome.mailFileWasMissing);
+    EXPECT_EQ(store.rowCount(), 0);
+}
+
+TEST_F(MessageJourneyTest, RemoveAlsoRemovesTheLeftoverOfAnInterruptedSave)
+{
+    const journey::Outcome composed = journey::compose(sampleMessage());
+    QFile leftover(composed.mailFile + QStringLiteral(".tmp"));
+    ASSERT_TRUE(leftover.open(QIODevice::WriteOnly));
+    leftover.close();
+
+    EXPECT_EQ(journey::remove(composed.id).kind, journey::Outcome::Done);
+
+    EXPECT_EQ(store.files(), QStringList());
+}
+
+TEST_F(MessageJourneyTest, RemoveKeepsTheRowWhenTheMailFileCannotBeRemoved)
+{
+    const journey::Outcome composed = journey::compose(sampleMessage());
+    // A directory that is not empty cannot be removed as a file.
+    ASSERT_TRUE(QFile::remove(composed.mailFile));
+    ASSERT_TRUE(QDir().mkpath(composed.mailFile + QStringLiteral("/inside")));
+
+    const journey::Outcome outcome = journey::remove(composed.id);
+
+    expectOneLineError(outcome);
+    EXPECT_TRUE(outcome.error.startsWith(QStringLiteral("cannot delete message %1: '%2' stays: ")
+                                             .arg(composed.id)
+                                             .arg(composed.mailFile)))
+        << outcome.error.toStdString();
+    EXPECT_EQ(store.rowCount(), 1);
+    EXPECT_EQ(MMS_UTIL_DBTable::mmsTxn, nullptr);
+}
+
+TEST_F(MessageJourneyTest, RemoveFailingAtAnyDatabaseCallKeepsTheMessageOrSaysWhatIsGone)
+{
+    for (int failing = 1;; ++failing) {
+        SCOPED_TRACE(failing);
+        Store each;
+        ASSERT_TRUE(each.isValid());
+        const tavmms_test::ScopedIndexTableState state;
+        const journey::Outcome composed = journey::compose(sampleMessage());
+        ASSERT_EQ(composed.kind, journey::Outcome::Done);
+        tavmms_test::FailingDatabase database(each.database().database(), failing, DB_ERR_IO);
+        const tavplatform::ScopedDatabaseService installed(&database.service());
+
+        const journey::Outcome outcome = journey::remove(composed.id);
+
+        EXPECT_EQ(MMS_UTIL_DBTable::mmsTxn, nullptr);
+        if (!database.failed()) {
+            EXPECT_EQ(outcome.kind, journey::Outcome::Done);
+            // Opening the table 4, deleting the row 4, committing 1, closing the table 1.
+            EXPECT_EQ(database.calls(), 10);
+            break;
+        }
+        if (outcome.kind == journey::Outcome::Done) {
+            EXPECT_EQ(each.rowCount(), 0);
+            EXPECT_EQ(each.files(), QStringList());
+            continue;
+        }
+        expectOneLineError(outcome);
+        EXPECT_EQ(each.rowCount(), 1);
+        // Only a commit that fails after the file went leaves the row alone, and says so.
+        if (each.files().isEmpty())
+            EXPECT_TRUE(outcome.error.endsWith(QStringLiteral("; its mail file is gone")))
+                << outcome.error.toStdString();
+        else
+            EXPECT_EQ(each.files(), QStringList{QStringLiteral("%1.mms").arg(composed.id)});
+    }
+}
+
+} // namespace
