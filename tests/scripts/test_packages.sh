@@ -1,0 +1,107 @@
+#!/bin/bash
+# Builds the Debian packages of a build tree with cpack, unpacks them into an empty root with
+# dpkg -x, and builds and runs the example program against that root alone, once with CMake and
+# once with pkg-config; then runs the packaged mmsutil and its bash completion.
+#   test_packages.sh CPACK CMAKE BUILD_DIR SOURCE_DIR SANITIZED(0|1)
+set -euo pipefail
+
+cpack=$1
+cmake=$2
+build=$3
+source=$4
+sanitized=$5
+
+if [[ $sanitized == 1 ]]; then
+    # Its libraries only load into programs that start the sanitizer runtime first.
+    echo "skipped: a sanitizer build is not for packages; run this test from a plain build"
+    exit 77
+fi
+
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+root=$work/root
+export TAV_PLATFORM_DIR=$work/platform TAV_LOCAL_DOWNLOAD_PATH=$work/download
+
+fail()
+{
+    echo "FAIL: $*" >&2
+    exit 1
+}
+
+# Runs a command quietly; shows its output when it fails.
+quietly()
+{
+    "$@" >"$work/step.log" 2>&1 || { cat "$work/step.log" >&2; fail "$*"; }
+}
+
+quietly "$cpack" -G DEB --config "$build/CPackConfig.cmake" -B "$work/packages"
+
+# One package per part, the development files and the tool at the library's exact version.
+package()
+{
+    local files=("$work/packages/$1"_*.deb)
+    [[ -f ${files[0]} && ${#files[@]} == 1 ]] || fail "no single $1 package in:" "$work"/packages/*.deb
+    printf '%s' "${files[0]}"
+}
+runtime=$(package libtavmmsutility1)
+development=$(package libtavmmsutility-dev)
+tool=$(package mmsutil)
+version=$(dpkg-deb -f "$runtime" Version)
+for deb in "$development" "$tool"; do
+    depends=$(dpkg-deb -f "$deb" Depends)
+    [[ $depends == *"libtavmmsutility1 (= $version)"* ]] ||
+        fail "$(basename "$deb") depends on '$depends', not on libtavmmsutility1 (= $version)"
+done
+[[ $(dpkg-deb -f "$runtime" Depends) == *libqt6core6* ]] || fail "the runtime package does not depend on Qt"
+
+for deb in "$runtime" "$development" "$tool"; do
+    dpkg -x "$deb" "$root"
+done
+library=$(find "$root/usr/lib" -name libtavmmsutility.so.1)
+[[ $library ]] || fail "no libtavmmsutility.so.1 under $root/usr/lib"
+libdir=$(dirname "$library")
+pcdir=$(dirname "$(find "$root/usr/lib" -name tavmmsutility.pc)")
+[[ -f $root/usr/share/bash-completion/completions/mmsutil ]] || fail "no bash completion"
+
+# Runs a built example; it must take the library from the root and write and read a message.
+run_example()
+{
+    local program=$1 shown
+    LD_LIBRARY_PATH=$libdir ldd "$program" | grep -q "libtavmmsutility.so.1 => $libdir/" ||
+        fail "$program does not load the library from the unpacked root"
+    shown=$(LD_LIBRARY_PATH=$libdir "$program" "$work/$(basename "$program").mms") ||
+        fail "$program failed"
+    [[ $shown == *"Subject: Hello from libtavmmsutility"*"To: Bob <bob@example.org>"* ]] ||
+        fail "$program printed: $shown"
+}
+
+# CMake: find_package(tavmmsutility) with the root's prefix.
+quietly "$cmake" -S "$source/examples" -B "$work/cmake-build" -DCMAKE_PREFIX_PATH="$root/usr" \
+    -DCMAKE_BUILD_TYPE=Release
+found=$(sed -n 's/^tavmmsutility_DIR:PATH=//p' "$work/cmake-build/CMakeCache.txt")
+[[ $found == "$root/"* ]] || fail "CMake found the package at '$found', outside the root"
+quietly "$cmake" --build "$work/cmake-build"
+run_example "$work/cmake-build/write_and_read"
+
+# pkg-config: the file finds its prefix from where it lies.
+export PKG_CONFIG_PATH=$pcdir
+prefix=$(pkg-config --variable=prefix tavmmsutility)
+[[ $prefix == "$root/"* ]] || fail "pkg-config gives the prefix '$prefix', outside the root"
+read -ra flags <<<"$(pkg-config --cflags --libs tavmmsutility)"
+quietly c++ -std=c++17 -fPIC "$source/examples/write_and_read.cpp" "${flags[@]}" \
+    -o "$work/write_and_read-pkgconfig"
+run_example "$work/write_and_read-pkgconfig"
+
+# The tool, and its completion with it.
+help=$(LD_LIBRARY_PATH=$libdir "$root/usr/bin/mmsutil" --help) || fail "mmsutil --help failed"
+[[ $help == *"Commands:"*"mailfile write"* ]] || fail "mmsutil --help printed: $help"
+completed=$(
+    # shellcheck source=/dev/null
+    source "$root/usr/share/bash-completion/completions/mmsutil"
+    COMP_WORDS=("$root/usr/bin/mmsutil" mailf)
+    COMP_CWORD=1
+    LD_LIBRARY_PATH=$libdir _mmsutil
+    printf '%s' "${COMPREPLY[*]}"
+)
+[[ $completed == mailfile ]] || fail "the packaged completion gave '$completed' for 'mailf'"
+echo "packages:" "$(basename "$runtime")" "$(basename "$development")" "$(basename "$tool")"
