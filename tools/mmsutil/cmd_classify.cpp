@@ -1,6 +1,7 @@
 // mmsutil classify: the message-type code that the applications give a message of a content type.
 
 #include "commands.h"
+#include "mmshelpers.h"
 
 #include <tavmmsutility.h>
 
@@ -10,32 +11,10 @@
 namespace
 {
 
-const struct {
-    int code;
-    const char* meaning;
-} kMeanings[] = {
-    {MMS_UTIL_Common::MSG_TYPE_RELATED_SMIL, "multipart/related message whose start part is SMIL, "
-                                             "or whose start type is unknown or missing"},
-    {MMS_UTIL_Common::MSG_TYPE_RELATED_XHTML,
-     "multipart/related message whose start part is XHTML"},
-    {MMS_UTIL_Common::MSG_TYPE_MIXED, "multipart/mixed message with no presentation part"},
-    {MMS_UTIL_Common::MSG_TYPE_SINGLE_MEDIA, "a single image, audio or video object"},
-    {MMS_UTIL_Common::MSG_TYPE_OTHER, "anything else"},
-};
-
-QString meaningOf(int code)
-{
-    for (const auto& row : kMeanings) {
-        if (row.code == code)
-            return QLatin1String(row.meaning);
-    }
-    return QString();
-}
-
 QString codeTable()
 {
     QString table;
-    for (const auto& row : kMeanings)
+    for (const cli::MessageTypeMeaning& row : cli::kMessageTypeMeanings)
         table += QStringLiteral("\n  %1  %2").arg(row.code).arg(QLatin1String(row.meaning));
     return table;
 }
@@ -82,7 +61,7 @@ int runClassify(const cli::Command& command, const QStringList& arguments)
 
     const int code = MMS_UTIL_Common::getMsgTypeByContentType(
         MMS_CONTENT_TYPE_T{name.left(slash), name.mid(slash + 1), params});
-    cli::out() << code << ' ' << meaningOf(code) << '\n';
+    cli::out() << code << ' ' << cli::messageTypeMeaning(code) << '\n';
     if (hasParams)
         cli::out() << "start type: "
                    << describeStartType(MMS_UTIL_Common::getAppTypeFrParaList(params)) << '\n';

@@ -358,6 +358,13 @@ QList<QStringList> sideBySide(const MMS_UTIL_DBStruct_T& row, const MMS_UTIL_Msg
     };
 }
 
+// "2: multipart/mixed message with no presentation part".
+QString messageTypeText(const MMS_CONTENT_TYPE_T& contentType)
+{
+    const int code = MMS_UTIL_Common::getMsgTypeByContentType(contentType);
+    return QStringLiteral("%1: %2").arg(code).arg(cli::messageTypeMeaning(code));
+}
+
 int runShow(const cli::Command& command, const QStringList& arguments)
 {
     QCommandLineParser parser;
@@ -397,8 +404,7 @@ int runShow(const cli::Command& command, const QStringList& arguments)
         return cli::ExitFailed;
     out << indexrows::columns({
         {QStringLiteral("Body:"), QStringLiteral("%1 bytes").arg(mail->bodyLength)},
-        {QStringLiteral("Message type:"),
-         QString::number(MMS_UTIL_Common::getMsgTypeByContentType(mail->header->contentType))},
+        {QStringLiteral("Message type:"), messageTypeText(mail->header->contentType)},
     });
     return cli::ExitOk;
 }

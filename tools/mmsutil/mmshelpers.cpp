@@ -148,6 +148,25 @@ std::optional<LoadedMailFile> loadMailFile(const QString& path)
     return loaded;
 }
 
+const MessageTypeMeaning kMessageTypeMeanings[5] = {
+    {MMS_UTIL_Common::MSG_TYPE_RELATED_SMIL, "multipart/related message whose start part is SMIL, "
+                                             "or whose start type is unknown or missing"},
+    {MMS_UTIL_Common::MSG_TYPE_RELATED_XHTML,
+     "multipart/related message whose start part is XHTML"},
+    {MMS_UTIL_Common::MSG_TYPE_MIXED, "multipart/mixed message with no presentation part"},
+    {MMS_UTIL_Common::MSG_TYPE_SINGLE_MEDIA, "a single image, audio or video object"},
+    {MMS_UTIL_Common::MSG_TYPE_OTHER, "anything else"},
+};
+
+QString messageTypeMeaning(int code)
+{
+    for (const MessageTypeMeaning& row : kMessageTypeMeanings) {
+        if (row.code == code)
+            return QLatin1String(row.meaning);
+    }
+    return QString();
+}
+
 std::optional<int> parseRowId(QCommandLineParser& parser, const Command& command,
                               const QStringList& arguments, const QString& description,
                               unsigned int* id)

@@ -45,6 +45,15 @@ struct LoadedMailFile {
 // Loads the mail file `path`; reports why and gives nothing when it cannot be loaded.
 std::optional<LoadedMailFile> loadMailFile(const QString& path);
 
+// The message-type codes of MMS_UTIL_Common::getMsgTypeByContentType in words.
+struct MessageTypeMeaning {
+    int code;
+    const char* meaning;
+};
+extern const MessageTypeMeaning kMessageTypeMeanings[5];
+// The words for `code`; empty for a code that does not occur.
+QString messageTypeMeaning(int code);
+
 // Parses a command whose one argument, described by `description`, is a row id of the message
 // index into `id`; gives the exit status when the command must stop here.
 std::optional<int> parseRowId(QCommandLineParser& parser, const Command& command,
