@@ -1,0 +1,567 @@
+// mmsutil compose, receive, list, show and delete, run as a child process on a temporary platform
+// directory and download path: what they print, their exit codes, and the rows and mail files
+// they leave, read back through the library and a connection of the test's own.
+
+#include <tavmmsutility.h>
+
+#include "support/child_process.h"
+#include "support/index_table_helpers.h"
+#include "support/mount_namespace.h"
+#include "support/sql_queries.h"
+#include "support/temp_database.h"
+#include "support/tool_process.h"
+
+#include <gtest/gtest.h>
+
+#include <QDateTime>
+#include <QDir>
+#include <QFile>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QProcessEnvironment>
+#include <QTemporaryDir>
+
+namespace
+{
+
+using namespace std::chrono_literals;
+using tavmms_test::ChildProcess;
+using tavmms_test::ChildVerdict;
+using tavmms_test::expectFailure;
+using tavmms_test::expectUsageError;
+using tavmms_test::ToolResult;
+
+const QByteArray kContacts = "BEGIN:VCARD\r\n"
+                             "VERSION:3.0\r\n"
+                             "FN:Ann Example\r\n"
+                             "TEL:+1 555 0101\r\n"
+                             "END:VCARD\r\n"
+                             "BEGIN:VCARD\r\n"
+                             "VERSION:3.0\r\n"
+                             "FN:Bob Example\r\n"
+                             "EMAIL:bob@example.org\r\n"
+                             "END:VCARD\r\n";
+const QByteArray kBody = "encoded \x01 body";
+
+class MmsutilJourneyTest : public ::testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        ASSERT_TRUE(dir.isValid());
+        QFile body(bodyPath());
+        ASSERT_TRUE(body.open(QIODevice::WriteOnly));
+        ASSERT_EQ(body.write(kBody), kBody.size());
+    }
+
+    QString platformDir() const { return dir.filePath(QStringLiteral("platform")); }
+    QString databasePath() const { return platformDir() + QStringLiteral("/device.db"); }
+    QString mailFileDir() const { return dir.filePath(QStringLiteral("download/mms/mailfile")); }
+    QString mailFile(unsigned id) const
+    {
+        return mailFileDir() + QStringLiteral("/%1.mms").arg(id);
+    }
+    QString bodyPath() const { return dir.filePath(QStringLiteral("body.bin")); }
+
+    // The tool on the temporary directories, in UTC so that the times it prints are the same
+    // everywhere.
+    ToolResult run(const QStringList& arguments, const QByteArray& input = QByteArray()) const
+    {
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.insert(QStringLiteral("TAV_PLATFORM_DIR"), platformDir());
+        environment.insert(QStringLiteral("TAV_LOCAL_DOWNLOAD_PATH"),
+                           dir.filePath(QStringLiteral("download")));
+        environment.insert(QStringLiteral("TZ"), QStringLiteral("UTC"));
+        return tavmms_test::runTool(QStringLiteral(TAVMMS_MMSUTIL_PATH), arguments, dir.path(),
+                                    input, environment);
+    }
+
+    // Runs a command that must succeed without a word on standard error; gives its output.
+    QByteArray ok(const QStringList& arguments, const QByteArray& input = QByteArray()) const
+    {
+        const ToolResult result = run(arguments, input);
+        EXPECT_EQ(result.exitCode, 0) << result.err.toStdString();
+        EXPECT_TRUE(result.err.isEmpty()) << result.err.toStdString();
+        return result.out;
+    }
+
+    // The address book knows Ann and Bob, and the owner.
+    void fillAddressBook() const
+    {
+        ok({QStringLiteral("contacts"), QStringLiteral("import"), QStringLiteral("-")}, kContacts);
+        ok({QStringLiteral("contacts"), QStringLiteral("owner"), QStringLiteral("--set"),
+            QStringLiteral("Me"), QStringLiteral("+15550100")});
+    }
+
+    // Composes the sample message; checks that the id and the mail file are printed, and gives
+    // the id (0 after a failure).
+    unsigned compose(const QStringList& more = {}) const
+    {
+        return stored(
+            run(QStringList{QStringLiteral("compose"), QStringLiteral("--to"),
+                            QStringLiteral("+15550101"), QStringLiteral("--to"),
+                            QStringLiteral("bob@example.org"), QStringLiteral("--cc"),
+                            QStringLiteral("<Carol>[PLMN]+15550102"), QStringLiteral("--subject"),
+                            QStringLiteral("Hello"), QStringLiteral("--body"), bodyPath()} +
+                more));
+    }
+
+    unsigned receive(const QString& from) const
+    {
+        return stored(run({QStringLiteral("receive"), bodyPath(), QStringLiteral("--from"), from,
+                           QStringLiteral("--subject"), QStringLiteral("Re: Hello")}));
+    }
+
+    // What compose and receive print: "<id> <mail file>".
+    unsigned stored(const ToolResult& result) const
+    {
+        EXPECT_EQ(result.exitCode, 0) << result.err.toStdString();
+        EXPECT_TRUE(result.err.isEmpty()) << result.err.toStdString();
+        const unsigned id = result.out.split(' ').constFirst().toUInt();
+        EXPECT_NE(id, 0u) << result.out.toStdString();
+        EXPECT_EQ(result.out, QByteArray::number(id) + ' ' + mailFile(id).toUtf8() + '\n');
+        return id;
+    }
+
+    // Row `id` as the library reads it from the database file.
+    MMS_UTIL_DBStruct_T readBack(unsigned id) const
+    {
+        const tavmms_test::ScopedIndexTableState state;
+        tavmms_test::InstalledDatabase installed(databasePath());
+        MMS_UTIL_DBStruct_T record{};
+        EXPECT_EQ(MMS_UTIL_DBTable::initTable(), DB_OK);
+        EXPECT_EQ(MMS_UTIL_DBTable::readRecord(id, &record), DB_OK);
+        EXPECT_EQ(MMS_UTIL_DBTable::closeTable(), DB_OK);
+        return record;
+    }
+
+    // The ids in the table, by a connection of the test's own; none without a table.
+    QList<QByteArray> rowIds() const
+    {
+        const auto look = tavmms_test::lookInto(databasePath());
+        if (!look || tavmms_test::queryInt(*look, "SELECT count(*) FROM sqlite_master WHERE name "
+                                                  "= 'mms_table_in_flash'") != 1)
+            return {};
+        return tavmms_test::queryColumn(*look, "SELECT id FROM mms_table_in_flash ORDER BY id");
+    }
+
+    QStringList files() const
+    {
+        return QDir(mailFileDir())
+            .entryList(QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot);
+    }
+
+    // The time the row's message was sent, as the tool prints it.
+    QByteArray dateOf(unsigned id) const
+    {
+        return QDateTime::fromSecsSinceEpoch(readBack(id).cmn_fld_time, Qt::UTC)
+            .toString(QStringLiteral("yyyy-MM-dd hh:mm:ss"))
+            .toUtf8();
+    }
+
+    QTemporaryDir dir;
+};
+
+TEST_F(MmsutilJourneyTest, AMessageGoesTheWholeWay)
+{
+    fillAddressBook();
+    const unsigned sent = compose();
+    const unsigned received = receive(QStringLiteral("+15550199"));
+    ASSERT_EQ(sent, 1u);
+    ASSERT_EQ(received, 2u);
+    EXPECT_EQ(rowIds(), (QList<QByteArray>{"1", "2"}));
+    EXPECT_EQ(files(), (QStringList{QStringLiteral("1.mms"), QStringLiteral("2.mms")}));
+
+    const QByteArray listed = ok({QStringLiteral("list")});
+    EXPECT_EQ(listed.toStdString(),
+              ("ID  FOLDER  DATE                 FROM       TO                               "
+               "SUBJECT\n"
+               " 1       2  " +
+               dateOf(1) +
+               "  Me         Ann Example, Bob Example, Carol  Hello\n"
+               " 2       1  " +
+               dateOf(2) + "  +15550199  Me                               Re: Hello\n")
+                  .toStdString());
+
+    const ToolResult removed = run({QStringLiteral("delete"), QStringLiteral("1")});
+    EXPECT_EQ(removed.exitCode, 0) << removed.err.toStdString();
+    EXPECT_EQ(removed.out, "Deleted message 1 and its mail file " + mailFile(1).toUtf8() + '\n');
+    EXPECT_EQ(rowIds(), QList<QByteArray>{"2"});
+    EXPECT_EQ(files(), QStringList{QStringLiteral("2.mms")});
+    EXPECT_EQ(ok({QStringLiteral("list")}).toStdString(),
+              ("ID  FOLDER  DATE                 FROM       TO  SUBJECT\n"
+               " 2       1  " +
+               dateOf(2) + "  +15550199  Me  Re: Hello\n")
+                  .toStdString());
+}
+
+TEST_F(MmsutilJourneyTest, ComposeStoresTheRowAndTheMailFileAsTheLibraryReadsThem)
+{
+    fillAddressBook();
+    const unsigned id =
+        compose({QStringLiteral("--folder"), QStringLiteral("5"), QStringLiteral("--content-type"),
+                 QStringLiteral("application/vnd.wap.multipart.related "
+                                "type=application/smil")});
+    ASSERT_NE(id, 0u);
+
+    const MMS_UTIL_DBStruct_T row = readBack(id);
+    EXPECT_EQ(tavmms_test::text16(row.cmn_fld_from_name), QStringLiteral("Me"));
+    EXPECT_EQ(tavmms_test::text16(row.cmn_fld_to_name),
+              QStringLiteral("Ann Example, Bob Example, Carol"));
+    EXPECT_EQ(tavmms_test::text16(row.cmn_fld_subject), QStringLiteral("Hello"));
+    EXPECT_EQ(row.cmn_fld_folder_id, 5u);
+    EXPECT_EQ(row.mms_fld_contenttype_name, 0x33);
+    EXPECT_EQ(row.cmn_fld_mms_type, MMS_UTIL_Common::MSG_TYPE_RELATED_SMIL);
+    EXPECT_EQ(row.mms_fld_msgsize_name, unsigned(kBody.size()));
+
+    MMS_UTIL_MailFile file(mailFile(id));
+    ASSERT_EQ(file.loadMailFile(), MMS_UTIL_MAILFILE_OK);
+    const std::unique_ptr<MMS_UTIL_MsgHeaderBase> header(file.header);
+    const std::unique_ptr<unsigned char[]> body(file.body);
+    EXPECT_EQ(QByteArray(reinterpret_cast<const char*>(body.get()), qsizetype(file.bodyLength)),
+              kBody);
+    EXPECT_EQ(MMS_UTIL_Common::entryToString(header->from), QStringLiteral("<Me>[PLMN]+15550100"));
+    EXPECT_EQ(MMS_UTIL_Common::entryListToString(header->toList),
+              QStringLiteral("<Ann Example>[PLMN]+15550101,<Bob Example>[EMAIL]bob@example.org,"));
+    EXPECT_EQ(MMS_UTIL_Common::contentTypeToString(header->contentType),
+              QStringLiteral("application/vnd.wap.multipart.related type=application/smil"));
+}
+
+TEST_F(MmsutilJourneyTest, ComposeReadsTheBodyFromStandardInput)
+{
+    const unsigned id = stored(
+        run({QStringLiteral("compose"), QStringLiteral("--to"), QStringLiteral("+15550101"),
+             QStringLiteral("--subject"), QString(), QStringLiteral("--body"), QStringLiteral("-")},
+            QByteArray(5000, 'b')));
+    ASSERT_NE(id, 0u);
+    EXPECT_EQ(readBack(id).mms_fld_msgsize_name, 5000u);
+    EXPECT_EQ(ok({QStringLiteral("mailfile"), QStringLiteral("body"), mailFile(id)}),
+              QByteArray(5000, 'b'));
+}
+
+TEST_F(MmsutilJourneyTest, ComposeThatFailsKeepsNothingAndSaysWhyInOneLine)
+{
+    // The second line of the subject would be read back as the To: line.
+    const ToolResult result =
+        run({QStringLiteral("compose"), QStringLiteral("--to"), QStringLiteral("+15550101"),
+             QStringLiteral("--subject"), QStringLiteral("Plans\nTo: everyone"),
+             QStringLiteral("--body"), bodyPath()});
+
+    expectFailure(result);
+    EXPECT_EQ(result.err, "mmsutil: the mail file '" + mailFile(1).toUtf8() +
+                              "' reads back a different To: line; nothing was kept\n");
+    EXPECT_EQ(rowIds(), QList<QByteArray>());
+    EXPECT_EQ(files(), QStringList());
+}
+
+TEST_F(MmsutilJourneyTest, ComposeRefusesAWrongCommandLineAndWritesNothing)
+{
+    const QString body = bodyPath();
+    const QList<QStringList> wrong = {
+        {QStringLiteral("--subject"), QStringLiteral("Hi"), QStringLiteral("--body"), body},
+        {QStringLiteral("--to"), QStringLiteral("1"), QStringLiteral("--body"), body},
+        {QStringLiteral("--to"), QStringLiteral("1"), QStringLiteral("--subject"),
+         QStringLiteral("Hi")},
+        {QStringLiteral("--to"), QStringLiteral(","), QStringLiteral("--subject"),
+         QStringLiteral("Hi"), QStringLiteral("--body"), body},
+        {QStringLiteral("--to"), QStringLiteral("<Ann>[FAX]1"), QStringLiteral("--subject"),
+         QStringLiteral("Hi"), QStringLiteral("--body"), body},
+        {QStringLiteral("--to"), QStringLiteral("1"), QStringLiteral("--subject"),
+         QStringLiteral("Hi"), QStringLiteral("--body"), body, QStringLiteral("--folder"),
+         QStringLiteral("-1")},
+        {QStringLiteral("--to"), QStringLiteral("1"), QStringLiteral("--subject"),
+         QStringLiteral("Hi"), QStringLiteral("--body"), body, QStringLiteral("--content-type"),
+         QStringLiteral("text")},
+        {QStringLiteral("--to"), QStringLiteral("1"), QStringLiteral("--subject"),
+         QStringLiteral("Hi"), QStringLiteral("--body"), body, QStringLiteral("--content-type"),
+         QStringLiteral("text/ plain")},
+        {QStringLiteral("--to"), QStringLiteral("1"), QStringLiteral("--subject"),
+         QStringLiteral("Hi"), QStringLiteral("--body"), body, QStringLiteral("extra")},
+    };
+    for (const QStringList& options : wrong) {
+        SCOPED_TRACE(options.join(QLatin1Char(' ')).toStdString());
+        expectUsageError(run(QStringList{QStringLiteral("compose")} + options));
+    }
+    const ToolResult missing =
+        run({QStringLiteral("compose"), QStringLiteral("--to"), QStringLiteral("1"),
+             QStringLiteral("--subject"), QStringLiteral("Hi"), QStringLiteral("--body"),
+             dir.filePath(QStringLiteral("missing"))});
+    expectFailure(missing);
+    EXPECT_TRUE(missing.err.startsWith("mmsutil: cannot read '")) << missing.err.toStdString();
+    EXPECT_EQ(rowIds(), QList<QByteArray>());
+    EXPECT_FALSE(QFileInfo::exists(mailFileDir()));
+}
+
+// Moves the calling child into a mount namespace of its own with a small file system over
+// `directory`, filled up; empty when done, else why it cannot be.
+std::string onAFullDisk(const QString& directory)
+{
+    if (!QDir().mkpath(directory))
+        return "cannot make " + directory.toStdString();
+    if (const std::string why = tavmms_test::enterPrivateMountNamespace(); !why.empty())
+        return "no private mount namespace for a small file system: " + why;
+    if (const std::string why = tavmms_test::mountSmallTmpfs(directory, 256); !why.empty())
+        return "no small file system to fill: " + why;
+    QFile filler(directory + QStringLiteral("/filler"));
+    if (!filler.open(QIODevice::WriteOnly))
+        return "cannot make the file that fills the disk";
+    const QByteArray block(4096, 'f');
+    while (filler.write(block) == block.size() && filler.flush()) {
+    }
+    return {};
+}
+
+TEST_F(MmsutilJourneyTest, ComposeOnAFullDiskKeepsNothing)
+{
+    ChildProcess child([&](ChildProcess&) {
+        if (const std::string why = onAFullDisk(mailFileDir()); !why.empty())
+            return ChildVerdict::skip(why);
+        const ToolResult result =
+            run({QStringLiteral("compose"), QStringLiteral("--to"), QStringLiteral("+15550101"),
+                 QStringLiteral("--subject"), QStringLiteral("Hello"), QStringLiteral("--body"),
+                 bodyPath()});
+        const QByteArray expected = "mmsutil: cannot write the mail file '" + mailFile(1).toUtf8() +
+                                    "': no space left on device; nothing was kept\n";
+        if (result.exitCode != 1 || !result.out.isEmpty() || result.err != expected)
+            return ChildVerdict::fail("compose on a full disk exited with " +
+                                      std::to_string(result.exitCode) + ": " +
+                                      result.err.toStdString());
+        if (!rowIds().isEmpty())
+            return ChildVerdict::fail("a row stayed");
+        if (files() != QStringList{QStringLiteral("filler")})
+            return ChildVerdict::fail("files stayed: " +
+                                      files().join(QLatin1Char(' ')).toStdString());
+        return ChildVerdict::pass();
+    });
+    EXPECT_CHILD_PASSES(child, 60s);
+}
+
+TEST_F(MmsutilJourneyTest, ReceiveFilesTheMessageInTheInbox)
+{
+    fillAddressBook();
+    const unsigned sent = compose();
+    const ToolResult result =
+        run({QStringLiteral("receive"), QStringLiteral("-"), QStringLiteral("--from"),
+             QStringLiteral("+15550101"), QStringLiteral("--subject"), QStringLiteral("Re: Hello"),
+             QStringLiteral("--message-id"), QStringLiteral("m-1@mmsc.example"),
+             QStringLiteral("--uri"), QStringLiteral("http://mmsc.example/get/1")},
+            kBody);
+    const unsigned received = stored(result);
+    ASSERT_NE(received, 0u);
+
+    const MMS_UTIL_DBStruct_T row = readBack(received);
+    EXPECT_EQ(tavmms_test::text16(row.cmn_fld_from_name), QStringLiteral("Ann Example"));
+    EXPECT_EQ(tavmms_test::text16(row.cmn_fld_to_name), QStringLiteral("Me"));
+    EXPECT_EQ(tavmms_test::text8(row.mms_fld_msgid_name), "m-1@mmsc.example");
+    EXPECT_EQ(ok({QStringLiteral("index"), QStringLiteral("find"),
+                  QStringLiteral("http://mmsc.example/get/1")}),
+              QByteArray::number(received) + '\n');
+    EXPECT_EQ(ok({QStringLiteral("list"), QStringLiteral("--folder"), QStringLiteral("1")}),
+              "ID  FOLDER  DATE                 FROM         TO  SUBJECT\n"
+              " " +
+                  QByteArray::number(received) + "       1  " + dateOf(received) +
+                  "  Ann Example  Me  Re: Hello\n");
+    EXPECT_EQ(
+        ok({QStringLiteral("list"), QStringLiteral("--folder"), QStringLiteral("2")}).count('\n'),
+        2);
+    EXPECT_NE(sent, received);
+}
+
+TEST_F(MmsutilJourneyTest, ReceiveRefusesABlockedSenderWithExitStatus4AndWritesNothing)
+{
+    ok({QStringLiteral("block"), QStringLiteral("add"), QStringLiteral("15550199")});
+
+    const ToolResult result = run({QStringLiteral("receive"), bodyPath(), QStringLiteral("--from"),
+                                   QStringLiteral("+15550199")});
+
+    EXPECT_EQ(result.exitCode, 4);
+    EXPECT_TRUE(result.out.isEmpty()) << result.out.toStdString();
+    EXPECT_EQ(result.err, "mmsutil: '+15550199' is on the block list; the message was refused\n");
+    EXPECT_EQ(rowIds(), QList<QByteArray>());
+    EXPECT_FALSE(QFileInfo::exists(mailFileDir()));
+}
+
+TEST_F(MmsutilJourneyTest, ReceiveTakesABlockedSendersMessageWhenTheBlockListIsOff)
+{
+    ok({QStringLiteral("block"), QStringLiteral("add"), QStringLiteral("15550199")});
+    ok({QStringLiteral("flex"), QStringLiteral("set"), QStringLiteral("49"),
+        QStringLiteral("off")});
+
+    EXPECT_EQ(receive(QStringLiteral("+15550199")), 1u);
+}
+
+TEST_F(MmsutilJourneyTest, ReceiveRefusesAWrongCommandLine)
+{
+    expectUsageError(run({QStringLiteral("receive"), bodyPath()}));
+    expectUsageError(
+        run({QStringLiteral("receive"), QStringLiteral("--from"), QStringLiteral("1")}));
+    expectUsageError(run(
+        {QStringLiteral("receive"), bodyPath(), QStringLiteral("--from"), QStringLiteral("<x")}));
+    expectUsageError(run({QStringLiteral("receive"), bodyPath(), QStringLiteral("--from"),
+                          QStringLiteral("1"), QStringLiteral("--folder"), QStringLiteral("3")}));
+}
+
+TEST_F(MmsutilJourneyTest, ListOfAnEmptyStorePrintsTheHeadingAlone)
+{
+    EXPECT_EQ(ok({QStringLiteral("list")}), "ID  FOLDER  DATE  FROM  TO  SUBJECT\n");
+    EXPECT_EQ(ok({QStringLiteral("list"), QStringLiteral("--json")}), "[\n]\n");
+}
+
+TEST_F(MmsutilJourneyTest, ListAsJsonGivesOneObjectPerMessage)
+{
+    fillAddressBook();
+    const unsigned sent = compose();
+    const unsigned received = receive(QStringLiteral("+15550199"));
+
+    QJsonParseError error;
+    const QJsonDocument document =
+        QJsonDocument::fromJson(ok({QStringLiteral("list"), QStringLiteral("--json")}), &error);
+
+    ASSERT_EQ(error.error, QJsonParseError::NoError);
+    ASSERT_TRUE(document.isArray());
+    const QJsonArray messages = document.array();
+    ASSERT_EQ(messages.size(), 2);
+    const QJsonObject first = messages.at(0).toObject();
+    EXPECT_EQ(first.value(QStringLiteral("id")).toInteger(), qint64(sent));
+    EXPECT_EQ(first.value(QStringLiteral("folder")).toInteger(), 2);
+    EXPECT_EQ(first.value(QStringLiteral("time")).toInteger(), qint64(readBack(sent).cmn_fld_time));
+    EXPECT_EQ(first.value(QStringLiteral("date")).toString().toUtf8(), dateOf(sent));
+    EXPECT_EQ(first.value(QStringLiteral("from")).toString(), QStringLiteral("Me"));
+    EXPECT_EQ(first.value(QStringLiteral("to")).toString(),
+              QStringLiteral("Ann Example, Bob Example, Carol"));
+    EXPECT_EQ(first.value(QStringLiteral("subject")).toString(), QStringLiteral("Hello"));
+    EXPECT_EQ(first.value(QStringLiteral("size")).toInteger(), kBody.size());
+    EXPECT_EQ(first.value(QStringLiteral("read")).toBool(), true);
+    EXPECT_EQ(first.value(QStringLiteral("mailFile")).toString(), mailFile(sent));
+    EXPECT_EQ(first.keys().size(), 10);
+    const QJsonObject second = messages.at(1).toObject();
+    EXPECT_EQ(second.value(QStringLiteral("id")).toInteger(), qint64(received));
+    EXPECT_EQ(second.value(QStringLiteral("folder")).toInteger(), 1);
+    EXPECT_EQ(second.value(QStringLiteral("read")).toBool(), false);
+
+    const QJsonDocument inbox =
+        QJsonDocument::fromJson(ok({QStringLiteral("list"), QStringLiteral("--json"),
+                                    QStringLiteral("--folder"), QStringLiteral("1")}));
+    ASSERT_EQ(inbox.array().size(), 1);
+    EXPECT_EQ(inbox.array().at(0).toObject().value(QStringLiteral("id")).toInteger(),
+              qint64(received));
+}
+
+TEST_F(MmsutilJourneyTest, ShowPrintsTheRowBesideTheMailFile)
+{
+    fillAddressBook();
+    const unsigned id = compose();
+    ASSERT_EQ(id, 1u);
+    const QByteArray uri = tavmms_test::text8(readBack(id).mms_fld_msguri_name);
+    const QByteArray date = dateOf(id);
+    const QByteArray reached =
+        QDateTime::fromSecsSinceEpoch(readBack(id).cmn_fld_time_msg_reach_phone, Qt::UTC)
+            .toString(QStringLiteral("yyyy-MM-dd hh:mm:ss"))
+            .toUtf8();
+
+    const QByteArray shown = ok({QStringLiteral("show"), QStringLiteral("1")});
+
+    const QByteArray expected =
+        "Message:    1\n"
+        "Folder:     2 (outbox)\n"
+        "State:      to send, read\n"
+        "URI:        " +
+        uri +
+        "\n"
+        "Mail file:  " +
+        mailFile(1).toUtf8() +
+        "\n"
+        "\n"
+        "FIELD              INDEX ROW                                 MAIL FILE\n"
+        "From               Me                                        <Me>[PLMN]+15550100\n"
+        "To                 Ann Example, Bob Example, Carol           <Ann Example>[PLMN]+15550101,"
+        "<Bob Example>[EMAIL]bob@example.org,\n"
+        "CC                                                           <Carol>[PLMN]+15550102,\n"
+        "BCC\n"
+        "Subject            Hello                                     Hello\n"
+        "Date               " +
+        date + "                       " + date +
+        "\n"
+        "Reached phone      " +
+        reached +
+        "\n"
+        "Delivery\n"
+        "Expiry             65535                                     65535\n"
+        "Priority           Normal                                    Normal\n"
+        "Content type       35 (application/vnd.wap.multipart.mixed)  "
+        "application/vnd.wap.multipart.mixed\n"
+        "Size               14                                        14\n"
+        "Message ID\n"
+        "Delivery report    False                                     False\n"
+        "Read report        False                                     False\n"
+        "Sender visibility  False                                     False\n"
+        "\n"
+        "Body:          14 bytes\n"
+        "Message type:  2: multipart/mixed message with no presentation part\n";
+    EXPECT_EQ(shown.toStdString(), expected.toStdString());
+}
+
+TEST_F(MmsutilJourneyTest, ShowOfAMessageWithoutItsMailFilePrintsTheRowAndFails)
+{
+    const unsigned id = compose();
+    ASSERT_TRUE(QFile::remove(mailFile(id)));
+
+    const ToolResult result = run({QStringLiteral("show"), QString::number(id)});
+
+    EXPECT_EQ(result.exitCode, 1);
+    EXPECT_EQ(result.err, "mmsutil: no such file '" + mailFile(id).toUtf8() + "'\n");
+    const QList<QByteArray> lines = result.out.split('\n');
+    ASSERT_GT(lines.size(), 10);
+    EXPECT_EQ(lines.at(6),
+              "FIELD              INDEX ROW                                 MAIL FILE");
+    EXPECT_EQ(lines.at(7), "From");
+    EXPECT_EQ(lines.at(8), "To                 +15550101, bob@example.org, Carol");
+    EXPECT_FALSE(result.out.contains("Body:"));
+}
+
+TEST_F(MmsutilJourneyTest, ShowAndDeleteOfAnUnknownIdFailAndChangeNothing)
+{
+    const unsigned id = compose();
+    const QString unknown = QString::number(id + 1);
+
+    const ToolResult shown = run({QStringLiteral("show"), unknown});
+    const ToolResult removed = run({QStringLiteral("delete"), unknown});
+
+    expectFailure(shown);
+    EXPECT_EQ(shown.err, "mmsutil: no message " + unknown.toUtf8() + '\n');
+    expectFailure(removed);
+    EXPECT_EQ(removed.err, "mmsutil: no message " + unknown.toUtf8() + '\n');
+    EXPECT_EQ(rowIds(), QList<QByteArray>{QByteArray::number(id)});
+    EXPECT_EQ(files(), QStringList{QStringLiteral("%1.mms").arg(id)});
+    expectUsageError(run({QStringLiteral("show"), QStringLiteral("x")}));
+    expectUsageError(run({QStringLiteral("delete")}));
+}
+
+TEST_F(MmsutilJourneyTest, DeleteOfARowWithoutItsMailFileSaysSo)
+{
+    const unsigned id = compose();
+    ASSERT_TRUE(QFile::remove(mailFile(id)));
+
+    const ToolResult result = run({QStringLiteral("delete"), QString::number(id)});
+
+    EXPECT_EQ(result.exitCode, 0) << result.err.toStdString();
+    EXPECT_EQ(result.out, "Deleted message " + QByteArray::number(id) + "; it had no mail file " +
+                              mailFile(id).toUtf8() + '\n');
+    EXPECT_EQ(rowIds(), QList<QByteArray>());
+}
+
+TEST_F(MmsutilJourneyTest, HelpDescribesTheMessageCommands)
+{
+    const QByteArray tool = ok({QStringLiteral("--help")});
+    for (const char* command : {"compose", "receive", "list", "show", "delete"}) {
+        SCOPED_TRACE(command);
+        EXPECT_TRUE(tool.contains(QByteArray("\n  ") + command + ' '));
+        EXPECT_TRUE(ok({QLatin1String(command), QStringLiteral("--help")})
+                        .startsWith(QByteArray("Usage: mmsutil ") + command));
+    }
+    EXPECT_TRUE(
+        ok({QStringLiteral("receive"), QStringLiteral("--help")}).contains("exit status 4"));
+}
+
+} // namespace
