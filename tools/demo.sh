@@ -1,11 +1,12 @@
 #!/usr/bin/env bash
-# The main job behind `make run`: the MMS settings get a default profile when they have none and
-# are shown; a sample message gets its row in the message index of the device database, and its
-# mail file, named after the row's id, under the default working directory, with its reports,
-# expiry and priority taken from the stored sending options; both are shown back, then the whole
-# index is listed; the sample contacts are imported into the address book, which names the
-# message's sender and recipients. Every run adds one more message; the settings are made once,
-# and importing the contacts again replaces them.
+# The main job behind `make run`: a message's whole way through the library, on the default data
+# directories. The MMS settings get a default profile when they have none; the sample contacts are
+# imported into the address book (importing again replaces them), and its owner is set when there
+# is none. Then a message is composed: a header with the stored sending options, recipients named
+# from the address book, its row in the message index and its mail file, named after the row's id,
+# written and read back. A reply is received into the inbox, and a message from a blocked sender is
+# refused. The messages are listed and the new one is shown in full. Every run adds two messages;
+# the settings, the owner and the block list are made once.
 set -euo pipefail
 
 mmsutil=${1:?usage: demo.sh PATH-TO-MMSUTIL}
@@ -14,9 +15,10 @@ data=${XDG_DATA_HOME:-$HOME/.local/share}/tavmms
 export TAV_LOCAL_DOWNLOAD_PATH=${TAV_LOCAL_DOWNLOAD_PATH:-$data/download}
 body="$top/examples/data/sample-body.txt"
 subject="Hello from libtavmmsutility"
-# Each run's message has a URI of its own, so that looking it up finds this run's row.
-uri="http://mmsc.example.org/demo/$(date +%Y%m%d-%H%M%S)-$$"
 profile="Operator MMS"
+owner_name="Dana Demo"
+owner_number=+15550100
+blocked=+15550666
 
 echo "== Where the data goes"
 "$mmsutil" paths
@@ -44,50 +46,52 @@ echo "== The address book, filled from a sample vCard file"
 "$mmsutil" contacts list
 
 echo
+echo "== The phone's owner, who sends the messages composed here"
+# "contacts owner" says "no owner" and exits with 3 until one is set.
+if ! "$mmsutil" contacts owner >/dev/null; then
+    "$mmsutil" contacts owner --set "$owner_name" "$owner_number"
+fi
+"$mmsutil" contacts owner
+
+echo
 echo "== The sending options a new message takes"
 "$mmsutil" sending show
 
 echo
-echo "== Adding the sample message's row to the message index"
-id=$("$mmsutil" index add \
-    --from "Demo <+15550100>" \
-    --to "Ann <+15550101>, bob@example.org" \
-    --subject "$subject" \
-    --folder 1 \
-    --size "$(wc -c <"$body")" \
-    --time "$(date +%s)" \
-    --uri "$uri")
-echo "The database gave the row id $id."
+echo "== Composing a message to Ann and Bob, with a copy to Carol"
+# compose prints the new message's id and its mail file.
+composed=$("$mmsutil" compose \
+    --to +15550101 --to bob@example.org --cc +15550102 \
+    --subject "$subject" --content-type text/plain --body "$body")
+read -r id mailfile <<<"$composed"
+echo "Message $id: its row in the message index, and its mail file $mailfile"
 
 echo
-echo "== Writing the message to the mail file of row $id, with the sending options above"
-mailfile=$("$mmsutil" mailfile write --id "$id" \
-    --from "<Demo>[PLMN]+15550100" \
-    --to "<Ann>[PLMN]+15550101" --to "bob@example.org" \
-    --cc "+15550102" \
-    --subject "$subject" \
-    --body "$body")
-echo "Written: $mailfile"
+echo "== Receiving Ann's reply into the inbox"
+received=$("$mmsutil" receive "$body" --from +15550101 \
+    --subject "Re: $subject" --content-type text/plain)
+read -r reply replyfile <<<"$received"
+echo "Message $reply: its row in the message index, and its mail file $replyfile"
 
 echo
-echo "== The mail file read back"
-"$mmsutil" mailfile show "$mailfile"
+echo "== Receiving a message from $blocked, who is on the block list"
+# "block check" exits with 3 for an address that is not blocked yet.
+if ! "$mmsutil" block check "$blocked" >/dev/null; then
+    "$mmsutil" block add "$blocked"
+fi
+# receive refuses a blocked sender with exit status 4; here that refusal is what should happen.
+status=0
+"$mmsutil" receive "$body" --from "$blocked" --subject "Buy now" || status=$?
+if [ "$status" -ne 4 ]; then
+    echo "receive should have refused $blocked with exit status 4, not $status" >&2
+    exit 1
+fi
+echo "Refused, as it should be: nothing of it was stored."
 
 echo
-echo "== The message's sender and recipients, named from the address book"
-for address in +15550100 +15550101 bob@example.org +15550102; do
-    # A lookup that finds nobody says "not found" and exits with 3.
-    echo "$address -> $("$mmsutil" contacts lookup "$address" || true)"
-done
+echo "== Every message, one line each"
+"$mmsutil" list
 
 echo
-echo "== Row $id read back"
-"$mmsutil" index show "$id"
-
-echo
-echo "== Looking the row up by its URI"
-echo "$uri -> row $("$mmsutil" index find "$uri")"
-
-echo
-echo "== Every row of the message index"
-"$mmsutil" index list
+echo "== Message $id in full: its row beside its mail file"
+"$mmsutil" show "$id"
