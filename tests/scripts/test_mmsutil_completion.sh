@@ -84,11 +84,12 @@ expect "beta.bin" mailfile write --body b
 expect "$work/beta.bin" mailfile write --body = "$work/b"
 expect "" mailfile write --subject ""
 
-# Arguments: file names where the argument is a file, nothing where it is not. The value of
-# --subject is no argument, so "al" is the file.
+# Arguments: file names where the argument is a file, also where it repeats ("FILE..."), nothing
+# where it is not. The value of --subject is no argument, so "al" is the file.
 expect "alpha.mms alpine.txt" mailfile show al
 expect "alpha.mms alpine.txt" mailfile write --subject alpha al
 expect "$work/alpha.mms" mailfile body "$work/alpha"
+expect "alpha.mms alpine.txt" contacts import beta.bin al
 expect "" index show ""
 
 if ((failures)); then
