@@ -20,12 +20,15 @@ namespace
 
 std::uint32_t timeStamp = 0;
 
-// What the phone shows, in the order the composer prefers them; the media player is not asked
-// about pictures.
-const QStringList kImageExtensions = {
-    QStringLiteral("gif"), QStringLiteral("png"), QStringLiteral("jpeg"),
-    QStringLiteral("jpg"), QStringLiteral("bmp"), QStringLiteral("wbmp"),
-};
+// The pictures the phone shows; the media player is not asked about them.
+const QStringList& imageExtensions()
+{
+    static const QStringList extensions = {
+        QStringLiteral("gif"), QStringLiteral("png"), QStringLiteral("jpeg"),
+        QStringLiteral("jpg"), QStringLiteral("bmp"), QStringLiteral("wbmp"),
+    };
+    return extensions;
+}
 
 } // namespace
 
@@ -124,7 +127,7 @@ QString MMS_COMP_Util::getFirstSupportExtNameByMIMEType(QString type, QString su
     } else if (major == QLatin1String("audio")) {
         MP_Utility::queryMpSupportedExtensions(supported, MP_Utility::MIME_TYPE_AUDIO);
     } else if (major == QLatin1String("image")) {
-        supported = tavmms::kImageExtensions;
+        supported = tavmms::imageExtensions();
     } else if (major == QLatin1String("text")) {
         // Types the registry may not know, with the extensions the phone's own viewers open.
         const QString minor = subtype.toLower();
