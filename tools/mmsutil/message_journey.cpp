@@ -58,9 +58,12 @@ QString firstDifference(MMS_UTIL_MsgHeaderBase& written, MMS_UTIL_MsgHeaderBase&
 {
     const QList<QByteArray> expected = headerLines(written);
     const QList<QByteArray> actual = headerLines(read);
-    for (qsizetype i = 0; i < expected.size(); ++i) {
-        if (i >= actual.size() || actual.at(i) != expected.at(i))
-            return QString::fromUtf8(expected.at(i).left(expected.at(i).indexOf(' ')));
+    for (qsizetype i = 0; i < qMax(expected.size(), actual.size()); ++i) {
+        const QByteArray line = expected.value(i);
+        if (line != actual.value(i)) {
+            const QByteArray named = line.isEmpty() ? actual.value(i) : line;
+            return QString::fromUtf8(named.left(named.indexOf(' ')));
+        }
     }
     return QString();
 }
@@ -94,7 +97,7 @@ QString writeAndCheck(const QString& path, MMS_UTIL_MsgHeaderBase& header, QByte
     if (loaded != MMS_UTIL_MAILFILE_OK || !readHeader)
         return QStringLiteral("the mail file '%1' does not load back").arg(path);
     if (QByteArrayView(readBody.get(), back.bodyLength) != body)
-        return QStringLiteral("the mail file '%1' reads back another body").arg(path);
+        return QStringLiteral("the mail file '%1' reads back a different body").arg(path);
     const QString key = firstDifference(header, *readHeader);
     if (!key.isEmpty())
         return QStringLiteral("the mail file '%1' reads back a different %2 line").arg(path, key);
