@@ -69,6 +69,26 @@ TEST_F(ExtensionTest, VCalendarGivesVcsWhateverTheRegistryHolds)
     EXPECT_EQ(answer("text", "x-vcalendar"), QStringLiteral("vcs"));
 }
 
+TEST_F(ExtensionTest, TheThreeTextAnswersDoNotDependOnTheRegistry)
+{
+    const QList<QStringList> registryAnswers = {
+        {},
+        {QStringLiteral("doc"), QStringLiteral("html")},
+        {QStringLiteral("VCS"), QStringLiteral("VCF"), QStringLiteral("TXT")},
+    };
+    const struct {
+        const char* subtype;
+        const char* expected;
+    } cases[] = {{"plain", "txt"}, {"x-vcard", "vcf"}, {"x-vcalendar", "vcs"}};
+    for (const QStringList& registered : registryAnswers) {
+        for (const auto& textCase : cases) {
+            expectRegistry((QByteArray("text/") + textCase.subtype).constData(), registered);
+            EXPECT_EQ(answer("text", textCase.subtype), QString::fromUtf8(textCase.expected))
+                << textCase.subtype << " with " << registered.join(QLatin1Char(',')).toStdString();
+        }
+    }
+}
+
 TEST_F(ExtensionTest, OtherTextGivesEmptyEvenWhenTheRegistryListsIt)
 {
     expectRegistry("text/html", {QStringLiteral("html"), QStringLiteral("htm")});
