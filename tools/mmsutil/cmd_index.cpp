@@ -9,7 +9,6 @@
 
 #include <QCommandLineParser>
 #include <QDateTime>
-#include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QTextStream>
@@ -128,51 +127,24 @@ std::optional<DB_BIND_T> fieldNamed(const QString& name)
 
 int runList(const cli::Command& command, const QStringList& arguments)
 {
-    const QCommandLineOption folderOption(QStringLiteral("folder"),
-                                          QStringLiteral("Lists only the rows of folder N."),
-                                          QStringLiteral("N"));
-    const QCommandLineOption json(QStringLiteral("json"),
-                                  QStringLiteral("Prints a JSON array of the rows, each an object "
-                                                 "with every field by its database name."));
-    QCommandLineParser parser;
-    parser.addOptions({folderOption, json});
-    if (const std::optional<int> stop = cli::parse(parser, command, arguments, 0))
-        return *stop;
-    std::optional<unsigned int> folder;
-    if (parser.isSet(folderOption)) {
-        folder = cli::parseNumber(parser.value(folderOption));
-        if (!folder)
-            return cli::usageError(
-                command.name,
-                QStringLiteral("--folder: '%1' is not a number").arg(parser.value(folderOption)));
-    }
-
-    const indexrows::IndexTable table;
-    if (const int status = cli::openStatus(table))
-        return status;
-    QJsonArray array;
-    QList<QStringList> rows{{QStringLiteral("ID"), QStringLiteral("FOLDER"), QStringLiteral("FROM"),
-                             QStringLiteral("SUBJECT"), QStringLiteral("TIME"),
-                             QStringLiteral("SIZE")}};
-    const int r =
-        indexrows::forEachRow(folder, [&](unsigned int id, const MMS_UTIL_DBStruct_T& record) {
-            if (parser.isSet(json)) {
-                array.append(rowToJson(id, record));
-                return;
-            }
-            rows.append({QString::number(id), QString::number(record.cmn_fld_folder_id),
-                         indexrows::oneLine(indexrows::text16(record.cmn_fld_from_name)),
-                         indexrows::oneLine(indexrows::text16(record.cmn_fld_subject)),
-                         indexrows::timeText(record.cmn_fld_time),
-                         QString::number(record.mms_fld_msgsize_name)});
-        });
-    if (r != DB_OK)
-        return cli::databaseFailure(QStringLiteral("cannot list the message index"), r);
-    if (parser.isSet(json))
-        cli::out() << QJsonDocument(array).toJson(QJsonDocument::Indented);
-    else
-        cli::out() << indexrows::columns(rows, {0, 1, 5});
-    return cli::ExitOk;
+    return cli::listRows(
+        command, arguments,
+        {QString(),
+         QStringLiteral("rows"),
+         QStringLiteral("with every field by its database name"),
+         QStringLiteral("cannot list the message index"),
+         {QStringLiteral("ID"), QStringLiteral("FOLDER"), QStringLiteral("FROM"),
+          QStringLiteral("SUBJECT"), QStringLiteral("TIME"), QStringLiteral("SIZE")},
+         {0, 1, 5},
+         [](unsigned int id, const MMS_UTIL_DBStruct_T& record) {
+             return QStringList{QString::number(id),
+                                QString::number(record.cmn_fld_folder_id),
+                                indexrows::oneLine(indexrows::text16(record.cmn_fld_from_name)),
+                                indexrows::oneLine(indexrows::text16(record.cmn_fld_subject)),
+                                indexrows::timeText(record.cmn_fld_time),
+                                QString::number(record.mms_fld_msgsize_name)};
+         },
+         rowToJson});
 }
 
 int runShow(const cli::Command& command, const QStringList& arguments)

@@ -10,8 +10,6 @@
 #include <tavmmsutility.h>
 
 #include <QCommandLineParser>
-#include <QJsonArray>
-#include <QJsonDocument>
 #include <QJsonObject>
 #include <QTextStream>
 
@@ -129,15 +127,11 @@ int runCompose(const cli::Command& command, const QStringList& arguments)
                 command.name,
                 QStringLiteral("--%1 is required").arg(required.names().constFirst()));
     }
+    std::optional<unsigned int> number;
+    if (const std::optional<int> stop = cli::numberOf(parser, folder, command, &number))
+        return *stop;
     journey::Message message;
-    if (parser.isSet(folder)) {
-        const std::optional<unsigned int> number = cli::parseNumber(parser.value(folder));
-        if (!number)
-            return cli::usageError(
-                command.name,
-                QStringLiteral("--folder: '%1' is not a number").arg(parser.value(folder)));
-        message.folder = *number;
-    }
+    message.folder = number.value_or(journey::kOutbox);
     if (const std::optional<int> stop = options.read(parser, command, parser.value(body), &message))
         return *stop;
     return reportStored(journey::compose(message));
@@ -257,52 +251,28 @@ QJsonObject messageToJson(unsigned int id, const MMS_UTIL_DBStruct_T& row)
 
 int runList(const cli::Command& command, const QStringList& arguments)
 {
-    const QCommandLineOption folderOption(QStringLiteral("folder"),
-                                          QStringLiteral("Lists only the messages of folder N "
-                                                         "(1 inbox, 2 outbox)."),
-                                          QStringLiteral("N"));
-    const QCommandLineOption json(
-        QStringLiteral("json"),
-        QStringLiteral("Prints a JSON array of the messages, each an object {id, folder, time, "
-                       "date, from, to, subject, size, read, mailFile}."));
-    QCommandLineParser parser;
-    parser.setApplicationDescription(
-        command.summary + QStringLiteral(" Texts are those of the rows, cut to their fields."));
-    parser.addOptions({folderOption, json});
-    if (const std::optional<int> stop = cli::parse(parser, command, arguments, 0))
-        return *stop;
-    std::optional<unsigned int> folder;
-    if (parser.isSet(folderOption)) {
-        folder = cli::parseNumber(parser.value(folderOption));
-        if (!folder)
-            return cli::usageError(
-                command.name,
-                QStringLiteral("--folder: '%1' is not a number").arg(parser.value(folderOption)));
-    }
-
-    const indexrows::IndexTable table;
-    if (const int status = cli::openStatus(table))
-        return status;
-    QJsonArray array;
-    QList<QStringList> lines{{QStringLiteral("ID"), QStringLiteral("FOLDER"),
-                              QStringLiteral("DATE"), QStringLiteral("FROM"), QStringLiteral("TO"),
-                              QStringLiteral("SUBJECT")}};
-    const int r =
-        indexrows::forEachRow(folder, [&](unsigned int id, const MMS_UTIL_DBStruct_T& row) {
-            array.append(messageToJson(id, row));
-            lines.append({QString::number(id), QString::number(row.cmn_fld_folder_id),
-                          rowTime(row.cmn_fld_time),
-                          indexrows::oneLine(indexrows::text16(row.cmn_fld_from_name)),
-                          indexrows::oneLine(indexrows::text16(row.cmn_fld_to_name)),
-                          indexrows::oneLine(indexrows::text16(row.cmn_fld_subject))});
-        });
-    if (r != DB_OK)
-        return cli::databaseFailure(QStringLiteral("cannot list the messages"), r);
-    if (parser.isSet(json))
-        cli::out() << QJsonDocument(array).toJson(QJsonDocument::Indented);
-    else
-        cli::out() << indexrows::columns(lines, {0, 1});
-    return cli::ExitOk;
+    return cli::listRows(
+        command, arguments,
+        {command.summary +
+             QStringLiteral(" Texts are those of the rows, cut to their fields. Folders: %1 "
+                            "inbox, %2 outbox.")
+                 .arg(journey::kInbox)
+                 .arg(journey::kOutbox),
+         QStringLiteral("messages"),
+         QStringLiteral("{id, folder, time, date, from, to, subject, size, read, mailFile}"),
+         QStringLiteral("cannot list the messages"),
+         {QStringLiteral("ID"), QStringLiteral("FOLDER"), QStringLiteral("DATE"),
+          QStringLiteral("FROM"), QStringLiteral("TO"), QStringLiteral("SUBJECT")},
+         {0, 1},
+         [](unsigned int id, const MMS_UTIL_DBStruct_T& row) {
+             return QStringList{QString::number(id),
+                                QString::number(row.cmn_fld_folder_id),
+                                rowTime(row.cmn_fld_time),
+                                indexrows::oneLine(indexrows::text16(row.cmn_fld_from_name)),
+                                indexrows::oneLine(indexrows::text16(row.cmn_fld_to_name)),
+                                indexrows::oneLine(indexrows::text16(row.cmn_fld_subject))};
+         },
+         messageToJson});
 }
 
 QString contentTypeNumberText(unsigned int number)

@@ -4,7 +4,10 @@
 
 #include <QCommandLineParser>
 #include <QFileInfo>
+#include <QJsonArray>
+#include <QJsonDocument>
 #include <QRegularExpression>
+#include <QTextStream>
 
 namespace cli
 {
@@ -167,6 +170,18 @@ QString messageTypeMeaning(int code)
     return QString();
 }
 
+std::optional<int> numberOf(const QCommandLineParser& parser, const QCommandLineOption& option,
+                            const Command& command, std::optional<unsigned int>* number)
+{
+    if (!parser.isSet(option))
+        return std::nullopt;
+    *number = parseNumber(parser.value(option));
+    if (*number)
+        return std::nullopt;
+    return usageError(command.name, QStringLiteral("--%1: '%2' is not a number")
+                                        .arg(option.names().constFirst(), parser.value(option)));
+}
+
 std::optional<int> parseRowId(QCommandLineParser& parser, const Command& command,
                               const QStringList& arguments, const QString& description,
                               unsigned int* id)
@@ -190,6 +205,44 @@ int databaseFailure(const QString& what, int code)
 int openStatus(const indexrows::IndexTable& table)
 {
     return table.isOpen() ? ExitOk : fail(table.openError());
+}
+
+int listRows(const Command& command, const QStringList& arguments, const RowList& list)
+{
+    const QCommandLineOption folderOption(
+        QStringLiteral("folder"), QStringLiteral("Lists only the %1 of folder N.").arg(list.what),
+        QStringLiteral("N"));
+    const QCommandLineOption json(
+        QStringLiteral("json"), QStringLiteral("Prints a JSON array of the %1, each an object %2.")
+                                    .arg(list.what, list.jsonHelp));
+    QCommandLineParser parser;
+    parser.setApplicationDescription(list.description);
+    parser.addOptions({folderOption, json});
+    if (const std::optional<int> stop = parse(parser, command, arguments, 0))
+        return *stop;
+    std::optional<unsigned int> folder;
+    if (const std::optional<int> stop = numberOf(parser, folderOption, command, &folder))
+        return *stop;
+
+    const indexrows::IndexTable table;
+    if (const int status = openStatus(table))
+        return status;
+    QJsonArray array;
+    QList<QStringList> lines{list.heading};
+    const int r =
+        indexrows::forEachRow(folder, [&](unsigned int id, const MMS_UTIL_DBStruct_T& row) {
+            if (parser.isSet(json))
+                array.append(list.json(id, row));
+            else
+                lines.append(list.cells(id, row));
+        });
+    if (r != DB_OK)
+        return databaseFailure(list.failure, r);
+    if (parser.isSet(json))
+        out() << QJsonDocument(array).toJson(QJsonDocument::Indented);
+    else
+        out() << indexrows::columns(lines, list.rightAligned);
+    return ExitOk;
 }
 
 } // namespace cli

@@ -9,10 +9,12 @@
 
 #include <tavmmsutility.h>
 
+#include <QJsonObject>
 #include <QList>
 #include <QString>
 #include <QStringList>
 
+#include <functional>
 #include <memory>
 #include <optional>
 
@@ -54,6 +56,11 @@ extern const MessageTypeMeaning kMessageTypeMeanings[5];
 // The words for `code`; empty for a code that does not occur.
 QString messageTypeMeaning(int code);
 
+// The number given to `option` (e.g. --folder) in `number`, which stays as it is when the option
+// is not given; gives the exit status of a usage error of `command` when it is not a number.
+std::optional<int> numberOf(const QCommandLineParser& parser, const QCommandLineOption& option,
+                            const Command& command, std::optional<unsigned int>* number);
+
 // Parses a command whose one argument, described by `description`, is a row id of the message
 // index into `id`; gives the exit status when the command must stop here.
 std::optional<int> parseRowId(QCommandLineParser& parser, const Command& command,
@@ -61,6 +68,20 @@ std::optional<int> parseRowId(QCommandLineParser& parser, const Command& command
                               unsigned int* id);
 // Reports "<what>: <the database result in words>" and returns ExitFailed.
 int databaseFailure(const QString& what, int code);
+// How a command that lists rows of the message index (with --folder N and --json) shows them.
+struct RowList {
+    QString description; // of the command; empty for its summary
+    QString what;        // what is listed, e.g. "rows", for the options' help
+    QString jsonHelp;    // the members of each JSON object
+    QString failure;     // "cannot list ..." when the rows cannot be read
+    QStringList heading;
+    QList<int> rightAligned;
+    std::function<QStringList(unsigned int id, const MMS_UTIL_DBStruct_T& row)> cells;
+    std::function<QJsonObject(unsigned int id, const MMS_UTIL_DBStruct_T& row)> json;
+};
+// Runs such a command: the heading and one line of cells a row, in columns, or a JSON array.
+int listRows(const Command& command, const QStringList& arguments, const RowList& list);
+
 // ExitOk when `table` is open, else ExitFailed after reporting why.
 int openStatus(const indexrows::IndexTable& table);
 
