@@ -8,11 +8,11 @@
 #include "support/child_process.h"
 #include "support/failing_database.h"
 #include "support/index_table_helpers.h"
+#include "support/message_store.h"
 #include "support/mock_address_book.h"
 #include "support/mock_settings_store.h"
-#include "support/mount_namespace.h"
+#include "support/model_helpers.h"
 #include "support/scoped_environment.h"
-#include "support/sql_queries.h"
 #include "support/temp_database.h"
 #include "support/temp_settings_store.h"
 
@@ -42,26 +42,17 @@ using ::testing::SetArgReferee;
 
 const int kFilterFlag = 49; // the feature flag of the block list
 
-MMS_UTIL_Entry entry(const QString& name, MMS_UTIL_ADDR_TYPE_T type, const QString& address)
-{
-    MMS_UTIL_Entry made;
-    made.name = name;
-    made.type = type;
-    made.address = address;
-    return made;
-}
-
 MMS_UTIL_Entry phone(const QString& number)
 {
-    return entry(QStringLiteral(""), MMS_UTIL_ADDR_PLMN, number);
+    return tavmms_test::makeEntry(QStringLiteral(""), MMS_UTIL_ADDR_PLMN, number);
 }
 
 journey::Message sampleMessage()
 {
     journey::Message message;
-    message.to = {
-        phone(QStringLiteral("+4915550101")),
-        entry(QStringLiteral("Bobby"), MMS_UTIL_ADDR_EMAIL, QStringLiteral("bob@example.org"))};
+    message.to = {phone(QStringLiteral("+4915550101")),
+                  tavmms_test::makeEntry(QStringLiteral("Bobby"), MMS_UTIL_ADDR_EMAIL,
+                                         QStringLiteral("bob@example.org"))};
     message.cc = {phone(QStringLiteral("+4915550102"))};
     message.subject = QStringLiteral("Lunch today?");
     message.contentType = journey::defaultContentType();
@@ -86,32 +77,21 @@ public:
     }
     tavmms_test::TempDatabase& database() { return database_; }
 
-    // The rows committed to the table, counted by a connection of its own; 0 without a table.
-    qint64 rowCount() const
+    qint64 rowCount() const { return tavmms_test::rowIds(database_.path()).size(); }
+    QStringList files() const { return tavmms_test::namesIn(mailFileDir()); }
+    MMS_UTIL_DBStruct_T row(unsigned int id) const
     {
-        const auto look = tavmms_test::lookInto(database_.path());
-        if (!look || tavmms_test::queryInt(*look, "SELECT count(*) FROM sqlite_master WHERE "
-                                                  "name = 'mms_table_in_flash'") != 1)
-            return 0;
-        return tavmms_test::queryInt(*look, "SELECT count(*) FROM mms_table_in_flash");
+        return tavmms_test::readRow(database_.path(), id);
     }
 
-    // Every name in the mail file directory, hidden ones and leftovers of a save included.
-    QStringList files() const
+    // Puts a file where the working directory should be, so that no directory can be made
+    // below it.
+    void blockTheWorkingDirectory() const
     {
-        return QDir(mailFileDir())
-            .entryList(QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot);
-    }
-
-    // Row `id` as the library reads it.
-    MMS_UTIL_DBStruct_T row(unsigned int id)
-    {
-        const tavmms_test::ScopedIndexTableState state;
-        MMS_UTIL_DBStruct_T record{};
-        EXPECT_EQ(MMS_UTIL_DBTable::initTable(), DB_OK);
-        EXPECT_EQ(MMS_UTIL_DBTable::readRecord(id, &record), DB_OK);
-        EXPECT_EQ(MMS_UTIL_DBTable::closeTable(), DB_OK);
-        return record;
+        const QString work = QFileInfo(mailFileDir()).path();
+        ASSERT_TRUE(QDir().mkpath(QFileInfo(work).path()));
+        QFile blocker(work);
+        ASSERT_TRUE(blocker.open(QIODevice::WriteOnly));
     }
 
 private:
@@ -358,12 +338,7 @@ TEST_F(MessageJourneyTest, ComposeWhoseHeaderDoesNotReadBackKeepsNothing)
 
 TEST_F(MessageJourneyTest, ComposeWithoutAMailFileDirectoryKeepsNothing)
 {
-    // A file where the working directory should be.
-    const QString work = QFileInfo(store.mailFileDir()).path();
-    ASSERT_TRUE(QDir().mkpath(QFileInfo(work).path()));
-    QFile blocker(work);
-    ASSERT_TRUE(blocker.open(QIODevice::WriteOnly));
-    blocker.close();
+    ASSERT_NO_FATAL_FAILURE(store.blockTheWorkingDirectory());
 
     const journey::Outcome outcome = journey::compose(sampleMessage());
 
@@ -377,11 +352,7 @@ TEST_F(MessageJourneyTest, ComposeWithoutAMailFileDirectoryKeepsNothing)
 
 TEST_F(MessageJourneyTest, ComposeSaysWhichRowStaysWhenItCannotBeDeletedAfterAFailure)
 {
-    const QString work = QFileInfo(store.mailFileDir()).path();
-    ASSERT_TRUE(QDir().mkpath(QFileInfo(work).path()));
-    QFile blocker(work);
-    ASSERT_TRUE(blocker.open(QIODevice::WriteOnly));
-    blocker.close();
+    ASSERT_NO_FATAL_FAILURE(store.blockTheWorkingDirectory());
     // The calls of the table's opening and of the row's addition and commit pass, the deletion's
     // first fails.
     tavmms_test::FailingDatabase failing(store.database().database(), 12, DB_ERR_IO);
@@ -452,21 +423,8 @@ TEST_F(MessageJourneyTest, ReceiveFailingAtAnyDatabaseCallKeepsNothing)
 // cannot be written, and neither it, nor its temporary file, nor the row stays.
 ChildVerdict composeOnAFullDisk(Store& store)
 {
-    if (!QDir().mkpath(store.mailFileDir()))
-        return ChildVerdict::fail("cannot make the mail file directory");
-    if (const std::string why = tavmms_test::enterPrivateMountNamespace(); !why.empty())
-        return ChildVerdict::skip("no private mount namespace for a small file system: " + why);
-    if (const std::string why = tavmms_test::mountSmallTmpfs(store.mailFileDir(), 256);
-        !why.empty())
-        return ChildVerdict::skip("no small file system to fill: " + why);
-    QFile filler(store.mailFileDir() + QStringLiteral("/filler"));
-    if (!filler.open(QIODevice::WriteOnly))
-        return ChildVerdict::fail("cannot make the file that fills the disk");
-    const QByteArray block(4096, 'f');
-    while (filler.write(block) == block.size() && filler.flush()) {
-    }
-    filler.close();
-
+    if (const std::string why = tavmms_test::fillASmallDisk(store.mailFileDir()); !why.empty())
+        return ChildVerdict::skip(why);
     const journey::Outcome outcome = journey::compose(sampleMessage());
 
     const QString expected = QStringLiteral("cannot write the mail file '%1': no space left on "

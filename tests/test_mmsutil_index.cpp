@@ -5,8 +5,8 @@
 #include <tavmmsutility.h>
 
 #include "support/index_table_helpers.h"
+#include "support/message_store.h"
 #include "support/sql_queries.h"
-#include "support/temp_database.h"
 #include "support/tool_process.h"
 
 #include <gtest/gtest.h>
@@ -17,7 +17,6 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QProcessEnvironment>
 #include <QTemporaryDir>
 
 namespace
@@ -36,17 +35,9 @@ protected:
     QString databasePath() const { return platformDir() + QStringLiteral("/device.db"); }
     QString mailFileDir() const { return dir.filePath(QStringLiteral("download/mms/mailfile")); }
 
-    // The tool on the temporary platform directory and download path, in UTC so that the times
-    // it prints are the same everywhere.
     ToolResult run(const QStringList& arguments) const
     {
-        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-        environment.insert(QStringLiteral("TAV_PLATFORM_DIR"), platformDir());
-        environment.insert(QStringLiteral("TAV_LOCAL_DOWNLOAD_PATH"),
-                           dir.filePath(QStringLiteral("download")));
-        environment.insert(QStringLiteral("TZ"), QStringLiteral("UTC"));
-        return tavmms_test::runTool(QStringLiteral(TAVMMS_MMSUTIL_PATH), arguments, dir.path(),
-                                    QByteArray(), environment);
+        return tavmms_test::runOnStore(QStringLiteral(TAVMMS_MMSUTIL_PATH), dir.path(), arguments);
     }
 
     ToolResult index(const QStringList& arguments) const
@@ -75,13 +66,7 @@ protected:
     // Row `id` as the library reads it from the database file.
     MMS_UTIL_DBStruct_T readBack(unsigned id) const
     {
-        const tavmms_test::ScopedIndexTableState state;
-        tavmms_test::InstalledDatabase installed(databasePath());
-        MMS_UTIL_DBStruct_T record{};
-        EXPECT_EQ(MMS_UTIL_DBTable::initTable(), DB_OK);
-        EXPECT_EQ(MMS_UTIL_DBTable::readRecord(id, &record), DB_OK);
-        EXPECT_EQ(MMS_UTIL_DBTable::closeTable(), DB_OK);
-        return record;
+        return tavmms_test::readRow(databasePath(), id);
     }
 
     QJsonArray listJson(const QStringList& options = {}) const

@@ -6,9 +6,7 @@
 
 #include "support/child_process.h"
 #include "support/index_table_helpers.h"
-#include "support/mount_namespace.h"
-#include "support/sql_queries.h"
-#include "support/temp_database.h"
+#include "support/message_store.h"
 #include "support/tool_process.h"
 
 #include <gtest/gtest.h>
@@ -19,14 +17,12 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QProcessEnvironment>
 #include <QTemporaryDir>
 
 namespace
 {
 
 using namespace std::chrono_literals;
-using tavmms_test::ChildProcess;
 using tavmms_test::ChildVerdict;
 using tavmms_test::expectFailure;
 using tavmms_test::expectUsageError;
@@ -64,17 +60,10 @@ protected:
     }
     QString bodyPath() const { return dir.filePath(QStringLiteral("body.bin")); }
 
-    // The tool on the temporary directories, in UTC so that the times it prints are the same
-    // everywhere.
     ToolResult run(const QStringList& arguments, const QByteArray& input = QByteArray()) const
     {
-        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-        environment.insert(QStringLiteral("TAV_PLATFORM_DIR"), platformDir());
-        environment.insert(QStringLiteral("TAV_LOCAL_DOWNLOAD_PATH"),
-                           dir.filePath(QStringLiteral("download")));
-        environment.insert(QStringLiteral("TZ"), QStringLiteral("UTC"));
-        return tavmms_test::runTool(QStringLiteral(TAVMMS_MMSUTIL_PATH), arguments, dir.path(),
-                                    input, environment);
+        return tavmms_test::runOnStore(QStringLiteral(TAVMMS_MMSUTIL_PATH), dir.path(), arguments,
+                                       input);
     }
 
     // Runs a command that must succeed without a word on standard error; gives its output.
@@ -124,33 +113,12 @@ protected:
         return id;
     }
 
-    // Row `id` as the library reads it from the database file.
     MMS_UTIL_DBStruct_T readBack(unsigned id) const
     {
-        const tavmms_test::ScopedIndexTableState state;
-        tavmms_test::InstalledDatabase installed(databasePath());
-        MMS_UTIL_DBStruct_T record{};
-        EXPECT_EQ(MMS_UTIL_DBTable::initTable(), DB_OK);
-        EXPECT_EQ(MMS_UTIL_DBTable::readRecord(id, &record), DB_OK);
-        EXPECT_EQ(MMS_UTIL_DBTable::closeTable(), DB_OK);
-        return record;
+        return tavmms_test::readRow(databasePath(), id);
     }
-
-    // The ids in the table, by a connection of the test's own; none without a table.
-    QList<QByteArray> rowIds() const
-    {
-        const auto look = tavmms_test::lookInto(databasePath());
-        if (!look || tavmms_test::queryInt(*look, "SELECT count(*) FROM sqlite_master WHERE name "
-                                                  "= 'mms_table_in_flash'") != 1)
-            return {};
-        return tavmms_test::queryColumn(*look, "SELECT id FROM mms_table_in_flash ORDER BY id");
-    }
-
-    QStringList files() const
-    {
-        return QDir(mailFileDir())
-            .entryList(QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot);
-    }
+    QList<QByteArray> rowIds() const { return tavmms_test::rowIds(databasePath()); }
+    QStringList files() const { return tavmms_test::namesIn(mailFileDir()); }
 
     // The time the row's message was sent, as the tool prints it.
     QByteArray dateOf(unsigned id) const
@@ -293,29 +261,10 @@ TEST_F(MmsutilJourneyTest, ComposeRefusesAWrongCommandLineAndWritesNothing)
     EXPECT_FALSE(QFileInfo::exists(mailFileDir()));
 }
 
-// Moves the calling child into a mount namespace of its own with a small file system over
-// `directory`, filled up; empty when done, else why it cannot be.
-std::string onAFullDisk(const QString& directory)
-{
-    if (!QDir().mkpath(directory))
-        return "cannot make " + directory.toStdString();
-    if (const std::string why = tavmms_test::enterPrivateMountNamespace(); !why.empty())
-        return "no private mount namespace for a small file system: " + why;
-    if (const std::string why = tavmms_test::mountSmallTmpfs(directory, 256); !why.empty())
-        return "no small file system to fill: " + why;
-    QFile filler(directory + QStringLiteral("/filler"));
-    if (!filler.open(QIODevice::WriteOnly))
-        return "cannot make the file that fills the disk";
-    const QByteArray block(4096, 'f');
-    while (filler.write(block) == block.size() && filler.flush()) {
-    }
-    return {};
-}
-
 TEST_F(MmsutilJourneyTest, ComposeOnAFullDiskKeepsNothing)
 {
-    ChildProcess child([&](ChildProcess&) {
-        if (const std::string why = onAFullDisk(mailFileDir()); !why.empty())
+    tavmms_test::ChildProcess child([&](tavmms_test::ChildProcess&) {
+        if (const std::string why = tavmms_test::fillASmallDisk(mailFileDir()); !why.empty())
             return ChildVerdict::skip(why);
         const ToolResult result =
             run({QStringLiteral("compose"), QStringLiteral("--to"), QStringLiteral("+15550101"),

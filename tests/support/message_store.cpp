@@ -1,0 +1,75 @@
+#include "support/message_store.h"
+
+#include "support/index_table_helpers.h"
+#include "support/mount_namespace.h"
+#include "support/sql_queries.h"
+#include "support/temp_database.h"
+
+#include "mms_util_dbtable.h"
+
+#include <gtest/gtest.h>
+
+#include <QDir>
+#include <QFile>
+#include <QProcessEnvironment>
+
+namespace tavmms_test
+{
+
+ToolResult runOnStore(const QString& program, const QString& directory,
+                      const QStringList& arguments, const QByteArray& input)
+{
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(QStringLiteral("TAV_PLATFORM_DIR"), directory + QStringLiteral("/platform"));
+    environment.insert(QStringLiteral("TAV_LOCAL_DOWNLOAD_PATH"),
+                       directory + QStringLiteral("/download"));
+    environment.insert(QStringLiteral("TZ"), QStringLiteral("UTC"));
+    return runTool(program, arguments, directory, input, environment);
+}
+
+MMS_UTIL_DBStruct_T readRow(const QString& path, unsigned int id)
+{
+    const ScopedIndexTableState state;
+    InstalledDatabase installed(path);
+    MMS_UTIL_DBStruct_T record{};
+    EXPECT_EQ(MMS_UTIL_DBTable::initTable(), DB_OK);
+    EXPECT_EQ(MMS_UTIL_DBTable::readRecord(id, &record), DB_OK);
+    EXPECT_EQ(MMS_UTIL_DBTable::closeTable(), DB_OK);
+    return record;
+}
+
+QList<QByteArray> rowIds(const QString& path)
+{
+    if (!QFile::exists(path))
+        return {};
+    const auto look = lookInto(path);
+    if (!look || queryInt(*look, "SELECT count(*) FROM sqlite_master WHERE name = "
+                                 "'mms_table_in_flash'") != 1)
+        return {};
+    return queryColumn(*look, "SELECT id FROM mms_table_in_flash ORDER BY id");
+}
+
+QStringList namesIn(const QString& directory)
+{
+    return QDir(directory).entryList(QDir::AllEntries | QDir::Hidden | QDir::System |
+                                     QDir::NoDotAndDotDot);
+}
+
+std::string fillASmallDisk(const QString& directory)
+{
+    if (!QDir().mkpath(directory))
+        return "cannot make " + directory.toStdString();
+    if (const std::string why = enterPrivateMountNamespace(); !why.empty())
+        return "no private mount namespace for a small file system: " + why;
+    if (const std::string why = mountSmallTmpfs(directory, 256); !why.empty())
+        return "no small file system to fill: " + why;
+    QFile filler(directory + QStringLiteral("/filler"));
+    if (!filler.open(QIODevice::WriteOnly))
+        return "cannot make the file that fills the disk";
+    const QByteArray block(4096, 'f');
+    while (filler.write(block) == block.size() && filler.flush()) {
+    }
+    return {};
+}
+
+} // namespace tavmms_test
