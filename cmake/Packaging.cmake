@@ -38,6 +38,8 @@ set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS
 
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_NAME libtavmmsutility${PROJECT_VERSION_MAJOR})
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_SECTION libs)
+# The MIME registry reads the freedesktop database at run time; no library links it.
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_DEPENDS "shared-mime-info")
 set(CPACK_COMPONENT_RUNTIME_DESCRIPTION
     "MMS utility library of a Linux phone
 The shared model of a multimedia message and the one way of keeping it

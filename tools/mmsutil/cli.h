@@ -22,9 +22,10 @@ enum ExitCode {
     ExitOk = 0,
     ExitFailed = 1, // the operation was tried and failed
     ExitUsage = 2,  // the command line was wrong; nothing was done
-    // The command ran and the answer is no: the address is not blocked, or what was to be added
-    // was there already, so nothing changed.
+    // The command ran and the answer is no: the address is not blocked, what was to be added
+    // was there already so nothing changed, or nothing was found.
     ExitNo = 3,
+    ExitRefused = 4, // an incoming message from a blocked sender; nothing was stored
 };
 
 struct Command;

@@ -16,9 +16,6 @@
 namespace
 {
 
-// receive: the sender is on the block list, and the message was refused.
-const int kExitBlocked = 4;
-
 const QString kEntryHelp =
     QStringLiteral(" An entry \"<name>[EMAIL|PLMN|UNKNOWN]address\" or a bare address (typed PLMN, "
                    "EMAIL or UNKNOWN by its look); an entry without a name takes its contact's. "
@@ -163,7 +160,7 @@ int runReceive(const cli::Command& command, const QStringList& arguments)
                        "flag 49) and holds the sender, the message is refused: one line on "
                        "standard error, exit status %2, nothing written.")
             .arg(journey::kInbox)
-            .arg(kExitBlocked));
+            .arg(cli::ExitRefused));
     parser.addOption(from);
     parser.addOptions(options.all());
     parser.addOptions({messageId, uri});
@@ -187,7 +184,7 @@ int runReceive(const cli::Command& command, const QStringList& arguments)
     const journey::Outcome outcome = journey::receive(message);
     if (outcome.kind == journey::Outcome::Blocked) {
         cli::fail(outcome.error);
-        return kExitBlocked;
+        return cli::ExitRefused;
     }
     return reportStored(outcome);
 }

@@ -75,7 +75,8 @@ int run(const QStringList& arguments)
         cli::commandTable(allCommands()) +
         QStringLiteral("\n'mmsutil <command> --help' describes a command.\n\nExit status: 0 "
                        "done, 1 failed, 2 wrong command line, 3 the answer is no (not blocked, "
-                       "or already there)."));
+                       "already there, or nothing found), 4 a message from a blocked sender "
+                       "was refused."));
     const QCommandLineOption help = cli::helpOption();
     const QCommandLineOption version(QStringList{QStringLiteral("v"), QStringLiteral("version")},
                                      QStringLiteral("Displays the version."));
