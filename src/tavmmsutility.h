@@ -1,7 +1,23 @@
 #ifndef TAVMMSUTILITY_H
 #define TAVMMSUTILITY_H
 
-// The whole public interface of libtavmmsutility.
+// The whole public interface of libtavmmsutility, with the platform interfaces it calls. The
+// platform's service classes (tavplatform::..., through which tests install doubles) have
+// headers of their own.
+//
+// Ownership: what the library hands out belongs to the caller (a header or entry made with new, a
+// body buffer or 16-bit array made with new[], a settings record made with new); what the caller
+// hands in stays the caller's. Recipient lists own their entries only while their auto-delete
+// flag is on.
+//
+// Results: failures are returned, never thrown. The mail file's writers return 0, 1, or 15 when the
+// device is full; the settings writers 0, 1, or 2 when the store is full; the index table the
+// database's codes (db_result.h). Readers of settings and of text forms never fail: a missing
+// setting gives its default, and a word that is not known reads as 255, the unknown address type or
+// false.
+//
+// Threads: use the library from one thread. The index table's open transaction and the counter
+// of temporary names are shared by the whole process, unprotected.
 
 #include "addrbk_engine_interface.h"
 #include "am_mimetype.h"
