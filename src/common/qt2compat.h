@@ -22,8 +22,13 @@ class TAVMMS_EXPORT MMS_UTIL_EntryList
 public:
     using const_iterator = QList<MMS_UTIL_Entry*>::const_iterator;
 
+    // Empty, auto-delete off.
     MMS_UTIL_EntryList() = default;
+    // Holds the pointers of `other`, not copies of its entries, with auto-delete off.
     MMS_UTIL_EntryList(const MMS_UTIL_EntryList& other);
+    // Takes the pointers of `other` with auto-delete off. The entries this list held are deleted
+    // first when its auto-delete was on, except those that `other` holds too (list = copyOfList
+    // keeps them).
     MMS_UTIL_EntryList& operator=(const MMS_UTIL_EntryList& other);
     // A move hands over the entries together with their ownership; the source is left empty.
     MMS_UTIL_EntryList(MMS_UTIL_EntryList&& other) noexcept;
@@ -31,6 +36,7 @@ public:
     // Clears the list: the entries are deleted when auto-delete is on.
     ~MMS_UTIL_EntryList();
 
+    // Whether the list owns its entries: deletes them as they are removed, cleared or destroyed.
     void setAutoDelete(bool enable) { autoDelete_ = enable; }
     bool autoDelete() const { return autoDelete_; }
 
@@ -39,6 +45,7 @@ public:
     void append(MMS_UTIL_Entry* entry);
     // The entry at `index`, or null when `index` is out of range.
     MMS_UTIL_Entry* at(uint index) const;
+    // Number of slots, empty ones included.
     uint count() const { return uint(items_.size()); }
     bool isEmpty() const { return items_.isEmpty(); }
     // Removes every node, deleting the entries when auto-delete is on.
@@ -49,6 +56,7 @@ public:
     // Destroys and frees `item` (an MMS_UTIL_Entry) when auto-delete is on and it is not null.
     void deleteItem(void* item);
 
+    // Walks the pointers in order, null ones included.
     const_iterator begin() const { return items_.cbegin(); }
     const_iterator end() const { return items_.cend(); }
 

@@ -19,6 +19,7 @@ class TAVMMS_EXPORT MMS_UTIL_Entry
 public:
     // Null name, type 0 (e-mail, not unknown: applications rely on that default), null address.
     MMS_UTIL_Entry();
+    // Plain value copies of all three members.
     MMS_UTIL_Entry(const MMS_UTIL_Entry& other);
     MMS_UTIL_Entry& operator=(const MMS_UTIL_Entry& other);
     ~MMS_UTIL_Entry();

@@ -29,12 +29,14 @@ public:
 
     // Copies name, type and address into `from`.
     void setFrom(MMS_UTIL_Entry entry);
-    // Replace the list with deep copies of the argument's entries; the header owns the copies
-    // (auto-delete is switched on), the caller keeps what it passed.
+    // Replace the list with deep copies of the argument's entries (empty slots are passed over);
+    // the header owns the copies (auto-delete is switched on), the caller keeps what it passed.
+    // The entries the list held before are deleted, even those it held with auto-delete off.
     void setTo(MMS_UTIL_EntryList list);
     void setCc(MMS_UTIL_EntryList list);
     void setBcc(MMS_UTIL_EntryList list);
-    // Append a deep copy of `entry`; the header owns the copy.
+    // Append a deep copy of `entry`; the header owns the copy. Auto-delete is switched on, so
+    // the list then owns every entry it holds, those appended to it directly included.
     void addToRecipient(const MMS_UTIL_Entry& entry);
     void addCcRecipient(const MMS_UTIL_Entry& entry);
     void addBccRecipient(const MMS_UTIL_Entry& entry);
@@ -50,20 +52,22 @@ public:
     // options; the result of MMS_UTIL_Setting::setSendingOption (0, 1 or 2).
     unsigned char saveToGlobalSetting();
 
-    MMS_UTIL_Entry from;
+    // The fields are plain members that the mail file and the applications read and write.
+    MMS_UTIL_Entry from; // the sender
+    // The recipients; each list owns its entries only while its auto-delete flag is on.
     MMS_UTIL_EntryList toList;
     MMS_UTIL_EntryList ccList;
     MMS_UTIL_EntryList bccList;
     QString subject;
-    MMS_CONTENT_TYPE_T contentType;
-    unsigned char priority;
+    MMS_CONTENT_TYPE_T contentType; // of the message body
+    unsigned char priority;         // 128 Low, 129 Normal, 130 High
     QString messageId;
     QDateTime sendDate;
     QDateTime deliveryTime;
     unsigned int expiry; // seconds
     bool senderVisibility;
-    bool deliveryReport;
-    bool readReplyReport;
+    bool deliveryReport;  // a delivery report is asked for
+    bool readReplyReport; // a read report is asked for
     unsigned int messageSize;
 };
 
