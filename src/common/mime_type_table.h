@@ -10,14 +10,16 @@
 #define MIME_TYPE_NOT_FOUND 86
 
 extern "C" {
+// Row n holds the name of content-type number n, spelled as stored messages spell it.
 TAVMMS_EXPORT extern const char* const mime_type_names[MIME_TYPE_COUNT];
 
-// The name of `value` reduced to its low 8 bits; null above 85.
+// The name of `value` reduced to its low 8 bits; null above 85. The text is the table's own:
+// never freed or changed by the caller.
 TAVMMS_EXPORT const char* mime_type_getName(unsigned int value);
 
-// Lower-cases `name` in place and returns its number, or 86 when it is not in the table (or
-// `name` is null). Rows spelled with capitals can only be reached by number. "audio/pcmu" gives
-// the number of "audio/pcma", as older messages expect.
+// Lower-cases `name` in place (so it must be writable) and returns its number, or 86 when it is not
+// in the table (or `name` is null). Rows spelled with capitals can only be reached by number.
+// "audio/pcmu" gives the number of "audio/pcma", as older messages expect.
 TAVMMS_EXPORT unsigned char mime_type_getValue(char* name);
 }
 

@@ -38,16 +38,24 @@ public:
     // A new entry made with `new`; the caller owns it. Missing marks are not reported: the
     // pieces are cut wherever the marks' positions (-1 when missing) say.
     static MMS_UTIL_Entry* stringToEntry(QString text);
+    // The same into the caller's entry; nothing for a null pointer. A word other than EMAIL or
+    // PLMN gives the unknown type.
     static void stringToEntry(QString text, MMS_UTIL_Entry* entry);
     // Each entry's text followed by ","; files written by older releases rely on the trailing
-    // separator. An empty list gives "".
+    // separator. Empty slots are passed over; an empty list gives "".
     static QString entryListToString(MMS_UTIL_EntryList list);
-    // A list of entries made with `new`, auto-delete off: the receiver decides who owns them.
+    // A list of entries made with `new`, one per ","-separated piece that is not blank,
+    // auto-delete off: the receiver decides who owns them.
     static MMS_UTIL_EntryList stringToEntryList(QString text);
-    // Appends the entries read from `text` to `list` without clearing it.
+    // Appends the entries read from `text` to `list` without clearing it; nothing for a null list.
+    // Whether the list deletes them is its auto-delete flag's affair.
     static void stringToEntryList(QString text, MMS_UTIL_EntryList* list);
     // "type/subtype params"; the blank is written also when the parameters are empty.
     static QString contentTypeToString(MMS_CONTENT_TYPE_T contentType);
+    // The type before the first "/" of the part before the first blank, the subtype after it, the
+    // parameters after the blank. Missing marks are not reported: without a blank the parameters
+    // are the whole text too, and without a "/" type and subtype are both the whole part; an empty
+    // text gives three null strings.
     static MMS_CONTENT_TYPE_T stringToContentType(QString text);
     // "Low", "Normal", "High" for 128, 129, 130; "Invalid_Priority" for any other code.
     static QString priorityToString(unsigned char priority);
@@ -59,11 +67,12 @@ public:
     // 128 to 132 for the first five words; "Read" is written but reads as 255, like any unknown
     // word.
     static unsigned char stringToStatus(QString text);
+    // "True" or "False".
     static QString boolToString(bool value);
     // True only for exactly "True".
     static bool stringToBool(QString text);
     // Reads "Sat May 2 03:40:13 1998" by fixed positions; a null text or one too short for the
-    // month gives a null date-time, a missing time gives 00:00:00.
+    // month gives a null date-time, an unknown month an invalid one, a missing time 00:00:00.
     static QDateTime stringToTime(QString text);
 
     // Working directories. Each is only a text ending in "/"; nothing is created here.
@@ -80,9 +89,13 @@ public:
     // "tmp" + the counter as five digits + an extension, in the temporary or mail file directory,
     // for the content types that have an extension; the bare digits for any other type. No check
     // is made that the name is free, so names repeat after a restart by design.
+    // Types with an extension: text/plain, image/gif, jpeg, png, vnd.wap.wbmp, bmp, audio/imelody,
+    // mpeg, midi, x-wav, video/mpeg (all in getTmpDir()) and an MMS message (0x3E, ".mms", in
+    // getMailFileDir()).
     static QString generateFileName(unsigned char contentType);
-    // Creates an empty file under generateFileName()'s name and returns the name; "" when the file
-    // cannot be created.
+    // Creates an empty file under generateFileName()'s name (truncating one that is there) and
+    // returns the name; "" when the file cannot be created, e.g. when its directory is missing.
+    // The bare digits of a type without an extension name a file in the current directory.
     static QString createTempFile(unsigned char contentType);
 
     // Contact look-up in the phone's address book. A phone number (any type but e-mail, the
@@ -90,7 +103,8 @@ public:
     // Sets the entry's name to the contact's; a failed search, or a contact without a name,
     // leaves it empty, so that the name always reflects the address book.
     static void srchContactName(MMS_UTIL_Entry& entry);
-    // srchContactName() on every entry; the copy shares the caller's entries, which get the names.
+    // srchContactName() on every entry (empty slots are passed over); the copy shares the caller's
+    // entries, which get the names.
     static void srchMultiContactNames(MMS_UTIL_EntryList list);
     // The contact's name and the label of the matched number or address (e.g. "Mobile"); without
     // a hit, the address as the name and an empty label. An empty entry leaves `info` untouched.
@@ -100,8 +114,8 @@ public:
     // known; 1, the entry untouched, when not.
     static int getOwnerEntry(MMS_UTIL_Entry& entry);
     // Removes the first entry whose address is `address` (a leading "+86" on either side does
-    // not count); later duplicates stay. 0 when one was removed or none matched, 1 for a null
-    // list or a failed removal.
+    // not count); later duplicates stay. The entry is deleted only while the list's auto-delete is
+    // on. 0 when one was removed or none matched, 1 for a null list or a failed removal.
     static int deleteEntryByVal(MMS_UTIL_EntryList* list, QString address);
 
     // Message classification by content type.

@@ -21,10 +21,12 @@ public:
     // content-type parameters are split exactly so. An empty separator gives the whole text,
     // stripped, as the only piece (or no piece for an empty text).
     static QValueList<QCString> split(const QCString& separator, const QCString& text);
-    // Prints "The data length is: <length>" and "\r" on standard output. The hex dump lines are
-    // composed only in builds configured with TAVMMS_DUMP_LINES.
+    // Prints "The data length is: <length>" and "\r" as one line on standard output. Only builds
+    // configured with TAVMMS_DUMP_LINES print the bytes after it, as hex dump lines. `data` stays
+    // the caller's.
     static void logOut(unsigned char* data, unsigned int length);
-    // logOut of a whole file (of its first 16 MiB at most); nothing for a missing file.
+    // logOut of a whole file (of its first 16 MiB at most); nothing for a missing file, and a
+    // length of 0 for one that cannot be read.
     static void logOutFrFile(QString path);
 };
 
