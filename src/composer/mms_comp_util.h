@@ -24,15 +24,18 @@ public:
     // True when every character of `text` is an ASCII letter or digit or one of ". - _ \ /" and
     // the space, so that whole relative paths pass; true for "".
     static bool isOnlyLetterOrNumber(QString text);
-    // Takes the time of day for profiling builds; prints nothing and ignores its arguments.
+    // A profiling hook: notes the time of day and prints nothing; the arguments are ignored.
     static void printTimeStamp(const char* label, int value);
     // Shows the modal "memory is full" notice with the platform's error icon and one button, and
     // returns once the user has closed it. Call it on the user-interface thread.
     static void noFlashMsgBox();
-    // The extension (lower case, without the dot) under which the phone can open again an object
-    // of MIME type `type`/`subtype`: the first of the MIME registry's extensions for the type that
-    // the phone plays or shows, in the registry's order; "txt", "vcs" and "vcf" for plain text,
-    // vCalendar and vCard whatever the registry holds; "" when none is known.
+    // The extension (lower case, without the dot) under which the phone can open again an object of
+    // MIME type `type`/`subtype`: the first of the MIME registry's extensions for the type that the
+    // phone shows or plays, in the registry's order. Pictures (image/...) are matched against the
+    // phone's own list (gif, png, jpeg, jpg, bmp, wbmp), sound and video against the media
+    // player's. "txt", "vcs" and "vcf" for plain text, vCalendar and vCard whatever the registry
+    // holds. "" when none is known, and for every other type. Types are compared without regard to
+    // case.
     static QString getFirstSupportExtNameByMIMEType(QString type, QString subtype);
 };
 
