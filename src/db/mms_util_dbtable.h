@@ -20,10 +20,14 @@
 class TAVMMS_EXPORT MMS_UTIL_DBTable
 {
 public:
+    // An object holds nothing: every operation and all state are class-wide.
     MMS_UTIL_DBTable();
     virtual ~MMS_UTIL_DBTable();
 
     // Creates the table when the database does not have it, then opens it into mmsTableHandle.
+    // The result is the open's: a table that could not be created shows up as a failed open
+    // (DB_ERR_NO_TABLE, or why the database cannot be opened). Call it once: a second call opens
+    // another handle over the first, which stays open.
     static int initTable();
     // Closes mmsTableHandle (and clears it when that succeeded).
     static int closeTable();
@@ -34,21 +38,27 @@ public:
     static int update(unsigned int id, MMS_UTIL_DBStruct_T record);
     // Deletes row `id`. The transaction stays open.
     static int del(unsigned int id);
-    // Reads row `id` into `*record`, which is cleared to zero just before the fetch (and stays so
-    // when the fetch fails).
+    // Reads row `id` into the caller's `*record`, which is cleared to zero just before the fetch
+    // (and stays so when the fetch fails). DB_ERR_NULL_HANDLE for a null record, DB_ERR_NOT_FOUND
+    // when there is no such row.
     static int readRecord(unsigned int id, MMS_UTIL_DBStruct_T* record);
     // The id of the first row, in URI order, whose mms_fld_msguri_name equals `uri`; -1 (all
     // bits set) for a null URI, no such row, or any failure to look it up. Once the row is found,
     // a failure to release the lookup or to commit its transaction does not change the answer.
     static unsigned int findMsgURI(char* uri);
-    // End the open write transaction; mmsTxn is cleared when that succeeded.
+    // End the open write transaction; mmsTxn is cleared when that succeeded. DB_ERR_NULL_HANDLE
+    // when there is none.
     static int commitTxn();
     static int abortTxn();
-    // For an application that opened the table itself.
+    // For an application that opened the table itself: puts `handle` into mmsTableHandle as it
+    // is, unchecked. The handle it replaces is not closed.
     static void setMmsTableHandle(void* handle);
 
+    // The open table; null until initTable() has opened it, and after closeTable().
     static void* mmsTableHandle;
+    // The write transaction add, update or del left open; null when none is.
     static void* mmsTxn;
+    // "mms_table_in_flash".
     static const char mmsTableName[];
 };
 
