@@ -6,7 +6,8 @@
 #include <QString>
 #include <QStringList>
 
-// The global server settings, read and written as one record (group "MMS_GRP").
+// The global server settings, read and written as one record (group "MMS_GRP"). Missing keys read
+// as "" for the texts, 65535 seconds, 50 and 100 for the sizes and 1 for the flags.
 struct MMS_UTIL_SETTING_SERVER_T {
     QString defaultProfile;      // "MMS_Default_MMS_Profile"
     int expireAfterSec;          // "MMS_Expire_After_Sec", seconds
@@ -44,6 +45,7 @@ struct MMS_UTIL_SETTING_PROFILE_T {
 class TAVMMS_EXPORT MMS_UTIL_Setting
 {
 public:
+    // An object holds nothing: all members are static.
     MMS_UTIL_Setting();
     ~MMS_UTIL_Setting();
 
@@ -86,22 +88,26 @@ public:
     // `raw` not 0 the stored number comes back as it is, 0 included.
     static int getMaxiumMOMMSSize(int raw);
     static int setMaxiumMOMMSSize(int value);
+    // These readers give the stored number as it is; the writers store it so.
     static int getMaxiumMTMMSSize(); // default 100
     static int setMaxiumMTMMSSize(int value);
     static int getSenderVisibility(); // default 1
     static int setSenderVisibility(int value);
+    // The same key as the expiry of the sending options.
     static int getExpireAfterSec(); // seconds, default 65535
     static int setExpireAfterSec(int value);
     static int getDeliveryRepAllowedity(); // default 1
     static int setDeliveryRepAllowedity(int value);
 
-    // Feature flags of the phone (true when the platform does not say).
+    // Feature flags of the phone (true when the platform does not say): flags 49, 50 and 112. The
+    // library does not act on them; the applications decide what they switch on.
     static bool getFilterFlexBitSetting();
     static bool getSenderVisibilityFlexBitSetting();
     static bool isChwAvailable();
 
     // The default profile's name ("" when none); it need not be in the list.
     static QString getDefaultMMSProfile();
+    // 0, 1 or 2. The name is not checked against the list, and "" is stored as well.
     static int setDefaultMMSProfile(QString name);
 
     // Profile names in code-unit order (case-sensitive).
@@ -109,31 +115,43 @@ public:
     // 0 added, 1 already listed (exact comparison), 2 storage full, 3 refused otherwise.
     static int addProfile(QString name);
     // Removes the name from the list, then the profile's group; the default is left as it is.
+    // 0 (also for a name that is not listed), 1 or 2; when the name cannot be taken off the list,
+    // the group is left alone.
     static int delProfile(QString name);
     // A new record the caller deletes; null when memory runs out.
     static MMS_UTIL_SETTING_SERVER_T* getServerSettings();
-    // Writes every field (failures of single writes are not reported), then flushes the store:
-    // 0, 1 (also for a null record) or 2 from the flush.
+    // Writes every field (the single writes are not checked: the flush reports one the store
+    // refused), then flushes the store: 0, 1 (also for a null record) or 2 from the flush. The
+    // record stays the caller's.
     static int setServerSettings(MMS_UTIL_SETTING_SERVER_T* rec);
     // A new record the caller deletes; for an empty name the connection values are empty.
     static MMS_UTIL_SETTING_PROFILE_T* getProfileSettingsByName(QString name);
-    // Writes the profile's values and the default profile's name from the record, then flushes.
-    // The name is not added to the list (addProfile does that).
+    // Writes the profile's values and the default profile's name from the record, then flushes:
+    // 0, 1 (also for an empty name or a null record, nothing written) or 2 from the flush. The
+    // record stays the caller's. The name is not added to the list (addProfile does that).
     static int setProfileSettingsByName(QString name, MMS_UTIL_SETTING_PROFILE_T* rec);
 
-    // The block list: addresses joined by ",".
+    // The block list: addresses joined by "," ("" when none is stored).
     static QString getBlockList();
+    // Replaces the whole list with `list` as it is: 0, 1 or 2.
     static int setBlockList(QString list);
-    // 0 added, 1 refused, 2 storage full, 3 already blocked (nothing written).
+    // Appends `address` (after a "," unless the list is empty): 0 added, 1 refused, 2 storage
+    // full, 3 already blocked by the rule of isInBlockList (nothing written).
     static int addToBlockList(QString address);
     // 1 when an item of the list contains the address or the address contains the item
-    // (case-sensitive), else 0. This loose match is how senders have always been blocked.
+    // (case-sensitive), else 0. This loose match is how senders have always been blocked. Items
+    // are compared as Latin-1 text. A list ending in blanks (after its last "," or alone) has an
+    // empty last item, which blocks every address but the empty one; an empty address is blocked
+    // by every item that is not empty.
     static int isInBlockList(QString list, QString address);
+    // The same against the stored list.
     static int isInBlockList(QString address);
 
     // The sending options: delivery report, read report, expiry in seconds and priority (128 Low,
     // 129 Normal, 130 High). getSendingOption always returns 0; setSendingOption stops at the
     // first write that fails (earlier ones stay written) and returns 0, 1 or 2.
+    // Missing keys read as false, false, 65535 and 129; a stored priority comes back as its low
+    // 8 bits, unchecked. The expiry is the key getExpireAfterSec() reads.
     static int getSendingOption(bool& deliveryReport, bool& readReport, unsigned int& expiry,
                                 unsigned char& priority);
     static int setSendingOption(bool deliveryReport, bool readReport, unsigned int expiry,
