@@ -23,9 +23,9 @@ struct ContactAddress {
 struct Contact {
     QString uid; // the identifier the exporting program gave it; empty when none
     QString name;
-    QString organization;
-    QList<ContactAddress> numbers;
-    QList<ContactAddress> emails;
+    QString organization;          // company or organisation; may be empty
+    QList<ContactAddress> numbers; // phone numbers, in the order the contact lists them
+    QList<ContactAddress> emails;  // e-mail addresses, likewise
 
     bool operator==(const Contact& other) const
     {

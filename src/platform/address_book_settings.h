@@ -25,7 +25,8 @@ struct AddressBookOwner {
     QString number;
 };
 TAVPLATFORM_EXPORT AddressBookOwner addressBookOwner();
-// Stores both; false with the store's errno when it refuses either.
+// Stores both, the name first; false with the store's errno when it refuses either (a refused
+// name leaves the number as it was).
 TAVPLATFORM_EXPORT bool setAddressBookOwner(const AddressBookOwner& owner);
 
 } // namespace tavplatform

@@ -9,7 +9,8 @@ namespace tavplatform
 {
 
 // The device database behind the DB_* functions, one method per function with the same
-// arguments and results (see db_api.h).
+// arguments and results (see db_api.h), named after it: txnBegin is DB_TXN_Begin,
+// cursorMoveNext DB_CURSOR_MoveNext, and so on.
 class TAVPLATFORM_EXPORT DatabaseService
 {
 public:
@@ -49,6 +50,7 @@ TAVPLATFORM_EXPORT DatabaseService& databaseService();
 // Installs `service` (not owned; null restores the default) and returns the one it replaces.
 TAVPLATFORM_EXPORT DatabaseService* setDatabaseService(DatabaseService* service);
 
+// Installs a service (a test double) for the life of a scope.
 using ScopedDatabaseService = ScopedService<DatabaseService, &setDatabaseService>;
 
 } // namespace tavplatform

@@ -35,11 +35,13 @@ public:
     // the icons of the source tree the library was built from, which a build tree uses.
     static QStringList defaultDirectories();
 
+    // Looks in `directories`, in their order.
     explicit PlatformIcons(QStringList directories = defaultDirectories());
 
     QPixmap icon(const QString& name) override;
 
-    // The path of the first readable file for `name` in the directories; empty when there is none.
+    // The path of the first readable file for `name` in the directories; empty when there is none,
+    // and for an empty name or one holding a "/" (a name never leads out of the directories).
     QString iconFile(const QString& name) const;
 
 private:
@@ -48,8 +50,10 @@ private:
 
 // The icons RES_ICON_Reader calls: the ones installed, else PlatformIcons.
 TAVPLATFORM_EXPORT IconResourceService& iconResourceService();
+// Installs `service` (not owned; null restores the default) and returns the one it replaces.
 TAVPLATFORM_EXPORT IconResourceService* setIconResourceService(IconResourceService* service);
 
+// Installs a service (a test double) for the life of a scope.
 using ScopedIconResourceService = ScopedService<IconResourceService, &setIconResourceService>;
 
 } // namespace tavplatform

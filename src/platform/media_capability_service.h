@@ -34,7 +34,8 @@ public:
 class TAVPLATFORM_EXPORT StoreMediaCapabilities : public MediaCapabilityService
 {
 public:
-    // The list the phone comes with for `kind`, most common format first.
+    // The list the phone comes with for `kind`, most common format first; empty for another
+    // value.
     static QStringList factoryExtensions(MP_Utility::MIME_TYPE_T kind);
 
     QStringList playableExtensions(MP_Utility::MIME_TYPE_T kind) override;
@@ -45,9 +46,11 @@ public:
 
 // The table MP_Utility calls: the one installed, else the StoreMediaCapabilities.
 TAVPLATFORM_EXPORT MediaCapabilityService& mediaCapabilityService();
+// Installs `service` (not owned; null restores the default) and returns the one it replaces.
 TAVPLATFORM_EXPORT MediaCapabilityService*
 setMediaCapabilityService(MediaCapabilityService* service);
 
+// Installs a service (a test double) for the life of a scope.
 using ScopedMediaCapabilityService =
     ScopedService<MediaCapabilityService, &setMediaCapabilityService>;
 

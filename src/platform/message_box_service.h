@@ -34,8 +34,10 @@ public:
 
 // The box UI_MessageBox shows: the one installed, else the QtMessageBox.
 TAVPLATFORM_EXPORT MessageBoxService& messageBoxService();
+// Installs `service` (not owned; null restores the default) and returns the one it replaces.
 TAVPLATFORM_EXPORT MessageBoxService* setMessageBoxService(MessageBoxService* service);
 
+// Installs a service (a test double) for the life of a scope.
 using ScopedMessageBoxService = ScopedService<MessageBoxService, &setMessageBoxService>;
 
 } // namespace tavplatform

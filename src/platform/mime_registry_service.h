@@ -40,8 +40,10 @@ private:
 
 // The registry AM_MimeType calls: the one installed, else the QtMimeRegistry.
 TAVPLATFORM_EXPORT MimeRegistryService& mimeRegistryService();
+// Installs `service` (not owned; null restores the default) and returns the one it replaces.
 TAVPLATFORM_EXPORT MimeRegistryService* setMimeRegistryService(MimeRegistryService* service);
 
+// Installs a service (a test double) for the life of a scope.
 using ScopedMimeRegistryService = ScopedService<MimeRegistryService, &setMimeRegistryService>;
 
 } // namespace tavplatform

@@ -9,6 +9,7 @@
 class TAVPLATFORM_EXPORT MP_Utility
 {
 public:
+    // The kinds of media the player has a list for.
     enum MIME_TYPE_T {
         MIME_TYPE_AUDIO = 0,
         MIME_TYPE_VIDEO = 1,

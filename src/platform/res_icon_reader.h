@@ -9,6 +9,7 @@
 class TAVPLATFORM_EXPORT RES_ICON_Reader
 {
 public:
+    // The reader holds nothing; make one where it is needed.
     RES_ICON_Reader();
     ~RES_ICON_Reader();
     RES_ICON_Reader(const RES_ICON_Reader&) = delete;

@@ -13,8 +13,10 @@ template <typename Service> class ServiceSlot
 public:
     using Factory = std::unique_ptr<Service> (*)();
 
+    // `factory` makes the default service, on the first get() that needs it.
     explicit ServiceSlot(Factory factory) : factory_(factory) {}
 
+    // The installed service, else the default one (the slot owns the default).
     Service& get()
     {
         if (installed_)
@@ -42,6 +44,7 @@ private:
 template <typename Service, Service* (*Install)(Service*)> class ScopedService
 {
 public:
+    // `service` stays the caller's and must outlive the scope.
     explicit ScopedService(Service* service) : previous_(Install(service)) {}
     ~ScopedService() { Install(previous_); }
     ScopedService(const ScopedService&) = delete;

@@ -28,6 +28,7 @@ public:
     virtual void open(int app, bool forWriting) = 0;
     virtual void close() = 0;
 
+    // `option` is reserved: callers pass false.
     virtual bool readText(const QString& group, const QString& key, QString& value,
                           const QString& defaultValue, bool option) = 0;
     virtual bool readBool(const QString& group, const QString& key, bool& value,
@@ -69,11 +70,14 @@ public:
 // The services SETUP_SET_Manager and SETUP_Utility call: the ones installed, else the defaults
 // (the settings store on SQLite in the platform directory; flags kept in its group
 // "TAV_Feature_Flags").
+// The setters install a service (not owned; null restores the default) and return the one it
+// replaces.
 TAVPLATFORM_EXPORT SettingsStoreService& settingsStoreService();
 TAVPLATFORM_EXPORT SettingsStoreService* setSettingsStoreService(SettingsStoreService* service);
 TAVPLATFORM_EXPORT FeatureFlagService& featureFlagService();
 TAVPLATFORM_EXPORT FeatureFlagService* setFeatureFlagService(FeatureFlagService* service);
 
+// Install a service (a test double) for the life of a scope.
 using ScopedSettingsStoreService = ScopedService<SettingsStoreService, &setSettingsStoreService>;
 using ScopedFeatureFlagService = ScopedService<FeatureFlagService, &setFeatureFlagService>;
 

@@ -46,8 +46,13 @@ public:
 
     // The group's entries, key to value text, ordered by key.
     QMap<QString, QString> getEntryKeyList(QString group);
+    // Remove one key, or every key of a group: true when it is gone afterwards (also when it was
+    // not there), else false with errno set.
     bool removeEntry(QString group, QString key);
     bool clearGroup(QString group);
+    // Makes everything written durable. False with errno set when that fails, and also when a
+    // write since the store was opened (or last flushed) was refused, so that a caller that
+    // checks only the flush learns of it.
     bool flush();
 };
 

@@ -10,6 +10,7 @@ typedef int SETUP_FLEX_ID_T;
 class TAVPLATFORM_EXPORT SETUP_Utility
 {
 public:
+    // The object holds nothing; make one where it is needed.
     SETUP_Utility();
     ~SETUP_Utility();
 

@@ -25,20 +25,22 @@ public:
     // The device's address book: "contacts.db" in the platform directory.
     static QString defaultPath();
 
-    // `busyTimeoutMs`: how long a change waits while another process changes the book.
+    // `busyTimeoutMs`: how long a change waits while another process changes the book. Nothing
+    // is opened before the first call that needs the file.
     explicit SqliteAddressBook(QString path, int busyTimeoutMs = 5000);
     ~SqliteAddressBook() override;
 
     // A number is matched by its key, an address by its key too (letter case does not count).
     // Searches read a snapshot of the book, which a process changing it never holds up, so they
-    // need no time limit.
+    // need no time limit and `timeoutMs` is not used. Only a number search that must first make
+    // the keys anew for a new region waits, like a change, up to the busy timeout.
     int singleSearch(ADDRBK_SEARCH_TYPE_T type, const QString& key,
                      ADDRBK_SEARCH_SINGLE_DATA_T& result, int timeoutMs, bool* ambiguous) override;
     bool getOwnerNumber(QString& name, QString& number) override;
 
     struct ImportCounts {
-        int added = 0;
-        int replaced = 0;
+        int added = 0;    // contacts the book did not hold
+        int replaced = 0; // contacts that replaced one it held (or one added before in the list)
     };
     // Adds `contacts`, all or none. A contact the book holds already is replaced (and keeps its
     // place): one with the same uid, or, for a contact without one, with the same name,

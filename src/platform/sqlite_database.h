@@ -21,7 +21,10 @@ public:
     // The device database's file: "device.db" in the platform directory.
     static QString defaultPath();
 
+    // `busyTimeoutMs`: how long a statement waits while another process holds the lock it needs
+    // (DB_ERR_BUSY after that). The file is opened by the first getNativeDB() or DB_TXN_Begin.
     explicit SqliteDatabase(QString path, int busyTimeoutMs = 5000);
+    // Rolls back whatever transaction is still open, as a crash would.
     ~SqliteDatabase() override;
 
     void* getNativeDB() override;

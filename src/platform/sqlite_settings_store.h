@@ -23,6 +23,7 @@ public:
     explicit SqliteSettingsStore(QString path, int busyTimeoutMs = 5000);
     ~SqliteSettingsStore() override;
 
+    // Count the store's users: a flush reports the writes refused since the outermost open().
     void open(int app, bool forWriting) override;
     void close() override;
     bool readText(const QString& group, const QString& key, QString& value,

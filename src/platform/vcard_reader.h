@@ -13,11 +13,12 @@ namespace tavplatform
 
 // Something in a vCard file that was skipped, and why.
 struct VCardProblem {
-    int line;  // the first line skipped, counting from 1
-    int lines; // how many lines were skipped: 1, or all of a vCard's
-    QString reason;
+    int line;       // the first line skipped, counting from 1
+    int lines;      // how many lines were skipped: 1, or all of a vCard's
+    QString reason; // why, in English, for the person importing the file
 };
 
+// What readVCards found: the contacts in the order of the file, and what it skipped.
 struct VCardReading {
     QList<Contact> contacts;
     QList<VCardProblem> problems;
@@ -30,7 +31,8 @@ struct VCardReading {
 // else made from N. Properties other than FN, N, ORG, UID, TEL and EMAIL (a PHOTO, for instance)
 // are passed over. A line that cannot be read is reported and skipped, and the rest of its vCard
 // kept; a vCard without END:VCARD, of another version, or with neither name nor number nor
-// address is reported and skipped whole.
+// address is reported and skipped whole, as is text outside BEGIN:VCARD ... END:VCARD (blank
+// lines there are passed over silently). A UTF-8 byte order mark at the start is dropped.
 TAVPLATFORM_EXPORT VCardReading readVCards(const QByteArray& data);
 
 } // namespace tavplatform
