@@ -172,6 +172,24 @@ TEST_F(PlatformDirTest, TrailingSeparatorIsDropped)
     EXPECT_EQ(tavplatform::platformDirectory(), under("platform"));
 }
 
+TEST_F(PlatformDirTest, FilePathIsTheNameInTheDirectory)
+{
+    setVariables(underBytes("platform"), std::nullopt, std::nullopt);
+
+    EXPECT_EQ(tavplatform::platformFilePath(QStringLiteral("device.db")),
+              under("platform") + QStringLiteral("/device.db"));
+}
+
+TEST_F(PlatformDirTest, FilePathIsNullWithoutADirectory)
+{
+    QFile file(under("file"));
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+    file.close();
+    setVariables(underBytes("file"), std::nullopt, std::nullopt);
+
+    EXPECT_TRUE(tavplatform::platformFilePath(QStringLiteral("device.db")).isNull());
+}
+
 TEST_F(PlatformDirTest, PathBelowAFileGivesEmpty)
 {
     QFile file(under("file"));

@@ -44,4 +44,10 @@ QString platformDirectory()
     return dir;
 }
 
+QString platformFilePath(const QString& name)
+{
+    const QString dir = platformDirectory();
+    return dir.isEmpty() ? QString() : dir + QLatin1Char('/') + name;
+}
+
 } // namespace tavplatform

@@ -14,6 +14,9 @@ namespace tavplatform
 // trailing "/" and is empty when the directory cannot be made (or there is no home to put it in).
 TAVPLATFORM_EXPORT QString platformDirectory();
 
+// The file `name` in that directory; a null text when there is no directory.
+TAVPLATFORM_EXPORT QString platformFilePath(const QString& name);
+
 } // namespace tavplatform
 
 #endif

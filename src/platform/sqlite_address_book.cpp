@@ -250,8 +250,7 @@ struct SqliteAddressBook::Impl {
 
 QString SqliteAddressBook::defaultPath()
 {
-    const QString dir = platformDirectory();
-    return dir.isEmpty() ? QString() : dir + QStringLiteral("/contacts.db");
+    return platformFilePath(QStringLiteral("contacts.db"));
 }
 
 SqliteAddressBook::SqliteAddressBook(QString path, int busyTimeoutMs) : d(new Impl)

@@ -737,8 +737,7 @@ struct SqliteDatabase::Impl {
 
 QString SqliteDatabase::defaultPath()
 {
-    const QString dir = platformDirectory();
-    return dir.isEmpty() ? QString() : dir + QStringLiteral("/device.db");
+    return platformFilePath(QStringLiteral("device.db"));
 }
 
 SqliteDatabase::SqliteDatabase(QString path, int busyTimeoutMs) : d(new Impl)

@@ -140,8 +140,7 @@ struct SqliteSettingsStore::Impl {
 
 QString SqliteSettingsStore::defaultPath()
 {
-    const QString dir = platformDirectory();
-    return dir.isEmpty() ? QString() : dir + QStringLiteral("/settings.db");
+    return platformFilePath(QStringLiteral("settings.db"));
 }
 
 SqliteSettingsStore::SqliteSettingsStore(QString path, int busyTimeoutMs) : d(new Impl)
