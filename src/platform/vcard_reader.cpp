@@ -488,11 +488,11 @@ VCardReading readVCards(const QByteArray& data)
     if (lines.constFirst().startsWith("\xEF\xBB\xBF"))
         lines.first().remove(0, 3);
     VCardReading reading;
-    std::optional<int> begin; // the open vCard's BEGIN line
+    int begin = 0; // the open vCard's BEGIN line; 0 while none is open (lines count from 1)
     QList<Line> card;
     const auto skipOpenCard = [&](int line) {
         reading.problems.append(
-            {*begin, line - *begin, QStringLiteral("vCard without END:VCARD, skipped")});
+            {begin, line - begin, QStringLiteral("vCard without END:VCARD, skipped")});
     };
     for (qsizetype i = 0; i < lines.size(); ++i) {
         QByteArray text = lines.at(i);
@@ -506,10 +506,10 @@ VCardReading readVCards(const QByteArray& data)
             card.clear();
         } else if (isMarker(text, "END:VCARD")) {
             if (begin)
-                CardReader(*begin, number - *begin + 1, &reading).read(card);
+                CardReader(begin, number - begin + 1, &reading).read(card);
             else
                 reading.problems.append({number, 1, QStringLiteral("END:VCARD outside a vCard")});
-            begin.reset();
+            begin = 0;
         } else if (begin) {
             card.append({number, text});
         } else if (!text.trimmed().isEmpty()) {
