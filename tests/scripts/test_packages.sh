@@ -66,8 +66,10 @@ pcdir=$(dirname "$(find "$root/usr/lib" -name tavmmsutility.pc)")
 # Runs a built example; it must take the library from the root and write and read a message.
 run_example()
 {
-    local program=$1 shown
-    LD_LIBRARY_PATH=$libdir ldd "$program" | grep -q "libtavmmsutility.so.1 => $libdir/" ||
+    local program=$1 shown loaded
+    # Read whole: grep -q would close the pipe early, and pipefail would count ldd's SIGPIPE.
+    loaded=$(LD_LIBRARY_PATH=$libdir ldd "$program") || fail "ldd $program failed"
+    [[ $loaded == *"libtavmmsutility.so.1 => $libdir/"* ]] ||
         fail "$program does not load the library from the unpacked root"
     shown=$(LD_LIBRARY_PATH=$libdir "$program" "$work/$(basename "$program").mms") ||
         fail "$program failed"
