@@ -28,6 +28,7 @@
 #include "sqlite_database.h"
 
 #include "bench_directory.h"
+#include "paired_timing.h"
 #include "raw_sqlite.h"
 
 #include <benchmark/benchmark.h>
@@ -38,7 +39,6 @@
 #include <QString>
 #include <QTemporaryDir>
 
-#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -485,32 +485,16 @@ void BM_RawSQLite_AddCommit(benchmark::State& state)
     });
 }
 
-// The library and plain SQLite in turn, row by row (which goes first alternates), so that both
-// meet the same disk: a sync's time on a disk shared with other work varies far more than either
-// side's own cost. The time is the pair's; the counters are each side's and their ratio.
+// The library and plain SQLite in turn, row by row (which goes first alternates). The time is
+// the pair's; the counters are each side's and their ratio.
 void BM_Paired_AddCommit(benchmark::State& state)
 {
-    using Clock = std::chrono::steady_clock;
-    Clock::duration spent[2] = {};
-    bool libraryFirst = false;
+    PairedTiming timing;
     addRows(state, [&](RawDatabase& raw, const MMS_UTIL_DBStruct_T& record, unsigned* id) {
-        libraryFirst = !libraryFirst;
-        bool ok = true;
-        for (const bool library : {libraryFirst, !libraryFirst}) {
-            const Clock::time_point start = Clock::now();
-            ok = ok && (library ? addThroughLibrary(record, id) : raw.add(record, id));
-            spent[library] += Clock::now() - start;
-        }
-        return ok;
+        return timing.run([&] { return addThroughLibrary(record, id); },
+                          [&] { return raw.add(record, id); });
     });
-    const auto microseconds = [](Clock::duration time) {
-        return std::chrono::duration<double, std::micro>(time).count();
-    };
-    state.counters["library_us"] =
-        benchmark::Counter(microseconds(spent[1]), benchmark::Counter::kAvgIterations);
-    state.counters["raw_us"] =
-        benchmark::Counter(microseconds(spent[0]), benchmark::Counter::kAvgIterations);
-    state.counters["ratio"] = microseconds(spent[1]) / microseconds(spent[0]);
+    timing.report(state);
 }
 
 // Calls `lookUp(serial)` for rows picked at random among `rows`; it returns false when the lookup

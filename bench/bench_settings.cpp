@@ -33,6 +33,7 @@
 #include "sqlite_settings_store.h"
 
 #include "bench_directory.h"
+#include "paired_timing.h"
 #include "raw_sqlite.h"
 
 #include <benchmark/benchmark.h>
@@ -44,7 +45,6 @@
 #include <QString>
 #include <QTemporaryDir>
 
-#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
@@ -291,9 +291,8 @@ void BM_RawSQLite_Write(benchmark::State& state)
     writeValues(state, [raw](int value) { return raw->write(value); });
 }
 
-// The library and plain SQLite in turn, value by value (which goes first alternates), so that both
-// meet the same disk: a sync's time on a disk shared with other work varies far more than either
-// side's own cost. The time is the pair's; the counters are each side's and their ratio.
+// The library and plain SQLite in turn, value by value (which goes first alternates). The time is
+// the pair's; the counters are each side's and their ratio.
 void BM_Paired_Write(benchmark::State& state)
 {
     RawStore* raw = rawStore();
@@ -301,27 +300,12 @@ void BM_Paired_Write(benchmark::State& state)
         state.SkipWithError("cannot make the stores");
         return;
     }
-    using Clock = std::chrono::steady_clock;
-    Clock::duration spent[2] = {};
-    bool libraryFirst = false;
+    PairedTiming timing;
     writeValues(state, [&](int value) {
-        libraryFirst = !libraryFirst;
-        bool ok = true;
-        for (const bool library : {libraryFirst, !libraryFirst}) {
-            const Clock::time_point start = Clock::now();
-            ok = ok && (library ? writeThroughLibrary(value) : raw->write(value));
-            spent[library] += Clock::now() - start;
-        }
-        return ok;
+        return timing.run([&] { return writeThroughLibrary(value); },
+                          [&] { return raw->write(value); });
     });
-    const auto microseconds = [](Clock::duration time) {
-        return std::chrono::duration<double, std::micro>(time).count();
-    };
-    state.counters["library_us"] =
-        benchmark::Counter(microseconds(spent[1]), benchmark::Counter::kAvgIterations);
-    state.counters["raw_us"] =
-        benchmark::Counter(microseconds(spent[0]), benchmark::Counter::kAvgIterations);
-    state.counters["ratio"] = microseconds(spent[1]) / microseconds(spent[0]);
+    timing.report(state);
 }
 
 void BM_QSettings_Write(benchmark::State& state)
