@@ -79,6 +79,18 @@ protected:
                                     input, environment);
     }
 
+    // `mmsutil content-type QUESTION` answers each question with its line and nothing else.
+    void expectContentTypeAnswers(const QList<std::pair<QString, QByteArray>>& cases) const
+    {
+        for (const auto& [question, answer] : cases) {
+            SCOPED_TRACE(question.toStdString());
+            const ToolResult result = run({QStringLiteral("content-type"), question});
+            EXPECT_EQ(result.exitCode, 0);
+            EXPECT_EQ(result.out, answer);
+            EXPECT_TRUE(result.err.isEmpty());
+        }
+    }
+
     // Writes "mail.mms" from a body file holding `body`, with the given header options.
     ToolResult writeMail(const QByteArray& body, const QStringList& options)
     {
@@ -418,13 +430,7 @@ TEST_F(MmsutilTest, ContentTypeNumberGivesItsName)
         {QStringLiteral("085"), "video/x-ms-wmv\n"},
         {QStringLiteral("14"), "multipart/byterantes\n"},
     };
-    for (const auto& [number, name] : cases) {
-        SCOPED_TRACE(number.toStdString());
-        const ToolResult result = run({QStringLiteral("content-type"), number});
-        EXPECT_EQ(result.exitCode, 0);
-        EXPECT_EQ(result.out, name);
-        EXPECT_TRUE(result.err.isEmpty());
-    }
+    expectContentTypeAnswers(cases);
 }
 
 TEST_F(MmsutilTest, ContentTypeNameGivesItsNumber)
@@ -436,13 +442,7 @@ TEST_F(MmsutilTest, ContentTypeNameGivesItsNumber)
         // Stored messages carry audio/pcmu under the number of audio/pcma.
         {QStringLiteral("audio/pcmu"), "79 0x4f\n"},
     };
-    for (const auto& [name, number] : cases) {
-        SCOPED_TRACE(name.toStdString());
-        const ToolResult result = run({QStringLiteral("content-type"), name});
-        EXPECT_EQ(result.exitCode, 0);
-        EXPECT_EQ(result.out, number);
-        EXPECT_TRUE(result.err.isEmpty());
-    }
+    expectContentTypeAnswers(cases);
 }
 
 TEST_F(MmsutilTest, ContentTypeOutsideTheTableFails)
