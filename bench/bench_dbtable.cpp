@@ -35,7 +35,6 @@
 #include <sqlite3.h>
 
 #include <QDir>
-#include <QFile>
 #include <QString>
 #include <QTemporaryDir>
 
@@ -205,7 +204,7 @@ private:
     static bool run(sqlite3_stmt* statement);
     bool insert(const MMS_UTIL_DBStruct_T& record, unsigned* id);
 
-    std::unique_ptr<sqlite3, ConnectionCloser> db_;
+    ConnectionPtr db_;
     StatementPtr begin_, commit_, insert_, select_, find_;
 };
 
@@ -227,15 +226,8 @@ bool RawDatabase::run(sqlite3_stmt* statement)
 std::unique_ptr<RawDatabase> RawDatabase::open(const QString& path)
 {
     auto raw = std::make_unique<RawDatabase>();
-    sqlite3* db = nullptr;
-    const int opened =
-        sqlite3_open_v2(QFile::encodeName(path).constData(), &db,
-                        SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_NOMUTEX, nullptr);
-    raw->db_.reset(db);
-    if (opened != SQLITE_OK)
-        return nullptr;
-    sqlite3_busy_timeout(db, 5000);
-    if (!raw->exec("PRAGMA journal_mode=WAL") || !raw->exec("PRAGMA synchronous=FULL"))
+    raw->db_ = openRawConnection(path);
+    if (!raw->db_)
         return nullptr;
 
     const std::string table = MMS_UTIL_DBTable::mmsTableName;

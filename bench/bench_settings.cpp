@@ -40,7 +40,6 @@
 #include <sqlite3.h>
 
 #include <QDir>
-#include <QFile>
 #include <QSettings>
 #include <QString>
 #include <QTemporaryDir>
@@ -110,7 +109,7 @@ private:
     }
     StatementPtr prepare(const char* sql);
 
-    std::unique_ptr<sqlite3, ConnectionCloser> db_;
+    ConnectionPtr db_;
     StatementPtr select_, upsert_;
 };
 
@@ -124,15 +123,8 @@ StatementPtr RawStore::prepare(const char* sql)
 std::unique_ptr<RawStore> RawStore::open(const QString& path)
 {
     auto raw = std::make_unique<RawStore>();
-    sqlite3* db = nullptr;
-    const int opened =
-        sqlite3_open_v2(QFile::encodeName(path).constData(), &db,
-                        SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_NOMUTEX, nullptr);
-    raw->db_.reset(db);
-    if (opened != SQLITE_OK)
-        return nullptr;
-    sqlite3_busy_timeout(db, 5000);
-    if (!raw->exec("PRAGMA journal_mode=WAL") || !raw->exec("PRAGMA synchronous=FULL") ||
+    raw->db_ = openRawConnection(path);
+    if (!raw->db_ ||
         !raw->exec("CREATE TABLE settings (grp TEXT NOT NULL, key TEXT NOT NULL, value TEXT NOT "
                    "NULL, PRIMARY KEY (grp, key))"))
         return nullptr;
