@@ -6,7 +6,6 @@
 #include <tavmmsutility.h>
 
 #include <QCommandLineParser>
-#include <QJsonDocument>
 #include <QTextStream>
 
 namespace
@@ -54,12 +53,7 @@ int runShow(const cli::Command& command, const QStringList& arguments)
                          QStringLiteral("MMS_Expire_After_Sec"), stored.expiry),
         priority,
     };
-    cli::markStored(&values);
-    if (parser.isSet(json))
-        cli::out() << QJsonDocument(cli::valuesToJson(values)).toJson(QJsonDocument::Indented);
-    else
-        cli::printValues(values);
-    return cli::ExitOk;
+    return cli::showValues(values, parser.isSet(json));
 }
 
 int runSet(const cli::Command& command, const QStringList& arguments)

@@ -7,7 +7,6 @@
 #include <tavmmsutility.h>
 
 #include <QCommandLineParser>
-#include <QJsonDocument>
 #include <QTextStream>
 
 namespace
@@ -26,12 +25,7 @@ int runShow(const cli::Command& command, const QStringList& arguments)
     QList<cli::ShownValue> values;
     for (const cli::Setting& setting : cli::settings())
         values.append(cli::showSetting(setting, profile));
-    cli::markStored(&values);
-    if (parser.isSet(json))
-        cli::out() << QJsonDocument(cli::valuesToJson(values)).toJson(QJsonDocument::Indented);
-    else
-        cli::printValues(values);
-    return cli::ExitOk;
+    return cli::showValues(values, parser.isSet(json));
 }
 
 // "  name  description" lines of the settings that "settings set" changes.

@@ -288,6 +288,16 @@ QJsonObject valuesToJson(const QList<ShownValue>& values)
     return object;
 }
 
+int showValues(QList<ShownValue> values, bool asJson)
+{
+    markStored(&values);
+    if (asJson)
+        out() << QJsonDocument(valuesToJson(values)).toJson(QJsonDocument::Indented);
+    else
+        printValues(values);
+    return ExitOk;
+}
+
 const QList<Setting>& settings()
 {
     return kSettings;

@@ -88,6 +88,9 @@ void markStored(QList<ShownValue>* values);
 void printValues(const QList<ShownValue>& values);
 // One object per value by its name: {"value", "isDefault", "group", "key"} and its `extra`.
 QJsonObject valuesToJson(const QList<ShownValue>& values);
+// Marks which values are stored, then prints them as the table or, with `asJson`, as one
+// indented object; the exit status of a "show" command.
+int showValues(QList<ShownValue> values, bool asJson);
 
 // A text as a quoted, escaped JSON string, so that blanks and empty texts show.
 QString quoted(const QString& text);
