@@ -4,6 +4,8 @@
 // BM_RawPosix_WriteRead/N   the same file bytes written to a temporary name, fsync, unlink,
 //                           rename, then read back whole: the floor for a replacement that never
 //                           leaves a torn file.
+// BM_RawPosix_WriteReadDirSync/N  the same plus an fsync of the directory after the rename, so
+//                           that the rename itself is durable too.
 // BM_MailFile_Load/N, BM_RawPosix_Read/N  the reading halves alone (from the page cache), which
 //                           shows the library's own cost apart from the disk's.
 // BM_Header_Serialize / BM_Header_Read  the header text block alone, on a QBuffer.
@@ -176,9 +178,9 @@ bool readBack(const char* path, std::vector<char>& buffer)
     return done == buffer.size();
 }
 
-// Writes `bytes` under a temporary name, syncs, replaces `path` by unlink and rename, then reads
-// the file back.
-bool rawReplaceAndRead(const QByteArray& bytes, const char* path, const char* tmp,
+// Writes `bytes` under a temporary name, syncs, replaces `path` by unlink and rename (optionally
+// syncing the directory after it), then reads the file back.
+bool rawReplaceAndRead(const QByteArray& bytes, const char* path, const char* tmp, const char* dir,
                        std::vector<char>& buffer)
 {
     const int fd = ::open(tmp, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
@@ -191,17 +193,27 @@ bool rawReplaceAndRead(const QByteArray& bytes, const char* path, const char* tm
     ::unlink(path);
     if (::rename(tmp, path) != 0)
         return false;
+    if (dir) {
+        const int dirFd = ::open(dir, O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+        const bool synced = dirFd >= 0 && ::fsync(dirFd) == 0;
+        if (dirFd >= 0)
+            ::close(dirFd);
+        if (!synced)
+            return false;
+    }
     return readBack(path, buffer);
 }
 
-void BM_RawPosix_WriteRead(benchmark::State& state)
+void rawBenchmark(benchmark::State& state, bool syncDirectory)
 {
     const QByteArray bytes = mailFileBytes(makeBody(state.range(0)), makeHeader().get());
     const QByteArray path = QFile::encodeName(benchFile("raw.mms"));
     const QByteArray tmp = path + ".tmp";
+    const QByteArray dir = QFile::encodeName(benchDirectory());
     std::vector<char> buffer;
     for (auto _ : state) {
-        if (!rawReplaceAndRead(bytes, path.constData(), tmp.constData(), buffer)) {
+        if (!rawReplaceAndRead(bytes, path.constData(), tmp.constData(),
+                               syncDirectory ? dir.constData() : nullptr, buffer)) {
             state.SkipWithError("raw write or read failed");
             break;
         }
@@ -209,6 +221,11 @@ void BM_RawPosix_WriteRead(benchmark::State& state)
     }
     state.SetBytesProcessed(state.iterations() * state.range(0));
     ::unlink(path.constData());
+}
+
+void BM_RawPosix_WriteRead(benchmark::State& state)
+{
+    rawBenchmark(state, false);
 }
 
 void BM_RawPosix_Read(benchmark::State& state)
@@ -231,6 +248,11 @@ void BM_RawPosix_Read(benchmark::State& state)
     state.SetBytesProcessed(state.iterations() * state.range(0));
     file.remove();
 }
+void BM_RawPosix_WriteReadDirSync(benchmark::State& state)
+{
+    rawBenchmark(state, true);
+}
+
 void BM_Header_Serialize(benchmark::State& state)
 {
     const std::unique_ptr<MMS_UTIL_MsgHeaderBase> header = makeHeader();
@@ -284,6 +306,10 @@ BENCHMARK(BM_MailFile_WriteLoad)
     ->UseRealTime()
     ->Unit(benchmark::kMicrosecond);
 BENCHMARK(BM_RawPosix_WriteRead)
+    ->ArgsProduct({kBodySizes})
+    ->UseRealTime()
+    ->Unit(benchmark::kMicrosecond);
+BENCHMARK(BM_RawPosix_WriteReadDirSync)
     ->ArgsProduct({kBodySizes})
     ->UseRealTime()
     ->Unit(benchmark::kMicrosecond);

@@ -677,29 +677,29 @@ TEST_F(MailFileTest, WriteFailsWhenTheOldNameCannotBeRemoved)
     EXPECT_EQ(entries(), QStringList{QStringLiteral("1.mms")});
 }
 
-TEST_F(MailFileTest, SaveSyncsTheNewFileAndNotItsDirectory)
+TEST_F(MailFileTest, SaveSyncsTheNewFileThenItsDirectory)
 {
     const SyncRecorder recorder;
     writeSample(path(), smallBody);
-    const std::vector<FileIdentity> expected{identityOf(path())};
+    const std::vector<FileIdentity> expected{identityOf(path()), identityOf(dir.path())};
     EXPECT_FALSE(expected[0].isDirectory);
     EXPECT_EQ(SyncRecorder::calls(), expected);
 }
 
-TEST_F(MailFileTest, EveryWriteOperationSyncsExactlyOnce)
+TEST_F(MailFileTest, EveryWriteOperationSyncsExactlyTwice)
 {
     writeSample(path(), smallBody);
     {
         const SyncRecorder recorder;
         QByteArray body = patternBytes(64);
         EXPECT_EQ(MMS_UTIL_MailFile(path()).writeMultipartBody(bytesOf(body), 64), 0);
-        EXPECT_EQ(SyncRecorder::calls().size(), 1u);
+        EXPECT_EQ(SyncRecorder::calls().size(), 2u);
     }
     {
         const SyncRecorder recorder;
         MMS_UTIL_MsgHeaderBase header;
         EXPECT_EQ(MMS_UTIL_MailFile(path()).writeMsgHeader(&header), 0);
-        EXPECT_EQ(SyncRecorder::calls().size(), 1u);
+        EXPECT_EQ(SyncRecorder::calls().size(), 2u);
     }
 }
 
@@ -733,6 +733,17 @@ TEST_F(MailFileTest, FailedFileSyncForAnotherReasonReportsFailure)
     MMS_UTIL_MsgHeaderBase header;
     EXPECT_EQ(write(path(), patternBytes(999), header), 1);
     EXPECT_EQ(readFileBytes(path()), earlier);
+    EXPECT_EQ(entries(), QStringList{QStringLiteral("1.mms")});
+}
+
+TEST_F(MailFileTest, FailedDirectorySyncReportsFailureWithTheNewFileInPlace)
+{
+    writeSample(path(), smallBody);
+    const SyncRecorder recorder(2, EIO);
+    MMS_UTIL_MsgHeaderBase header;
+    const QByteArray body = patternBytes(999);
+    EXPECT_EQ(write(path(), body, header), 1);
+    EXPECT_EQ(readFileBytes(path()), expectedFile(body, header));
     EXPECT_EQ(entries(), QStringList{QStringLiteral("1.mms")});
 }
 

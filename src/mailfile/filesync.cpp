@@ -1,5 +1,10 @@
 #include "filesync.h"
 
+#include <QFile>
+#include <QFileInfo>
+
+#include <cerrno>
+#include <fcntl.h>
 #include <unistd.h>
 
 namespace tavmms
@@ -22,6 +27,19 @@ SyncFunction setSyncFunction(SyncFunction function)
 int syncDescriptor(int fd)
 {
     return currentSync(fd);
+}
+
+int syncParentDirectory(const QString& path)
+{
+    const QByteArray dir = QFile::encodeName(QFileInfo(path).absolutePath());
+    const int fd = ::open(dir.constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (fd < 0)
+        return -1;
+    const int result = syncDescriptor(fd);
+    const int savedErrno = errno;
+    ::close(fd);
+    errno = savedErrno;
+    return result;
 }
 
 } // namespace tavmms

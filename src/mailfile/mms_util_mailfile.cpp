@@ -372,9 +372,7 @@ int MMS_UTIL_MailFile::saveToMailFile()
     }
 
     // Remove, then rename, as mail files have always been replaced: a save cut short between the
-    // two leaves only the complete ".tmp" file, already synced, to be renamed into place. The
-    // directory is not synced: until the file system's next commit, a power cut keeps the old
-    // file, or the complete ".tmp" alone, which the store check renames into place.
+    // two leaves only the complete ".tmp" file, already synced, to be renamed into place.
     if (::unlink(QFile::encodeName(fileName).constData()) != 0 && errno != ENOENT) {
         const ErrnoKeeper keep;
         QFile::remove(tmpName);
@@ -387,7 +385,7 @@ int MMS_UTIL_MailFile::saveToMailFile()
         QFile::remove(tmpName);
         return 1;
     }
-    return 0;
+    return tavmms::syncParentDirectory(fileName) == 0 ? 0 : 1;
 }
 
 bool MMS_UTIL_MailFile::serializeMsgHeaderTo(QTextStream& stream)

@@ -75,9 +75,9 @@ public:
     // has loaded, the `header` and `body` members are left null.
     int writeMsgHeader(MMS_UTIL_MsgHeaderBase* header);
     // Writes `body`, `bodyLength` and `header` to "<fileName>.tmp", syncs it, removes the old
-    // file and renames the new one into place. 0 or 1 (with errno EINVAL for a null header, or a
-    // null body with a length). A failure while writing leaves the ".tmp" file, which the next
-    // save of this name removes.
+    // file and renames the new one into place, then syncs the directory. 0 or 1 (with errno
+    // EINVAL for a null header, or a null body with a length). A failure while writing leaves the
+    // ".tmp" file, which the next save of this name removes.
     int saveToMailFile();
 
     // Writes the header text block of `header` (the member): an empty line, then the fifteen
