@@ -1,8 +1,5 @@
 #include "filesync.h"
 
-#include <QFile>
-#include <QFileInfo>
-
 #include <cerrno>
 #include <fcntl.h>
 #include <unistd.h>
@@ -29,9 +26,10 @@ int syncDescriptor(int fd)
     return currentSync(fd);
 }
 
-int syncParentDirectory(const QString& path)
+int syncParentDirectory(const QByteArray& path)
 {
-    const QByteArray dir = QFile::encodeName(QFileInfo(path).absolutePath());
+    const qsizetype slash = path.lastIndexOf('/');
+    const QByteArray dir = slash < 0 ? QByteArray(".") : path.left(slash == 0 ? 1 : slash);
     const int fd = ::open(dir.constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     if (fd < 0)
         return -1;

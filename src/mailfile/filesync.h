@@ -1,7 +1,7 @@
 #ifndef TAVMMS_FILESYNC_H
 #define TAVMMS_FILESYNC_H
 
-#include <QString>
+#include <QByteArray>
 
 // Flushing written data to stable storage, so that a power cut never leaves a torn mail file.
 namespace tavmms
@@ -16,8 +16,9 @@ SyncFunction setSyncFunction(SyncFunction function);
 // Flushes `fd`; 0, or -1 with errno set.
 int syncDescriptor(int fd);
 
-// Flushes the directory that holds `path`, so that a rename into it is kept; 0, or -1 with errno.
-int syncParentDirectory(const QString& path);
+// Flushes the directory that holds the file `path` (a name in the file system's encoding), so that
+// a rename into it is kept; 0, or -1 with errno.
+int syncParentDirectory(const QByteArray& path);
 
 } // namespace tavmms
 

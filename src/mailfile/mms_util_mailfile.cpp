@@ -153,12 +153,6 @@ MMS_UTIL_MAILFILE_HEADER_T readRecordFrom(QFile& file)
     return record;
 }
 
-// Opens `file` read-only when it exists; the readers fail alike on both counts.
-bool openExisting(QFile& file)
-{
-    return file.exists() && file.open(QIODevice::ReadOnly);
-}
-
 void openUtf8Stream(QTextStream& stream)
 {
     stream.setEncoding(QStringConverter::Utf8);
@@ -206,7 +200,7 @@ int MMS_UTIL_MailFile::readMultipartBody(unsigned char** buf, unsigned int* len)
     if (!buf || !len)
         return 1;
     QFile file(fileName);
-    if (!openExisting(file))
+    if (!file.open(QIODevice::ReadOnly))
         return 1;
     const qint64 size = file.size();
     const MMS_UTIL_MAILFILE_HEADER_T record = readRecordFrom(file);
@@ -229,7 +223,7 @@ int MMS_UTIL_MailFile::readMsgHeader(MMS_UTIL_MsgHeaderBase* header)
     if (!header)
         return 1;
     QFile file(fileName);
-    if (!openExisting(file))
+    if (!file.open(QIODevice::ReadOnly))
         return 1;
     const qint64 size = file.size();
     quint32 headerTextOffset = 0;
@@ -246,7 +240,7 @@ int MMS_UTIL_MailFile::readMsgHeader(MMS_UTIL_MsgHeaderBase* header)
 int MMS_UTIL_MailFile::loadMailFile()
 {
     QFile file(fileName);
-    if (!openExisting(file))
+    if (!file.open(QIODevice::ReadOnly))
         return 1;
     const qint64 size = file.size();
     const MMS_UTIL_MAILFILE_HEADER_T record = readRecordFrom(file);
@@ -324,7 +318,10 @@ int MMS_UTIL_MailFile::saveToMailFile()
         return 1;
     }
     const QString tmpName = fileName + QStringLiteral(".tmp");
-    QFile::remove(tmpName); // a leftover of an interrupted save
+    // Both names are encoded as QFile encodes them, so that the rename finds the file it wrote.
+    const QByteArray tmpPath = QFile::encodeName(tmpName);
+    const QByteArray path = QFile::encodeName(fileName);
+    ::unlink(tmpPath.constData()); // a leftover of an interrupted save
     QFile file(tmpName);
     if (!file.open(QIODevice::WriteOnly))
         return 1;
@@ -361,31 +358,29 @@ int MMS_UTIL_MailFile::saveToMailFile()
     if (!file.flush() || tavmms::syncDescriptor(file.handle()) != 0) {
         const ErrnoKeeper keep;
         file.close();
-        QFile::remove(tmpName);
+        ::unlink(tmpPath.constData());
         return 1;
     }
     file.close();
     if (file.error() != QFileDevice::NoError) {
         const ErrnoKeeper keep;
-        QFile::remove(tmpName);
+        ::unlink(tmpPath.constData());
         return 1;
     }
 
     // Remove, then rename, as mail files have always been replaced: a save cut short between the
     // two leaves only the complete ".tmp" file, already synced, to be renamed into place.
-    if (::unlink(QFile::encodeName(fileName).constData()) != 0 && errno != ENOENT) {
+    if (::unlink(path.constData()) != 0 && errno != ENOENT) {
         const ErrnoKeeper keep;
-        QFile::remove(tmpName);
+        ::unlink(tmpPath.constData());
         return 1;
     }
-    // Both names are encoded as QFile encodes them, so that the rename finds the file it wrote.
-    if (std::rename(QFile::encodeName(tmpName).constData(),
-                    QFile::encodeName(fileName).constData()) < 0) {
+    if (std::rename(tmpPath.constData(), path.constData()) < 0) {
         const ErrnoKeeper keep;
-        QFile::remove(tmpName);
+        ::unlink(tmpPath.constData());
         return 1;
     }
-    return tavmms::syncParentDirectory(fileName) == 0 ? 0 : 1;
+    return tavmms::syncParentDirectory(path) == 0 ? 0 : 1;
 }
 
 bool MMS_UTIL_MailFile::serializeMsgHeaderTo(QTextStream& stream)
