@@ -6,6 +6,9 @@
 //                           leaves a torn file.
 // BM_RawPosix_WriteReadDirSync/N  the same plus an fsync of the directory after the rename, so
 //                           that the rename itself is durable too.
+// BM_Paired_WriteLoad/N, BM_Paired_WriteLoadDirSync/N  the library and one of the two raw runs in
+//                           turn: counters library_us, raw_us and their ratio, both sides having
+//                           met the same disk.
 // BM_MailFile_Load/N, BM_RawPosix_Read/N  the reading halves alone (from the page cache), which
 //                           shows the library's own cost apart from the disk's.
 // BM_Header_Serialize / BM_Header_Read  the header text block alone, on a QBuffer.
@@ -17,6 +20,7 @@
 #include <tavmmsutility.h>
 
 #include "bench_directory.h"
+#include "paired_timing.h"
 
 #include <benchmark/benchmark.h>
 
@@ -98,20 +102,23 @@ bool loadAndRelease(const QString& path, unsigned int expectedLength)
     return loaded == MMS_UTIL_MAILFILE_OK && reader.bodyLength == expectedLength;
 }
 
+// Writes `body` and `header` to `path`, then loads the file back; false when either failed.
+bool writeAndLoad(const QString& path, QByteArray& body, MMS_UTIL_MsgHeaderBase* header)
+{
+    MMS_UTIL_MailFile writer(path);
+    return writer.writeMailFile(reinterpret_cast<unsigned char*>(body.data()), uint(body.size()),
+                                header) == MMS_UTIL_MAILFILE_OK &&
+           loadAndRelease(path, uint(body.size()));
+}
+
 void BM_MailFile_WriteLoad(benchmark::State& state)
 {
     QByteArray body = makeBody(state.range(0));
     const std::unique_ptr<MMS_UTIL_MsgHeaderBase> header = makeHeader();
     const QString path = benchFile("library.mms");
     for (auto _ : state) {
-        MMS_UTIL_MailFile writer(path);
-        if (writer.writeMailFile(reinterpret_cast<unsigned char*>(body.data()), uint(body.size()),
-                                 header.get()) != MMS_UTIL_MAILFILE_OK) {
-            state.SkipWithError("writeMailFile failed");
-            break;
-        }
-        if (!loadAndRelease(path, uint(body.size()))) {
-            state.SkipWithError("loadMailFile failed");
+        if (!writeAndLoad(path, body, header.get())) {
+            state.SkipWithError("writeMailFile or loadMailFile failed");
             break;
         }
     }
@@ -178,54 +185,105 @@ bool readBack(const char* path, std::vector<char>& buffer)
     return done == buffer.size();
 }
 
-// Writes `bytes` under a temporary name, syncs, replaces `path` by unlink and rename (optionally
-// syncing the directory after it), then reads the file back.
-bool rawReplaceAndRead(const QByteArray& bytes, const char* path, const char* tmp, const char* dir,
-                       std::vector<char>& buffer)
+// The raw counterpart of a save and a load: `bytes` written under a temporary name and synced,
+// `path` replaced by unlink and rename (optionally followed by a sync of the directory, so that
+// the rename itself is durable too), then the file read back whole.
+class RawReplace
 {
-    const int fd = ::open(tmp, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
-    if (fd < 0)
-        return false;
-    const bool written = writeAll(fd, bytes.constData(), size_t(bytes.size())) && ::fsync(fd) == 0;
-    ::close(fd);
-    if (!written)
-        return false;
-    ::unlink(path);
-    if (::rename(tmp, path) != 0)
-        return false;
-    if (dir) {
-        const int dirFd = ::open(dir, O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-        const bool synced = dirFd >= 0 && ::fsync(dirFd) == 0;
-        if (dirFd >= 0)
-            ::close(dirFd);
-        if (!synced)
-            return false;
+public:
+    RawReplace(qint64 bodySize, bool syncDirectory)
+        : bytes_(mailFileBytes(makeBody(bodySize), makeHeader().get())),
+          path_(QFile::encodeName(benchFile("raw.mms"))), tmp_(path_ + ".tmp"),
+          dir_(syncDirectory ? QFile::encodeName(benchDirectory()) : QByteArray())
+    {
     }
-    return readBack(path, buffer);
-}
+    ~RawReplace() { ::unlink(path_.constData()); }
+
+    bool run()
+    {
+        const int fd = ::open(tmp_.constData(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
+        if (fd < 0)
+            return false;
+        const bool written =
+            writeAll(fd, bytes_.constData(), size_t(bytes_.size())) && ::fsync(fd) == 0;
+        ::close(fd);
+        if (!written)
+            return false;
+        ::unlink(path_.constData());
+        if (::rename(tmp_.constData(), path_.constData()) != 0)
+            return false;
+        if (!dir_.isEmpty()) {
+            const int dirFd = ::open(dir_.constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+            const bool synced = dirFd >= 0 && ::fsync(dirFd) == 0;
+            if (dirFd >= 0)
+                ::close(dirFd);
+            if (!synced)
+                return false;
+        }
+        const bool read = readBack(path_.constData(), buffer_);
+        benchmark::DoNotOptimize(buffer_.data());
+        return read;
+    }
+
+private:
+    const QByteArray bytes_;
+    const QByteArray path_;
+    const QByteArray tmp_;
+    const QByteArray dir_;
+    std::vector<char> buffer_;
+};
 
 void rawBenchmark(benchmark::State& state, bool syncDirectory)
 {
-    const QByteArray bytes = mailFileBytes(makeBody(state.range(0)), makeHeader().get());
-    const QByteArray path = QFile::encodeName(benchFile("raw.mms"));
-    const QByteArray tmp = path + ".tmp";
-    const QByteArray dir = QFile::encodeName(benchDirectory());
-    std::vector<char> buffer;
+    RawReplace raw(state.range(0), syncDirectory);
     for (auto _ : state) {
-        if (!rawReplaceAndRead(bytes, path.constData(), tmp.constData(),
-                               syncDirectory ? dir.constData() : nullptr, buffer)) {
+        if (!raw.run()) {
             state.SkipWithError("raw write or read failed");
             break;
         }
-        benchmark::DoNotOptimize(buffer.data());
     }
     state.SetBytesProcessed(state.iterations() * state.range(0));
-    ::unlink(path.constData());
 }
 
 void BM_RawPosix_WriteRead(benchmark::State& state)
 {
     rawBenchmark(state, false);
+}
+
+void BM_RawPosix_WriteReadDirSync(benchmark::State& state)
+{
+    rawBenchmark(state, true);
+}
+
+// The library's save and load and a raw counterpart in turn (which goes first alternates), so
+// that both meet the same disk. The time is the pair's; the counters are each side's and their
+// ratio.
+void pairedBenchmark(benchmark::State& state, bool syncDirectory)
+{
+    QByteArray body = makeBody(state.range(0));
+    const std::unique_ptr<MMS_UTIL_MsgHeaderBase> header = makeHeader();
+    const QString path = benchFile("library.mms");
+    RawReplace raw(state.range(0), syncDirectory);
+    PairedTiming timing;
+    for (auto _ : state) {
+        if (!timing.run([&] { return writeAndLoad(path, body, header.get()); },
+                        [&] { return raw.run(); })) {
+            state.SkipWithError("a write or a read failed");
+            break;
+        }
+    }
+    timing.report(state);
+    QFile::remove(path);
+}
+
+void BM_Paired_WriteLoad(benchmark::State& state)
+{
+    pairedBenchmark(state, false);
+}
+
+void BM_Paired_WriteLoadDirSync(benchmark::State& state)
+{
+    pairedBenchmark(state, true);
 }
 
 void BM_RawPosix_Read(benchmark::State& state)
@@ -248,11 +306,6 @@ void BM_RawPosix_Read(benchmark::State& state)
     state.SetBytesProcessed(state.iterations() * state.range(0));
     file.remove();
 }
-void BM_RawPosix_WriteReadDirSync(benchmark::State& state)
-{
-    rawBenchmark(state, true);
-}
-
 void BM_Header_Serialize(benchmark::State& state)
 {
     const std::unique_ptr<MMS_UTIL_MsgHeaderBase> header = makeHeader();
@@ -310,6 +363,14 @@ BENCHMARK(BM_RawPosix_WriteRead)
     ->UseRealTime()
     ->Unit(benchmark::kMicrosecond);
 BENCHMARK(BM_RawPosix_WriteReadDirSync)
+    ->ArgsProduct({kBodySizes})
+    ->UseRealTime()
+    ->Unit(benchmark::kMicrosecond);
+BENCHMARK(BM_Paired_WriteLoad)
+    ->ArgsProduct({kBodySizes})
+    ->UseRealTime()
+    ->Unit(benchmark::kMicrosecond);
+BENCHMARK(BM_Paired_WriteLoadDirSync)
     ->ArgsProduct({kBodySizes})
     ->UseRealTime()
     ->Unit(benchmark::kMicrosecond);
