@@ -686,6 +686,19 @@ TEST_F(MailFileTest, SaveSyncsTheNewFileThenItsDirectory)
     EXPECT_EQ(SyncRecorder::calls(), expected);
 }
 
+TEST_F(MailFileTest, SaveOfARelativeNameSyncsTheCurrentDirectory)
+{
+    const QString previous = QDir::currentPath();
+    ASSERT_TRUE(QDir::setCurrent(dir.path()));
+    {
+        const SyncRecorder recorder;
+        writeSample(QStringLiteral("1.mms"), smallBody);
+        const std::vector<FileIdentity> expected{identityOf(path()), identityOf(dir.path())};
+        EXPECT_EQ(SyncRecorder::calls(), expected);
+    }
+    QDir::setCurrent(previous);
+}
+
 TEST_F(MailFileTest, EveryWriteOperationSyncsExactlyTwice)
 {
     writeSample(path(), smallBody);
