@@ -401,7 +401,7 @@ bool MMS_UTIL_MailFile::serializeMsgHeaderTo(QTextStream& stream)
         chunk += lineEnd;
         if (!writeAll(*device, chunk.constData(), chunk.size()) || deviceFailed(stream))
             return false;
-        chunk.clear();
+        chunk.truncate(0); // keeps the buffer for the next line
     }
     return true;
 }
