@@ -547,4 +547,19 @@ TEST(TimeText, ClockIsFoundAnywhereInTheText)
     EXPECT_EQ(read.time(), QTime(7, 8, 9));
 }
 
+TEST(TimeText, ClockIsTheFirstWholeOneOfAsciiDigits)
+{
+    // A short "1:02:03" and digits of another script are passed over.
+    const QDateTime read = MMS_UTIL_Common::stringToTime(
+        QString::fromUtf8("Sat May 2 1:02:03 \u0661\u0662:30:30 11:22:33 04:05:06 1998"));
+    EXPECT_EQ(read.time(), QTime(11, 22, 33));
+}
+
+TEST(TimeText, ClockMissingADigitGivesMidnight)
+{
+    const QDateTime read = readTime("Sat May 2 07:08:9 1998");
+    EXPECT_EQ(read.date(), QDate(1998, 5, 2));
+    EXPECT_EQ(read.time(), QTime(0, 0, 0));
+}
+
 } // namespace

@@ -6,7 +6,6 @@
 #include "qt2string.h"
 
 #include <QFile>
-#include <QRegularExpression>
 #include <QStringList>
 
 #include <cstdlib>
@@ -15,7 +14,8 @@ using tavmms::qt2Left;
 using tavmms::qt2Mid;
 using tavmms::qt2Right;
 
-namespace {
+namespace
+{
 
 const char kListSeparator = ',';
 
@@ -25,7 +25,7 @@ const char* const kMonthNames[12] = {"Jan", "Feb", "Mar", "Apr", "May", "Jun",
 // The status words of codes 128 to 133, in code order.
 QStringList statusWords()
 {
-    return {QStringLiteral("Expired"), QStringLiteral("Retrived"),     QStringLiteral("Rejected"),
+    return {QStringLiteral("Expired"),  QStringLiteral("Retrived"),     QStringLiteral("Rejected"),
             QStringLiteral("Deferred"), QStringLiteral("Unrecognized"), QStringLiteral("Read")};
 }
 
@@ -44,6 +44,18 @@ const TempFileKind kTempFileKinds[] = {
     {0x4D, false, ".mp3"},  {0x4E, false, ".mid"}, {0x52, false, ".wav"}, {0x53, false, ".mpg"},
 };
 
+// The position of the first "hh:mm:ss" (ASCII digits) in `text`, or -1.
+int clockPosition(const QString& text)
+{
+    const auto digit = [&](qsizetype i) { return text.at(i) >= u'0' && text.at(i) <= u'9'; };
+    for (qsizetype t = 0; t + 8 <= text.size(); ++t) {
+        if (digit(t) && digit(t + 1) && text.at(t + 2) == u':' && digit(t + 3) && digit(t + 4) &&
+            text.at(t + 5) == u':' && digit(t + 6) && digit(t + 7))
+            return int(t);
+    }
+    return -1;
+}
+
 } // namespace
 
 unsigned char MMS_UTIL_Common::mimeTypeGetValue(QString type, QString subtype)
@@ -52,8 +64,7 @@ unsigned char MMS_UTIL_Common::mimeTypeGetValue(QString type, QString subtype)
     return mime_type_getValue(name.data());
 }
 
-unsigned char MMS_UTIL_Common::mimeTypeGetName(unsigned char value, QString& type,
-                                               QString& subtype)
+unsigned char MMS_UTIL_Common::mimeTypeGetName(unsigned char value, QString& type, QString& subtype)
 {
     const char* name = mime_type_getName(value);
     if (!name)
@@ -209,7 +220,10 @@ QString MMS_UTIL_Common::boolToString(bool value)
     return value ? QStringLiteral("True") : QStringLiteral("False");
 }
 
-bool MMS_UTIL_Common::stringToBool(QString text) { return text == QLatin1String("True"); }
+bool MMS_UTIL_Common::stringToBool(QString text)
+{
+    return text == QLatin1String("True");
+}
 
 QDateTime MMS_UTIL_Common::stringToTime(QString text)
 {
@@ -229,11 +243,9 @@ QDateTime MMS_UTIL_Common::stringToTime(QString text)
     const int year = qt2Right(text, 4).toInt();
     const QDate date(year, month, day);
 
-    static const QRegularExpression clock(QStringLiteral("[0-9][0-9]:[0-9][0-9]:[0-9][0-9]"));
     QTime time(0, 0, 0, 0);
-    const QRegularExpressionMatch match = clock.match(text);
-    if (match.hasMatch()) {
-        const int t = int(match.capturedStart());
+    const int t = clockPosition(text);
+    if (t >= 0) {
         time = QTime(qt2Mid(text, t, 2).toInt(), qt2Mid(text, t + 3, 2).toInt(),
                      qt2Mid(text, t + 6, 2).toInt(), 0);
     }
@@ -249,7 +261,10 @@ QString MMS_UTIL_Common::getWorkDir()
                                            : root + QStringLiteral("/mms/");
 }
 
-QString MMS_UTIL_Common::getMailFileDir() { return getWorkDir() + QStringLiteral("mailfile/"); }
+QString MMS_UTIL_Common::getMailFileDir()
+{
+    return getWorkDir() + QStringLiteral("mailfile/");
+}
 
 QString MMS_UTIL_Common::getQuickPageDir()
 {
@@ -261,7 +276,10 @@ QString MMS_UTIL_Common::getQuickPageFactoryDir()
     return QStringLiteral("/usr/language/quickpage/");
 }
 
-QString MMS_UTIL_Common::getTmpDir() { return getWorkDir() + QStringLiteral("tmp/"); }
+QString MMS_UTIL_Common::getTmpDir()
+{
+    return getWorkDir() + QStringLiteral("tmp/");
+}
 
 QString MMS_UTIL_Common::msgDBIDToMailFileName(unsigned int id)
 {
