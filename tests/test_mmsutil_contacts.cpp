@@ -83,6 +83,13 @@ protected:
         EXPECT_TRUE(result.err.isEmpty()) << result.err.toStdString();
     }
 
+    // The two contacts in a book whose national numbers are German, whatever the locale.
+    void importTwo() const
+    {
+        succeed({QStringLiteral("region"), QStringLiteral("DE")});
+        succeed({QStringLiteral("import"), QStringLiteral("two.vcf")});
+    }
+
     void writeFile(const QString& name, const QByteArray& data) const
     {
         QFile file(dir.filePath(name));
@@ -144,8 +151,7 @@ TEST_F(MmsutilContactsTest, ImportWithoutFileIsUsageError)
 
 TEST_F(MmsutilContactsTest, LookupFindsNumberInOtherFormAndAddressInOtherCase)
 {
-    succeed({QStringLiteral("region"), QStringLiteral("DE")});
-    succeed({QStringLiteral("import"), QStringLiteral("two.vcf")});
+    importTwo();
     EXPECT_EQ(succeed({QStringLiteral("lookup"), QStringLiteral("+49 (171) 234-5678")}),
               "Ann Lee (Mobile)\n");
     EXPECT_EQ(succeed({QStringLiteral("lookup"), QStringLiteral("ANN@work.example")}),
@@ -156,11 +162,89 @@ TEST_F(MmsutilContactsTest, LookupFindsNumberInOtherFormAndAddressInOtherCase)
 
 TEST_F(MmsutilContactsTest, LookupWithoutHitSaysNotFound)
 {
-    succeed({QStringLiteral("import"), QStringLiteral("two.vcf")});
+    importTwo();
     expectNo(run({QStringLiteral("lookup"), QStringLiteral("+491719999999")}), "not found\n");
     // The address is searched as what it is: an e-mail address is not a number.
     expectNo(run({QStringLiteral("lookup"), QStringLiteral("<x>[PLMN]ann@work.example")}),
              "not found\n");
+}
+
+TEST_F(MmsutilContactsTest, RemoveNamesEachRemovedContactAndCountsThem)
+{
+    importTwo();
+    EXPECT_EQ(succeed({QStringLiteral("remove"), QStringLiteral("+49 (171) 234-5678"),
+                       QStringLiteral("<x>[PLMN]0015550101")}),
+              "Ann Lee (Acme)\n"
+              "Jürgen Müller\n"
+              "2 contacts removed\n");
+    EXPECT_EQ(succeed({QStringLiteral("list")}), QByteArray());
+}
+
+TEST_F(MmsutilContactsTest, RemoveByAddressInOtherCaseLeavesTheOthers)
+{
+    importTwo();
+    EXPECT_EQ(succeed({QStringLiteral("remove"), QStringLiteral("ANN@work.example")}),
+              "Ann Lee (Acme)\n"
+              "1 contact removed\n");
+    EXPECT_EQ(succeed({QStringLiteral("list")}), "Jürgen Müller\n"
+                                                 "  Home: +1 555 0101\n");
+    expectNo(run({QStringLiteral("lookup"), QStringLiteral("0171 2345678")}), "not found\n");
+}
+
+TEST_F(MmsutilContactsTest, RemoveOfContactWithoutNameShowsItAsListDoes)
+{
+    writeFile(QStringLiteral("nameless.vcf"), "BEGIN:VCARD\nVERSION:3.0\nFN:\n"
+                                              "TEL:+1 555 0199\nEND:VCARD\n");
+    succeed({QStringLiteral("import"), QStringLiteral("nameless.vcf")});
+    EXPECT_EQ(succeed({QStringLiteral("remove"), QStringLiteral("+15550199")}),
+              "(no name)\n"
+              "1 contact removed\n");
+    EXPECT_EQ(succeed({QStringLiteral("list")}), QByteArray());
+}
+
+TEST_F(MmsutilContactsTest, RemoveReportsAddressesThatMatchNothingAndExitsWith3)
+{
+    importTwo();
+    const ToolResult result =
+        run({QStringLiteral("remove"), QStringLiteral("+491719999999"), QStringLiteral("+15550101"),
+             QStringLiteral("<x>[PLMN]ann@work.example")});
+    EXPECT_EQ(result.exitCode, 3);
+    EXPECT_EQ(result.out, "Jürgen Müller\n"
+                          "1 contact removed\n");
+    EXPECT_EQ(result.err,
+              "mmsutil: contacts remove: no contact holds '+491719999999'\n"
+              "mmsutil: contacts remove: no contact holds '<x>[PLMN]ann@work.example'\n");
+    EXPECT_EQ(succeed({QStringLiteral("list")}), "Ann Lee (Acme)\n"
+                                                 "  Mobile: 0171 2345678\n"
+                                                 "  Work: Ann@Work.example\n");
+}
+
+TEST_F(MmsutilContactsTest, RemovingTwiceFindsNothingTheSecondTime)
+{
+    importTwo();
+    succeed({QStringLiteral("remove"), QStringLiteral("+15550101")});
+    const ToolResult again = run({QStringLiteral("remove"), QStringLiteral("+15550101")});
+    EXPECT_EQ(again.exitCode, 3);
+    EXPECT_EQ(again.out, "0 contacts removed\n");
+    EXPECT_EQ(again.err, "mmsutil: contacts remove: no contact holds '+15550101'\n");
+}
+
+TEST_F(MmsutilContactsTest, RemoveWithoutAddressOrWithBadEntryIsUsageErrorAndRemovesNothing)
+{
+    importTwo();
+    expectUsageError(run({QStringLiteral("remove")}));
+    expectUsageError(run({QStringLiteral("remove"), QStringLiteral("+15550101"), QString()}));
+    expectUsageError(
+        run({QStringLiteral("remove"), QStringLiteral("+15550101"), QStringLiteral("<x>[FAX]1")}));
+    EXPECT_EQ(succeed({QStringLiteral("list")}), kListed);
+}
+
+TEST_F(MmsutilContactsTest, RemoveIsListedInTheGroupsHelp)
+{
+    const QByteArray help = succeed({QStringLiteral("--help")});
+    EXPECT_TRUE(
+        help.contains("\n  remove  Removes the contacts of phone numbers or e-mail addresses.\n"))
+        << help.toStdString();
 }
 
 TEST_F(MmsutilContactsTest, OwnerIsSetShownAndForgotten)
@@ -184,7 +268,7 @@ TEST_F(MmsutilContactsTest, OwnerTakesNameAndNumberOnlyWithSet)
 
 TEST_F(MmsutilContactsTest, RegionIsStoredInUpperCaseAndGovernsNationalNumbers)
 {
-    succeed({QStringLiteral("import"), QStringLiteral("two.vcf")});
+    importTwo();
     EXPECT_EQ(succeed({QStringLiteral("region"), QStringLiteral("fr")}), QByteArray());
     EXPECT_EQ(succeed({QStringLiteral("region")}), "FR\n");
     expectNo(run({QStringLiteral("lookup"), QStringLiteral("+491712345678")}), "not found\n");

@@ -1,8 +1,9 @@
 // The address book on SQLite: searches by number in any form and by address in any letter case,
 // the record a hit fills, imports that replace what they import again, the region's keys, the
-// owner, and a book that cannot be opened.
+// owner, removals by number or address, and a book that cannot be opened.
 
 #include "address_book_settings.h"
+#include "sqlconnection.h"
 #include "sqlite_address_book.h"
 
 #include "support/model_helpers.h"
@@ -20,6 +21,7 @@ namespace
 
 using tavplatform::Contact;
 using tavplatform::SqliteAddressBook;
+using Removal = SqliteAddressBook::Removal;
 
 const QString kAnnUid = QStringLiteral("ann-1");
 
@@ -58,6 +60,16 @@ void expectMarked(const ADDRBK_SEARCH_SINGLE_DATA_T& record)
     EXPECT_EQ(record.organization, QStringLiteral("organization mark"));
 }
 
+SqliteAddressBook::Address number(const char* text)
+{
+    return {ADDRBK_SEARCH_BY_NUMBER, QString::fromUtf8(text)};
+}
+
+SqliteAddressBook::Address email(const char* text)
+{
+    return {ADDRBK_SEARCH_BY_EMAIL, QString::fromUtf8(text)};
+}
+
 class SqliteAddressBookTest : public ::testing::Test
 {
 protected:
@@ -81,6 +93,14 @@ protected:
     }
 
     QString findNumber(const QString& number) { return find(ADDRBK_SEARCH_BY_NUMBER, number); }
+
+    // The contacts removed for `addresses`; a removal that fails fails the test.
+    QList<Contact> remove(const QList<SqliteAddressBook::Address>& addresses)
+    {
+        const std::optional<Removal> removal = book().removeContacts(addresses);
+        EXPECT_TRUE(removal.has_value());
+        return removal ? removal->contacts : QList<Contact>();
+    }
 
     SqliteAddressBook& book() { return temp.book(); }
 
@@ -263,6 +283,118 @@ TEST_F(SqliteAddressBookTest, ImportOfAnotherBookObjectIsFoundAtOnce)
     EXPECT_EQ(findNumber(QStringLiteral("+491712345678")), QStringLiteral("Ann Lee"));
 }
 
+TEST_F(SqliteAddressBookTest, RemovalTakesOnlyTheContactHoldingTheNumber)
+{
+    import({ann(), bob()}, 2, 0);
+    const std::optional<Removal> removal = book().removeContacts({number("+15550102")});
+    ASSERT_TRUE(removal.has_value());
+    EXPECT_EQ(removal->contacts, QList<Contact>{bob()});
+    EXPECT_EQ(removal->unmatched, QList<qsizetype>{});
+    EXPECT_EQ(book().contacts(), QList<Contact>{ann()});
+    EXPECT_EQ(findNumber(QStringLiteral("+15550102")), notFound);
+    EXPECT_EQ(findNumber(QStringLiteral("+491712345678")), QStringLiteral("Ann Lee"));
+}
+
+TEST_F(SqliteAddressBookTest, RemovalMatchesNumberInAnotherForm)
+{
+    import({bob()}, 1, 0);
+    for (const char* form : {"+49 (171) 234-5678", "+491712345678/TYPE=PLMN", "030/1234567"}) {
+        import({ann()}, 1, 0);
+        EXPECT_EQ(remove({number(form)}), QList<Contact>{ann()}) << form;
+        EXPECT_EQ(book().contacts(), QList<Contact>{bob()}) << form;
+    }
+}
+
+TEST_F(SqliteAddressBookTest, RemovalMatchesEmailInAnyLetterCaseButNotAsNumber)
+{
+    import({ann(), bob()}, 2, 0);
+    EXPECT_EQ(remove({number("ann.lee@example.org")}), QList<Contact>{});
+    EXPECT_EQ(remove({email(" ANN.lee@example.ORG")}), QList<Contact>{ann()});
+    EXPECT_EQ(book().contacts(), QList<Contact>{bob()});
+}
+
+TEST_F(SqliteAddressBookTest, RemovalOfAddressesNoContactHoldsChangesNothing)
+{
+    import({ann(), bob()}, 2, 0);
+    const std::optional<Removal> removal =
+        book().removeContacts({number("0171 2345679"),
+                               email("ann.lee@example.com"),
+                               number("no digits"),
+                               {ADDRBK_SEARCH_TYPE_T(3), QStringLiteral("+15550102")}});
+    ASSERT_TRUE(removal.has_value());
+    EXPECT_EQ(removal->contacts, QList<Contact>{});
+    EXPECT_EQ(removal->unmatched, (QList<qsizetype>{0, 1, 2, 3}));
+    EXPECT_EQ(book().contacts(), (QList<Contact>{ann(), bob()}));
+}
+
+TEST_F(SqliteAddressBookTest, RemovingTwiceFindsNothingTheSecondTime)
+{
+    import({ann(), bob()}, 2, 0);
+    ASSERT_EQ(remove({number("+15550102")}), QList<Contact>{bob()});
+    const std::optional<Removal> again = book().removeContacts({number("+15550102")});
+    ASSERT_TRUE(again.has_value());
+    EXPECT_EQ(again->contacts, QList<Contact>{});
+    EXPECT_EQ(again->unmatched, QList<qsizetype>{0});
+    EXPECT_EQ(book().contacts(), QList<Contact>{ann()});
+}
+
+TEST_F(SqliteAddressBookTest, RemovalTakesEveryHolderOnceInOrderAdded)
+{
+    Contact other = bob();
+    other.name = QStringLiteral("Bob's phone too");
+    import({bob(), ann(), other}, 3, 0);
+    const std::optional<Removal> removal =
+        book().removeContacts({number("+1 555 0102"), number("0171 2345678"),
+                               email("ann.lee@example.org"), number("110")});
+    ASSERT_TRUE(removal.has_value());
+    EXPECT_EQ(removal->contacts, (QList<Contact>{bob(), ann(), other}));
+    // An address of a contact another address removes was matched all the same.
+    EXPECT_EQ(removal->unmatched, QList<qsizetype>{3});
+    EXPECT_EQ(book().contacts(), QList<Contact>{});
+}
+
+TEST_F(SqliteAddressBookTest, RemovedContactImportedAgainIsNew)
+{
+    import({ann(), bob()}, 2, 0);
+    ASSERT_EQ(remove({number("+15550102")}), QList<Contact>{bob()});
+    import({bob()}, 1, 0);
+    EXPECT_EQ(book().contacts(), (QList<Contact>{ann(), bob()}));
+}
+
+TEST_F(SqliteAddressBookTest, RemovalAfterRegionChangeMatchesNumbersOfTheNewRegion)
+{
+    import({ann(), bob()}, 2, 0);
+    ASSERT_TRUE(tavplatform::setAddressBookRegion(QStringLiteral("FR")));
+    EXPECT_EQ(remove({number("+491712345678")}), QList<Contact>{});
+    EXPECT_EQ(remove({number("+331712345678")}), QList<Contact>{ann()});
+}
+
+TEST_F(SqliteAddressBookTest, RemovalFromAnotherBookObjectIsSeenAtOnce)
+{
+    import({ann(), bob()}, 2, 0);
+    SqliteAddressBook other(temp.path());
+    ASSERT_TRUE(other.removeContacts({number("+491712345678")}).has_value());
+    EXPECT_EQ(findNumber(QStringLiteral("+491712345678")), notFound);
+    EXPECT_EQ(book().contacts(), QList<Contact>{bob()});
+}
+
+TEST_F(SqliteAddressBookTest, RemovalThatFailsPartWayRemovesNothing)
+{
+    import({ann(), bob()}, 2, 0);
+    tavplatform::sql::Status status;
+    const std::unique_ptr<tavplatform::sql::Connection> raw =
+        tavplatform::sql::Connection::open(temp.path(), &status);
+    ASSERT_TRUE(raw);
+    ASSERT_EQ(raw->exec("CREATE TRIGGER keep_bob BEFORE DELETE ON contacts WHEN old.name = 'Bob' "
+                        "BEGIN SELECT RAISE(ABORT, 'Bob stays'); END"),
+              tavplatform::sql::Status::Ok);
+    // Ann goes first, as the one added first; Bob's refusal must bring her back.
+    EXPECT_FALSE(
+        book().removeContacts({email("ann.lee@example.org"), number("+15550102")}).has_value());
+    EXPECT_EQ(book().contacts(), (QList<Contact>{ann(), bob()}));
+    EXPECT_EQ(findNumber(QStringLiteral("+491712345678")), QStringLiteral("Ann Lee"));
+}
+
 TEST_F(SqliteAddressBookTest, OwnerIsKnownOnceItsNumberIsStored)
 {
     QString name = QStringLiteral("untouched");
@@ -289,6 +421,7 @@ TEST_F(SqliteAddressBookTest, BookThatCannotBeOpenedIsUnavailable)
         expectMarked(record);
         EXPECT_FALSE(book.importContacts({ann()}).has_value());
         EXPECT_FALSE(book.contacts().has_value());
+        EXPECT_FALSE(book.removeContacts({number("+15550102")}).has_value());
     }
 }
 

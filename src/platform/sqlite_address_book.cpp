@@ -8,6 +8,7 @@
 #include <QCryptographicHash>
 #include <QHash>
 
+#include <set>
 #include <variant>
 
 namespace tavplatform
@@ -46,6 +47,12 @@ const char kInsertAddress[] = "INSERT INTO addresses (contact, kind, position, v
 const char kSelectContacts[] = "SELECT id, uid, name, organization FROM contacts ORDER BY id";
 const char kSelectAddresses[] =
     "SELECT contact, kind, value, label FROM addresses ORDER BY contact, kind, position";
+const char kSelectHolders[] =
+    "SELECT DISTINCT contact FROM addresses WHERE kind = ? AND match_key = ?";
+const char kSelectContact[] = "SELECT id, uid, name, organization FROM contacts WHERE id = ?";
+const char kSelectContactAddresses[] =
+    "SELECT contact, kind, value, label FROM addresses WHERE contact = ? ORDER BY kind, position";
+const char kDeleteContact[] = "DELETE FROM contacts WHERE id = ?";
 const char kBeginImmediate[] = "BEGIN IMMEDIATE";
 const char kCommit[] = "COMMIT";
 const char kRollback[] = "ROLLBACK";
@@ -57,6 +64,36 @@ const qint64 kNumberKind = ADDRBK_SEARCH_BY_NUMBER;
 const qint64 kEmailKind = ADDRBK_SEARCH_BY_EMAIL;
 
 using Value = std::variant<qint64, QString>;
+
+// The key `text` is searched under as an address of `type`; empty when there is nothing to search
+// for or the type is not one the book searches.
+QString searchKey(ADDRBK_SEARCH_TYPE_T type, const QString& text, const QString& region)
+{
+    switch (type) {
+    case ADDRBK_SEARCH_BY_NUMBER:
+        return phoneNumberKey(text, region);
+    case ADDRBK_SEARCH_BY_EMAIL:
+        return emailKey(text);
+    }
+    return QString();
+}
+
+// A contact without numbers and addresses from a row of id, uid, name and organization.
+Contact contactOfRow(sql::Statement& row)
+{
+    return {QString::fromUtf8(row.columnText(1)),
+            QString::fromUtf8(row.columnText(2)),
+            QString::fromUtf8(row.columnText(3)),
+            {},
+            {}};
+}
+
+// Adds to `contact` the number or address of a row of contact, kind, value and label.
+void addAddressOfRow(Contact& contact, sql::Statement& row)
+{
+    (row.columnInt(1) == kNumberKind ? contact.numbers : contact.emails)
+        .append({QString::fromUtf8(row.columnText(2)), QString::fromUtf8(row.columnText(3))});
+}
 
 // The text a contact without uid is known by: a digest of all it holds.
 QString identityOf(const Contact& contact)
@@ -246,6 +283,44 @@ struct SqliteAddressBook::Impl {
             status = storeAddresses(*id, kEmailKind, contact.emails, region);
         return status;
     }
+
+    // Adds the ids of the contacts holding `key` as a `type` to `ids`; tells whether there were
+    // any.
+    Status collectHolders(ADDRBK_SEARCH_TYPE_T type, const QString& key, std::set<qint64>* ids,
+                          bool* held)
+    {
+        *held = false;
+        if (key.isEmpty())
+            return Status::Ok;
+        return run(kSelectHolders, {qint64(type), key}, [&](sql::Statement& row) {
+            ids->insert(row.columnInt(0));
+            *held = true;
+            return true;
+        });
+    }
+
+    // Reads the contact `id` into `removed`, then deletes it, inside the caller's write
+    // transaction.
+    Status remove(qint64 id, QList<Contact>* removed)
+    {
+        Contact contact;
+        Status status = run(kSelectContact, {id}, [&](sql::Statement& row) {
+            contact = contactOfRow(row);
+            return false;
+        });
+        if (status == Status::Ok)
+            status = run(kSelectContactAddresses, {id}, [&](sql::Statement& row) {
+                addAddressOfRow(contact, row);
+                return true;
+            });
+        if (status == Status::Ok)
+            status = change(kDeleteAddresses, {id});
+        if (status == Status::Ok)
+            status = change(kDeleteContact, {id});
+        if (status == Status::Ok)
+            removed->append(contact);
+        return status;
+    }
 };
 
 QString SqliteAddressBook::defaultPath()
@@ -264,16 +339,8 @@ SqliteAddressBook::~SqliteAddressBook() = default;
 int SqliteAddressBook::singleSearch(ADDRBK_SEARCH_TYPE_T type, const QString& key,
                                     ADDRBK_SEARCH_SINGLE_DATA_T& result, int, bool* ambiguous)
 {
-    QString region;
-    QString matchKey;
-    if (type == ADDRBK_SEARCH_BY_NUMBER) {
-        region = addressBookRegion();
-        matchKey = phoneNumberKey(key, region);
-    } else if (type == ADDRBK_SEARCH_BY_EMAIL) {
-        matchKey = emailKey(key);
-    } else {
-        return ADDRBK_SEARCH_BAD_REQUEST;
-    }
+    const QString region = type == ADDRBK_SEARCH_BY_NUMBER ? addressBookRegion() : QString();
+    const QString matchKey = searchKey(type, key, region);
     if (matchKey.isEmpty())
         return ADDRBK_SEARCH_BAD_REQUEST;
     if (d->openConnection() != Status::Ok ||
@@ -350,25 +417,50 @@ std::optional<QList<Contact>> SqliteAddressBook::contacts()
     if (status == Status::Ok)
         status = d->run(kSelectContacts, {}, [&](sql::Statement& row) {
             indexOf.insert(row.columnInt(0), contacts.size());
-            contacts.append({QString::fromUtf8(row.columnText(1)),
-                             QString::fromUtf8(row.columnText(2)),
-                             QString::fromUtf8(row.columnText(3)),
-                             {},
-                             {}});
+            contacts.append(contactOfRow(row));
             return true;
         });
     if (status == Status::Ok) {
         status = d->run(kSelectAddresses, {}, [&](sql::Statement& row) {
-            Contact& contact = contacts[indexOf.value(row.columnInt(0))];
-            (row.columnInt(1) == kNumberKind ? contact.numbers : contact.emails)
-                .append(
-                    {QString::fromUtf8(row.columnText(2)), QString::fromUtf8(row.columnText(3))});
+            addAddressOfRow(contacts[indexOf.value(row.columnInt(0))], row);
             return true;
         });
     }
     if (status != Status::Ok)
         return std::nullopt;
     return contacts;
+}
+
+std::optional<SqliteAddressBook::Removal>
+SqliteAddressBook::removeContacts(const QList<Address>& addresses)
+{
+    const QString region = addressBookRegion();
+    if (d->openConnection() != Status::Ok)
+        return std::nullopt;
+    WriteTransaction transaction(*d->connection);
+    Status status = transaction.begin();
+    if (status == Status::Ok)
+        status = d->rekeyNumbers(region);
+    // All holders are found before any is removed, so that an address whose contact another
+    // address also holds counts as matched.
+    Removal removal;
+    std::set<qint64> ids;
+    for (qsizetype i = 0; i < addresses.size() && status == Status::Ok; ++i) {
+        const Address& address = addresses.at(i);
+        bool held = false;
+        status = d->collectHolders(address.type, searchKey(address.type, address.text, region),
+                                   &ids, &held);
+        if (!held)
+            removal.unmatched.append(i);
+    }
+    for (const qint64 id : ids) {
+        if (status != Status::Ok)
+            break;
+        status = d->remove(id, &removal.contacts);
+    }
+    if (status != Status::Ok || transaction.commit() != Status::Ok)
+        return std::nullopt;
+    return removal;
 }
 
 } // namespace tavplatform

@@ -52,6 +52,22 @@ public:
     // Every contact, in the order they were first added; nothing when the book cannot be read.
     std::optional<QList<Contact>> contacts();
 
+    // A number or e-mail address to remove the contacts of, matched as singleSearch() matches
+    // `text` as a `type`.
+    struct Address {
+        ADDRBK_SEARCH_TYPE_T type;
+        QString text;
+    };
+    struct Removal {
+        QList<Contact> contacts;    // the contacts removed, in the order they were first added
+        QList<qsizetype> unmatched; // the positions in `addresses` that no contact held
+    };
+    // Removes every contact holding one of `addresses`, all or none; contacts without a name
+    // too. An address counts as matched even when another of `addresses` removes its contact.
+    // An address with nothing to search for, or of another type, matches nothing. Nothing, and
+    // the book unchanged, when it cannot be written.
+    std::optional<Removal> removeContacts(const QList<Address>& addresses);
+
 private:
     struct Impl;
     std::unique_ptr<Impl> d;

@@ -29,6 +29,15 @@ QString counted(qsizetype count, const char* noun)
         .arg(count == 1 ? QString() : QStringLiteral("s"));
 }
 
+// A contact as the book's listing heads it: its name and, in brackets, its organization.
+QString contactTitle(const tavplatform::Contact& contact)
+{
+    QString title = contact.name.isEmpty() ? QStringLiteral("(no name)") : contact.name;
+    if (!contact.organization.isEmpty())
+        title += QStringLiteral(" (") + contact.organization + QLatin1Char(')');
+    return title;
+}
+
 // The device's address book, or nothing after reporting that there is no place for it.
 std::optional<SqliteAddressBook> openBook()
 {
@@ -107,10 +116,7 @@ int runList(const cli::Command& command, const QStringList& arguments)
         return cli::fail(QStringLiteral("cannot read the address book '%1'")
                              .arg(SqliteAddressBook::defaultPath()));
     for (const tavplatform::Contact& contact : *contacts) {
-        cli::out() << (contact.name.isEmpty() ? QStringLiteral("(no name)") : contact.name);
-        if (!contact.organization.isEmpty())
-            cli::out() << " (" << contact.organization << ')';
-        cli::out() << '\n';
+        cli::out() << contactTitle(contact) << '\n';
         for (const tavplatform::ContactAddress& item : contact.numbers + contact.emails)
             cli::out() << "  " << item.label << ": " << item.value << '\n';
     }
@@ -211,6 +217,51 @@ int runRegion(const cli::Command& command, const QStringList& arguments)
     return cli::reportChange(written, error, QStringLiteral("cannot set the region"));
 }
 
+int runRemove(const cli::Command& command, const QStringList& arguments)
+{
+    QCommandLineParser parser;
+    parser.setApplicationDescription(
+        command.summary +
+        QStringLiteral(" Removes every contact that holds one of the numbers or addresses, matched "
+                       "as 'contacts lookup' matches them, and prints the name of each removed "
+                       "contact as 'contacts list' shows it, then how many were removed. An "
+                       "address that no contact holds is reported, the others' contacts are "
+                       "removed all the same, and the command exits with 3."));
+    parser.addPositionalArgument(
+        QStringLiteral("ADDRESS"),
+        QStringLiteral("A phone number or e-mail address, bare or as \"<name>[PLMN]number\"."),
+        QStringLiteral("ADDRESS..."));
+    if (const std::optional<int> stop = cli::parse(parser, command, arguments, 1, INT_MAX))
+        return *stop;
+    const QStringList texts = parser.positionalArguments();
+    QList<SqliteAddressBook::Address> addresses;
+    for (const QString& text : texts) {
+        QString error;
+        const std::optional<MMS_UTIL_Entry> entry = cli::parseEntry(text, &error);
+        if (!entry)
+            return cli::usageError(command.name, error);
+        // Every type but e-mail is a phone number to the address book, as in a lookup.
+        addresses.append(
+            {entry->type == MMS_UTIL_ADDR_EMAIL ? ADDRBK_SEARCH_BY_EMAIL : ADDRBK_SEARCH_BY_NUMBER,
+             entry->address});
+    }
+    std::optional<SqliteAddressBook> book = openBook();
+    if (!book)
+        return cli::ExitFailed;
+    const std::optional<SqliteAddressBook::Removal> removal = book->removeContacts(addresses);
+    if (!removal)
+        return cli::fail(QStringLiteral("cannot write the address book '%1'")
+                             .arg(SqliteAddressBook::defaultPath()));
+    for (const tavplatform::Contact& contact : removal->contacts)
+        cli::out() << contactTitle(contact) << '\n';
+    // Flushed first, so that on a terminal the misses follow what was removed.
+    cli::out() << counted(removal->contacts.size(), "contact") << " removed\n" << Qt::flush;
+    for (const qsizetype position : removal->unmatched)
+        cli::fail(
+            QStringLiteral("%1: no contact holds '%2'").arg(command.name, texts.at(position)));
+    return removal->unmatched.isEmpty() ? cli::ExitOk : cli::ExitNo;
+}
+
 } // namespace
 
 QList<cli::Command> contactsCommands()
@@ -226,5 +277,7 @@ QList<cli::Command> contactsCommands()
          QStringLiteral("Prints or sets the phone owner's name and number."), runOwner},
         {QStringLiteral("contacts region"),
          QStringLiteral("Prints or sets the region of national phone numbers."), runRegion},
+        {QStringLiteral("contacts remove"),
+         QStringLiteral("Removes the contacts of phone numbers or e-mail addresses."), runRemove},
     };
 }
