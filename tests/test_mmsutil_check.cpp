@@ -64,12 +64,15 @@ QString name(unsigned id, const char* suffix = ".mms")
 }
 
 // What a child process makes of a run of the tool: passed when it exited with `exitCode`, printed
-// exactly `out` and one line on standard error that begins with `errStart`.
+// exactly `out` and one line on standard error that begins with `errStart` (nothing when
+// `errStart` is null).
 ChildVerdict judge(const ToolResult& result, int exitCode, const QString& out,
-                   const QString& errStart)
+                   const QString& errStart = QString())
 {
-    if (result.exitCode == exitCode && QString::fromUtf8(result.out) == out &&
-        QString::fromUtf8(result.err).startsWith(errStart) && result.err.count('\n') == 1)
+    const bool errFits = errStart.isNull() ? result.err.isEmpty()
+                                           : QString::fromUtf8(result.err).startsWith(errStart) &&
+                                                 result.err.count('\n') == 1;
+    if (result.exitCode == exitCode && QString::fromUtf8(result.out) == out && errFits)
         return ChildVerdict::pass();
     return ChildVerdict::fail("exit " + std::to_string(result.exitCode) + ", out \"" +
                               result.out.toStdString() + "\", err \"" + result.err.toStdString() +
@@ -136,6 +139,42 @@ protected:
     };
 
     QString databasePath() const { return platformDir() + QStringLiteral("/device.db"); }
+
+    // Makes the database file as another application of the device would, without the index.
+    void makeDatabaseWithoutIndex() const
+    {
+        const tavmms_test::InstalledDatabase installed(databasePath());
+        ASSERT_NE(DB_DB_GetNativeDB(), nullptr);
+    }
+
+    // Whether the database file holds the index; it must exist.
+    bool databaseHoldsIndex() const
+    {
+        EXPECT_TRUE(QFile::exists(databasePath()));
+        const tavmms_test::InstalledDatabase installed(databasePath());
+        return DB_DB_CheckTableExist(DB_DB_GetNativeDB(), MMS_UTIL_DBTable::mmsTableName) != 0;
+    }
+
+    // Without the index, --repair --force on the mail file directory holding `holds` judges
+    // nothing and leaves every file as it was.
+    void expectRefusalWithoutIndex(const QString& holds) const
+    {
+        const QStringList before = entries();
+
+        const ToolResult result = check(kForce);
+
+        expectFailure(result);
+        EXPECT_EQ(result.err.toStdString(),
+                  QStringLiteral("mmsutil: there is no message index in '%1', but the mail file "
+                                 "directory holds %2; check TAV_PLATFORM_DIR\n")
+                      .arg(databasePath(), holds)
+                      .toStdString());
+        EXPECT_EQ(entries(), before);
+        for (const QString& entry : before)
+            EXPECT_EQ(bytesOf(entry), mail) << entry.toStdString();
+    }
+
+    void makeEmptyIndex() const { const Index index(databasePath()); }
 
     // Adds `count` rows and gives their ids.
     QList<unsigned> addRows(int count) const
@@ -226,12 +265,34 @@ TEST_F(MmsutilCheckTest, AStoreWhoseRowsAndMailFilesMatchHasNoProblems)
     EXPECT_EQ(entries(), QStringList({name(ids[0]), name(ids[1])}));
 }
 
-TEST_F(MmsutilCheckTest, ANewDeviceWithoutMailFileDirectoryHasNoProblems)
+TEST_F(MmsutilCheckTest, ANewDeviceWithoutMailFileDirectoryHasNoProblemsAndGetsNoDatabase)
 {
     ASSERT_TRUE(QDir(mailDir()).removeRecursively());
     counts = QStringLiteral("0 rows and 0 mail files");
 
     expectReport({}, {}, QStringLiteral("no problems"), 0);
+    expectReport(kForce, {}, QStringLiteral("no problems"), 0);
+    EXPECT_FALSE(QFile::exists(databasePath()));
+}
+
+TEST_F(MmsutilCheckTest, WithoutDatabaseADirectoryWithoutMailFilesHasNoProblemsAndGetsNoDatabase)
+{
+    put(QStringLiteral("notes.txt"), mail);
+    counts = QStringLiteral("0 rows and 0 mail files");
+    const QStringList lines{QStringLiteral("notes.txt: not a mail file name, left alone")};
+
+    expectReport({}, lines, QStringLiteral("no problems"), 0);
+    expectReport(kForce, lines, QStringLiteral("no problems"), 0);
+    EXPECT_FALSE(QFile::exists(databasePath()));
+}
+
+TEST_F(MmsutilCheckTest, ADatabaseWithoutIndexAndNoMailFilesHasNoProblemsAndGetsNoIndex)
+{
+    makeDatabaseWithoutIndex();
+    counts = QStringLiteral("0 rows and 0 mail files");
+
+    expectReport(kForce, {}, QStringLiteral("no problems"), 0);
+    EXPECT_FALSE(databaseHoldsIndex());
 }
 
 // ---- rows and mail files that do not match ----
@@ -377,6 +438,7 @@ TEST_F(MmsutilCheckTest, AWholeLeftoverWhoseMailFileIsMissingIsRenamedIntoPlace)
 TEST_F(MmsutilCheckTest, AWholeLeftoverWithoutRowIsRenamedAndThenCountsAsAMailFileWithoutRow)
 {
     const unsigned id = 7;
+    makeEmptyIndex();
     putLeftover(id, mail);
     counts = QStringLiteral("0 rows and 0 mail files");
     const QString line =
@@ -564,6 +626,35 @@ TEST_F(MmsutilCheckTest, RowsWithoutTheirMailFileDirectoryAreAFailureAndNothingI
     EXPECT_EQ(rowsAmong(ids), ids);
 }
 
+TEST_F(MmsutilCheckTest, MailFilesWithoutDatabaseAreAFailureAndNothingIsDeletedOrCreated)
+{
+    for (unsigned id : {1u, 2u, 5u})
+        putMail(id, mail);
+
+    expectRefusalWithoutIndex(QStringLiteral("3 mail files"));
+    EXPECT_FALSE(QFile::exists(databasePath()));
+}
+
+TEST_F(MmsutilCheckTest, LeftoversWithoutDatabaseAreCountedInTheFailure)
+{
+    putMail(1, mail);
+    putLeftover(2, mail);
+    expectRefusalWithoutIndex(QStringLiteral("1 mail file and 1 leftover"));
+
+    ASSERT_TRUE(QFile::remove(mailPath(name(1))));
+    expectRefusalWithoutIndex(QStringLiteral("0 mail files and 1 leftover"));
+    EXPECT_FALSE(QFile::exists(databasePath()));
+}
+
+TEST_F(MmsutilCheckTest, MailFilesBesideADatabaseWithoutIndexAreAFailure)
+{
+    makeDatabaseWithoutIndex();
+    putMail(1, mail);
+
+    expectRefusalWithoutIndex(QStringLiteral("1 mail file"));
+    EXPECT_FALSE(databaseHoldsIndex());
+}
+
 TEST_F(MmsutilCheckTest, AMailFileDirectoryThatCannotBeReadIsAFailure)
 {
     addRows(1);
@@ -613,6 +704,40 @@ TEST_F(MmsutilCheckTest, AMailFileDirectoryWithoutReadPermissionIsAFailure)
     EXPECT_EQ(verdict.kind, ChildVerdict::Passed) << verdict.message;
 }
 
+TEST_F(MmsutilCheckTest, AMailFileThatCannotBeReadIsNamedKeptEvenWithForceAndTheOthersJudged)
+{
+    const QList<unsigned> ids = addRows(3);
+    for (unsigned id : ids)
+        putMail(id, mail);
+    const QString unreadable = mailPath(name(ids[1]));
+    ASSERT_TRUE(QFile::setPermissions(unreadable, QFileDevice::Permissions()));
+    const QString line =
+        QStringLiteral("%1: does not load (cannot be read: Permission denied)").arg(name(ids[1]));
+    const QString summary =
+        QStringLiteral("checked 3 rows and 3 mail files in %1: 1 problem").arg(mailDir());
+
+    ChildProcess child([&](ChildProcess&) {
+        if (const std::string why = dropDirectoryOverrides(); !why.empty())
+            return ChildVerdict::skip("cannot give up reading every file: " + why);
+        const ChildVerdict plain = judge(check(), 1, line + '\n' + summary + '\n');
+        if (plain.kind != ChildVerdict::Passed)
+            return plain;
+        return judge(check(kForce), 1,
+                     line +
+                         QStringLiteral(" -> kept (a file that cannot be read is never "
+                                        "deleted)\n") +
+                         summary + QStringLiteral(", 0 repaired, 1 remains\n"));
+    });
+    const ChildVerdict verdict = child.finish(60s);
+    QFile::setPermissions(unreadable, QFileDevice::ReadOwner | QFileDevice::WriteOwner);
+    if (verdict.kind == ChildVerdict::Skipped)
+        GTEST_SKIP() << verdict.message;
+    EXPECT_EQ(verdict.kind, ChildVerdict::Passed) << verdict.message;
+    for (unsigned id : ids)
+        EXPECT_EQ(bytesOf(name(id)), mail) << id;
+    EXPECT_EQ(rowsAmong(ids), ids);
+}
+
 TEST_F(MmsutilCheckTest, AnIndexThatCannotBeOpenedIsAFailure)
 {
     const QString notADirectory = dir.filePath(QStringLiteral("platform-file"));
@@ -657,8 +782,10 @@ TEST_F(MmsutilCheckTest, HelpDescribesTheLinesTheRepairsAndTheExitStatus)
     EXPECT_EQ(result.exitCode, 0);
     for (const char* text :
          {"Usage: mmsutil check [options]", "row N: no mail file N.mms", "N.mms: no row",
-          "N.mms: does not load (why)", "N.mms.tmp: left by an interrupted save", "--repair",
-          "--force", "Exit status: 0"})
+          "N.mms: does not load (why)", "N.mms.tmp: left by an interrupted save",
+          "Mail files without a message index stop the check: nothing is judged.",
+          "--force deletes no mail file that cannot be read.", "--repair", "--force",
+          "Exit status: 0"})
         EXPECT_TRUE(result.out.contains(text)) << text;
     const ToolResult tool = run({QStringLiteral("--help")});
     EXPECT_TRUE(tool.out.contains("  check ")) << tool.out.toStdString();

@@ -34,7 +34,7 @@ QString errnoText(int error)
 // A file of one message in the mail file directory.
 struct StoredFile {
     bool present = false;
-    std::optional<QString> defect; // why it does not load completely
+    std::optional<cli::MailFileDefect> defect; // why it does not load completely
 
     bool loads() const { return present && !defect; }
 };
@@ -59,6 +59,7 @@ struct Store {
     QList<OtherEntry> others;             // in name order
     int rows = 0;
     int mailFiles = 0;
+    int leftovers = 0;
 };
 
 // The name of the mail file of `id` within its directory, as the library names it.
@@ -99,8 +100,7 @@ void addEntry(Store* store, const QString& name)
     StoredFile& file = isLeftover ? store->messages[*id].leftover : store->messages[*id].mail;
     file.present = true;
     file.defect = cli::mailFileDefect(path);
-    if (!isLeftover)
-        ++store->mailFiles;
+    ++(isLeftover ? store->leftovers : store->mailFiles);
 }
 
 using Directory = std::unique_ptr<DIR, int (*)(DIR*)>;
@@ -163,6 +163,15 @@ QString counted(int count, const char* what)
            (count == 1 ? QString() : QStringLiteral("s"));
 }
 
+// "3 mail files", "1 mail file and 2 leftovers".
+QString filesCounted(const Store& store)
+{
+    const QString mailFiles = counted(store.mailFiles, "mail file");
+    return store.leftovers == 0
+               ? mailFiles
+               : mailFiles + QStringLiteral(" and ") + counted(store.leftovers, "leftover");
+}
+
 // Prints the problems of the store one line each and, when asked, repairs them.
 class Checker
 {
@@ -179,9 +188,13 @@ public:
     {
         const QString name = mailFileName(id);
         if (message.mail.present && message.mail.defect) {
-            if (forced(QStringLiteral("%1: does not load (%2)").arg(name, *message.mail.defect),
-                       QStringLiteral("deletes it"), QStringLiteral("deleted"),
-                       [&] { return remove(name); }))
+            const QString text =
+                QStringLiteral("%1: does not load (%2)").arg(name, message.mail.defect->why);
+            // What could not be read may well be whole: it is for a person to look at.
+            if (message.mail.defect->unreadable)
+                kept(text, QStringLiteral("a file that cannot be read is never deleted"));
+            else if (forced(text, QStringLiteral("deletes it"), QStringLiteral("deleted"),
+                            [&] { return remove(name); }))
                 message.mail = StoredFile();
         }
         if (message.leftover.present && checkLeftover(name, message))
@@ -230,7 +243,7 @@ private:
         const QString text =
             message.mail.present
                 ? start + QStringLiteral(" beside %1").arg(name)
-                : start + QStringLiteral(", does not load (%1)").arg(*message.leftover.defect);
+                : start + QStringLiteral(", does not load (%1)").arg(message.leftover.defect->why);
         return repairable(text, QStringLiteral("removed"), [&] { return remove(leftover); });
     }
 
@@ -244,13 +257,16 @@ private:
     bool forced(const QString& text, const QString& would, const QString& done,
                 const std::function<bool()>& repair)
     {
-        return settle(text, repair_ && force_, would, done, repair);
+        return settle(text, repair_ && force_, QStringLiteral("--force ") + would, done, repair);
     }
 
+    // A problem that no repair touches, for the reason `why`.
+    void kept(const QString& text, const QString& why) { settle(text, false, why, QString(), {}); }
+
     // Prints `text` as one problem. When `allowed`, `repair` is tried first and the line ends in
-    // `done` or "failed" (why is on standard error); with --repair alone a line of a problem left
-    // for --force ends in what --force `would` do.
-    bool settle(const QString& text, bool allowed, const QString& would, const QString& done,
+    // `done` or "failed" (why is on standard error); with --repair a line of a problem left alone
+    // ends in why it was, `keptBecause`.
+    bool settle(const QString& text, bool allowed, const QString& keptBecause, const QString& done,
                 const std::function<bool()>& repair)
     {
         ++problems_;
@@ -258,7 +274,7 @@ private:
         if (!allowed) {
             out << text;
             if (repair_)
-                out << " -> kept (--force " << would << ')';
+                out << " -> kept (" << keptBecause << ')';
             out << '\n';
             return false;
         }
@@ -334,6 +350,8 @@ int runCheck(const cli::Command& command, const QStringList& arguments)
                        "Other names in the mail file directory are listed as left alone and are\n"
                        "never touched. With --repair each line ends in what became of the\n"
                        "problem; run it while no application writes messages.\n"
+                       "--force deletes no mail file that cannot be read.\n"
+                       "Mail files without a message index stop the check: nothing is judged.\n"
                        "\n"
                        "Exit status: 0 the store is consistent or was repaired fully, 1 problems\n"
                        "remain or the check failed, 2 wrong command line."));
@@ -343,20 +361,28 @@ int runCheck(const cli::Command& command, const QStringList& arguments)
     if (parser.isSet(force) && !parser.isSet(repair))
         return cli::usageError(command.name, QStringLiteral("--force only goes with --repair"));
 
-    const indexrows::IndexTable table;
-    if (const int status = cli::openStatus(table))
-        return status;
+    // A check makes nothing it was not asked to repair, an index no more than anything else.
+    const indexrows::IndexTable table(indexrows::IndexTable::LeaveMissing);
+    if (!table.isMissing()) {
+        if (const int status = cli::openStatus(table))
+            return status;
+    }
     Store store;
     store.directory = MMS_UTIL_Common::getMailFileDir();
     bool missing = false;
-    if (!readRows(&store) || !readDirectory(&store, &missing))
+    if ((table.isOpen() && !readRows(&store)) || !readDirectory(&store, &missing))
         return cli::ExitFailed;
     // Rows against a directory that is not there are more likely a wrong TAV_LOCAL_DOWNLOAD_PATH
-    // than messages that all went missing: nothing is judged, and nothing deleted.
+    // than messages that all went missing, and mail files without any index a wrong
+    // TAV_PLATFORM_DIR: nothing is judged, and nothing deleted.
     if (missing && store.rows > 0)
         return cli::fail(QStringLiteral("the mail file directory '%1' does not exist, but the "
                                         "index holds %2; check TAV_LOCAL_DOWNLOAD_PATH")
                              .arg(store.directory, counted(store.rows, "row")));
+    if (table.isMissing() && !store.messages.isEmpty())
+        return cli::fail(QStringLiteral("there is no message index in '%1', but the mail file "
+                                        "directory holds %2; check TAV_PLATFORM_DIR")
+                             .arg(indexrows::databasePath(), filesCounted(store)));
 
     Checker checker(store.directory, parser.isSet(repair), parser.isSet(force));
     for (auto it = store.messages.begin(); it != store.messages.end(); ++it)

@@ -3,6 +3,7 @@
 #include <sqlite_database.h>
 
 #include <QDateTime>
+#include <QFileInfo>
 
 #include <cstring>
 
@@ -57,7 +58,36 @@ QString resultText(int code)
     return QStringLiteral("unknown database result %1").arg(code);
 }
 
-IndexTable::IndexTable() : result_(MMS_UTIL_DBTable::initTable()) {}
+QString databasePath()
+{
+    return tavplatform::SqliteDatabase::defaultPath();
+}
+
+namespace
+{
+
+// Whether the index is not there, found without making anything: opening a database file that
+// does not exist makes it. A database that cannot be opened does not count as missing, so that
+// opening it reports why.
+bool indexIsMissing()
+{
+    const QString path = databasePath();
+    if (path.isEmpty())
+        return false;
+    if (!QFileInfo::exists(path))
+        return true;
+    void* db = DB_DB_GetNativeDB();
+    return db && !DB_DB_CheckTableExist(db, MMS_UTIL_DBTable::mmsTableName);
+}
+
+} // namespace
+
+IndexTable::IndexTable(WhenMissing whenMissing)
+    : missing_(whenMissing == LeaveMissing && indexIsMissing())
+{
+    if (!missing_)
+        result_ = MMS_UTIL_DBTable::initTable();
+}
 
 IndexTable::~IndexTable()
 {
@@ -70,11 +100,16 @@ bool IndexTable::isOpen() const
     return result_ == DB_OK;
 }
 
+bool IndexTable::isMissing() const
+{
+    return missing_;
+}
+
 QString IndexTable::openError() const
 {
     if (isOpen())
         return QString();
-    const QString path = tavplatform::SqliteDatabase::defaultPath();
+    const QString path = databasePath();
     return QStringLiteral("cannot open the message index in '%1': %2")
         .arg(path.isEmpty() ? QStringLiteral("(no platform directory)") : path,
              resultText(result_));

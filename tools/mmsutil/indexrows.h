@@ -23,21 +23,30 @@ namespace indexrows
 // "database is busy (DB_ERR_BUSY)"; "unknown database result N" for a code it does not know.
 QString resultText(int code);
 
+// The database file that holds the index; empty when there is no platform directory.
+QString databasePath();
+
 // The index table, opened (and made, on a new device) for the life of an object.
 class IndexTable
 {
 public:
-    IndexTable();
+    // What becomes of an index that is not there yet: made, or left missing.
+    enum WhenMissing { Make, LeaveMissing };
+
+    explicit IndexTable(WhenMissing whenMissing = Make);
     ~IndexTable();
     IndexTable(const IndexTable&) = delete;
     IndexTable& operator=(const IndexTable&) = delete;
 
     bool isOpen() const;
+    // Left missing: the database file does not exist, or it holds no index table.
+    bool isMissing() const;
     // Why the table could not be opened, naming the database file; empty when it is open.
     QString openError() const;
 
 private:
-    int result_;
+    int result_ = DB_ERR_NO_TABLE;
+    bool missing_ = false;
 };
 
 // Commits the write transaction MMS_UTIL_DBTable left open, and aborts it when the commit fails,

@@ -33,38 +33,48 @@ bool isWholeHeaderBlock(const QByteArray& block, MMS_UTIL_MailFile& file)
     return seen.all();
 }
 
+MailFileDefect unreadable(const QFile& file)
+{
+    return {QStringLiteral("cannot be read: %1").arg(file.errorString()), true};
+}
+
+MailFileDefect defect(const char* why)
+{
+    return {QLatin1String(why)};
+}
+
 } // namespace
 
-std::optional<QString> mailFileDefect(const QString& path)
+std::optional<MailFileDefect> mailFileDefect(const QString& path)
 {
     QFile raw(path);
     if (!raw.open(QIODevice::ReadOnly))
-        return QStringLiteral("cannot be read: %1").arg(raw.errorString());
+        return unreadable(raw);
     const qint64 size = raw.size();
     if (size < kRecordSize)
-        return QStringLiteral("shorter than its 16-byte record");
+        return defect("shorter than its 16-byte record");
     MMS_UTIL_MailFile file(path);
     const MMS_UTIL_MAILFILE_HEADER_T record = file.readMailFileHeader();
     const qint64 headerStart = kRecordSize + record.bodyLength;
     if (record.bodyOffset != kRecordSize || record.headerTextOffset != headerStart)
-        return QStringLiteral("its 16-byte record does not describe a mail file");
+        return defect("its 16-byte record does not describe a mail file");
     if (size < headerStart)
-        return QStringLiteral("cut short in its body");
+        return defect("cut short in its body");
     if (size == headerStart)
-        return QStringLiteral("its header block is missing");
+        return defect("its header block is missing");
     const int loaded = file.loadMailFile();
     // What the library hands out is the caller's, failed load or not.
     const std::unique_ptr<MMS_UTIL_MsgHeaderBase> header(file.header);
     const std::unique_ptr<unsigned char[]> body(file.body);
     if (loaded != MMS_UTIL_MAILFILE_OK)
-        return QStringLiteral("its record does not fit the file");
+        return defect("its record does not fit the file");
     if (!raw.seek(headerStart))
-        return QStringLiteral("cannot be read: %1").arg(raw.errorString());
+        return unreadable(raw);
     const QByteArray block = raw.readAll();
     if (raw.error() != QFileDevice::NoError)
-        return QStringLiteral("cannot be read: %1").arg(raw.errorString());
+        return unreadable(raw);
     if (!isWholeHeaderBlock(block, file))
-        return QStringLiteral("its header block is cut short");
+        return defect("its header block is cut short");
     return std::nullopt;
 }
 

@@ -10,11 +10,17 @@
 namespace cli
 {
 
+// Why a file does not load completely.
+struct MailFileDefect {
+    QString why;             // as a clause: "cut short in its body"
+    bool unreadable = false; // reading it failed, so nothing is known of what it holds
+};
+
 // Gives nothing when the file `path` loads completely: the library loads it, its 16-byte record
 // is the one a save writes (body at offset 16, header block straight after the body), and its
-// header block holds every key and ends in a line break. Otherwise gives why not, as a clause
-// ("cut short in its body"). Reading the file is all it does.
-std::optional<QString> mailFileDefect(const QString& path);
+// header block holds every key and ends in a line break. Otherwise gives why not. Reading the
+// file is all it does.
+std::optional<MailFileDefect> mailFileDefect(const QString& path);
 
 } // namespace cli
 
