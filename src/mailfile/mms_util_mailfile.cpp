@@ -8,6 +8,7 @@
 #include <QFile>
 #include <QFileDevice>
 #include <QLocale>
+#include <QStringBuilder>
 #include <QStringEncoder>
 #include <QTextStream>
 
@@ -396,7 +397,7 @@ bool MMS_UTIL_MailFile::serializeMsgHeaderTo(QTextStream& stream)
     QByteArray chunk = lineEnd; // the block opens with an empty line
     for (int i = 0; i < MMS_UTIL_MAILFILE_KEY_COUNT; ++i) {
         // A U+0000 cuts the line there, as the text is written zero-terminated.
-        const QByteArray line = (keyTexts[i] + QLatin1Char(' ') + valueTexts[i]).toUtf8();
+        const QByteArray line = (keyTexts[i] % QLatin1Char(' ') % valueTexts[i]).toUtf8();
         chunk += QByteArrayView(line.constData(), qsizetype(qstrlen(line.constData())));
         chunk += lineEnd;
         if (!writeAll(*device, chunk.constData(), chunk.size()) || deviceFailed(stream))
