@@ -67,6 +67,7 @@ done
 expect "--help --version -h -v" -
 expect "write" mailfile w
 expect "delete" index de
+expect "region remove" contacts re
 expect "list" -v index l
 expect "" nosuch ""
 
