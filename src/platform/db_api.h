@@ -3,8 +3,10 @@
 
 // The device database as applications call it: a plain function interface over opaque handles.
 // Every function returns a result code of db_result.h (0 success) unless said otherwise; none
-// throws. Handles are opaque: a null, closed or foreign handle gives DB_ERR_NULL_HANDLE or
-// DB_ERR_INVALID_HANDLE, never a crash.
+// throws: when memory runs out one gives DB_ERR_NO_MEMORY, after any other unexpected failure
+// DB_ERR_INTERNAL (null from the functions that give a pointer, 0 from DB_DB_CheckTableExist), and
+// the handle or id it would have written is left as it was. Handles are opaque: a null, closed or
+// foreign handle gives DB_ERR_NULL_HANDLE or DB_ERR_INVALID_HANDLE, never a crash.
 //
 // Transactions: a process has one connection to the database. The first transaction opened is a
 // real transaction; one begun while another is open nests inside it and ends before it (commit

@@ -24,6 +24,7 @@ enum {
     DB_ERR_INTERNAL = 18,        // any other failure of the engine
     DB_ERR_TXN_ROLLED_BACK = 19, // the engine rolled the transaction back after a failure (a full
                                  // disk, an I/O error); DB_TXN_Abort is all that is left to do
+    DB_ERR_NO_MEMORY = 20,       // memory ran out
 };
 
 #endif
