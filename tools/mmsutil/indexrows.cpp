@@ -42,6 +42,7 @@ const ResultText kResultTexts[] = {
     {DB_ERR_ID_EXHAUSTED, "DB_ERR_ID_EXHAUSTED", "no row id is left"},
     {DB_ERR_INTERNAL, "DB_ERR_INTERNAL", "internal database error"},
     {DB_ERR_TXN_ROLLED_BACK, "DB_ERR_TXN_ROLLED_BACK", "the transaction was rolled back"},
+    {DB_ERR_NO_MEMORY, "DB_ERR_NO_MEMORY", "out of memory"},
 };
 
 } // namespace
