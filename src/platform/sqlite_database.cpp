@@ -436,6 +436,15 @@ struct SqliteDatabase::Impl {
         return reinterpret_cast<void*>(++serial);
     }
 
+    // Registers `value` under a new handle, which is given out only once registered: when memory
+    // runs out, the caller's location is left as it was.
+    template <typename Value> static void* registered(std::map<void*, Value>& handles, Value value)
+    {
+        void* handle = newHandle();
+        handles.emplace(handle, std::move(value));
+        return handle;
+    }
+
     void* dbHandle() { return this; }
 
     bool isDb(void* db) { return db && db == dbHandle() && connection; }
@@ -551,8 +560,7 @@ struct SqliteDatabase::Impl {
                 return r;
             known = table.layouts.insert_or_assign(function, std::move(layout)).first;
         }
-        *handle = newHandle();
-        binds.emplace(*handle, known->second);
+        *handle = registered(binds, known->second);
         return DB_OK;
     }
 
@@ -691,10 +699,13 @@ struct SqliteDatabase::Impl {
             return DB_ERR_NOT_FOUND;
         if (status != Status::Row)
             return resultOf(status);
+        // The key is read before anything of the cursor changes: running out of memory reading
+        // it leaves the cursor where it was.
+        Key key{use->columnIsNull(1), c.textField ? 0 : use->columnInt(1),
+                c.textField ? use->columnText(1) : QByteArray()};
         c.hasCurrent = true;
         c.currentId = unsigned(use->columnInt(0));
-        c.key = Key{use->columnIsNull(1), c.textField ? 0 : use->columnInt(1),
-                    c.textField ? use->columnText(1) : QByteArray()};
+        c.key = std::move(key);
         return DB_OK;
     }
 
@@ -824,8 +835,7 @@ int SqliteDatabase::tableOpen(void* db, void** table, const char* name)
     std::shared_ptr<Table> loaded;
     if (const int result = d->loadTable(QByteArray(name), &loaded))
         return result;
-    *table = d->newHandle();
-    d->tables.emplace(*table, std::move(loaded));
+    *table = d->registered(d->tables, std::move(loaded));
     return DB_OK;
 }
 
@@ -877,15 +887,19 @@ int SqliteDatabase::txnBegin(void** txn, int flags)
     if (d->rolledBack())
         return DB_ERR_TXN_ROLLED_BACK;
     const Txn entry{int(d->txnStack.size())};
+    // The handle is made before the engine begins: a transaction begun without one could never
+    // be ended, and every later DB_TXN_Begin would fail. Until then it is taken back on any way
+    // out.
+    d->txnStack.reserve(d->txnStack.size() + 1);
+    const auto unregister = [this](void* handle) { d->txns.erase(handle); };
+    std::unique_ptr<void, decltype(unregister)> pending(d->registered(d->txns, entry), unregister);
     const Status status =
         entry.depth == 0 ? d->connection->execCached(kBegin)
                          : d->connection->execCached("SAVEPOINT " + savepointName(entry.depth));
     if (status != Status::Ok)
         return resultOf(status);
-    void* handle = d->newHandle();
-    d->txns.emplace(handle, entry);
-    d->txnStack.push_back(handle);
-    *txn = handle;
+    d->txnStack.push_back(pending.get()); // cannot throw: the room is reserved
+    *txn = pending.release();
     return DB_OK;
 }
 
@@ -1037,8 +1051,7 @@ int SqliteDatabase::cursorOpen(void* txn, void** table, int order, const char* f
     if (index < 0 && name != "id")
         return DB_ERR_NO_FIELD;
     const bool textField = index >= 0 && isTextType(opened.fields[size_t(index)].type);
-    *cursor = d->newHandle();
-    d->cursors.emplace(*cursor, Cursor{it->second, index, order, txn, textField});
+    *cursor = d->registered(d->cursors, Cursor{it->second, index, order, txn, textField});
     return DB_OK;
 }
 
@@ -1111,9 +1124,7 @@ int SqliteDatabase::cursorGetCurrentRecordInfo(void* cursor, unsigned int* id, v
 
 void* SqliteDatabase::termOpen()
 {
-    void* handle = d->newHandle();
-    d->terms.emplace(handle, Term{});
-    return handle;
+    return d->registered(d->terms, Term{});
 }
 
 int SqliteDatabase::termCharEqual(void* term, const char* field, const char* text)
