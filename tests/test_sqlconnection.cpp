@@ -139,6 +139,141 @@ TEST_F(SqlConnectionTest, WriterWaitsForTheBusyTimeoutThenReportsBusy)
     EXPECT_EQ(other->exec("COMMIT"), Status::Ok);
 }
 
+// ---- a wait limit for one operation
+
+using namespace std::chrono_literals;
+// Well under the 5000 ms busy timeout of the waiting connections: tells which one ended a wait.
+const qint64 kSlackMs = 2000;
+
+class SqlConnectionWaitLimitTest : public SqlConnectionTest
+{
+protected:
+    void SetUp() override
+    {
+        SqlConnectionTest::SetUp();
+        ASSERT_EQ(connection->exec("BEGIN IMMEDIATE"), Status::Ok);
+    }
+    void TearDown() override { EXPECT_EQ(connection->exec("COMMIT"), Status::Ok); }
+
+    // How long, in milliseconds, `waiting` took to be refused the write lock `connection` holds.
+    qint64 refusal(Connection& waiting)
+    {
+        QElapsedTimer timer;
+        timer.start();
+        EXPECT_EQ(waiting.exec("BEGIN IMMEDIATE"), Status::Busy);
+        return timer.elapsed();
+    }
+};
+
+TEST_F(SqlConnectionWaitLimitTest, LimitTakesThePlaceOfTheBusyTimeout)
+{
+    struct Case {
+        int busyTimeoutMs;
+        int limitMs;
+    };
+    for (const Case& c : {Case{0, 300}, Case{5000, 300}}) {
+        SCOPED_TRACE(testing::Message() << c.busyTimeoutMs << " ms, limit " << c.limitMs);
+        auto waiting = open(c.busyTimeoutMs);
+        ASSERT_NE(waiting, nullptr);
+        const tavplatform::sql::ScopedWaitLimit limit(std::chrono::milliseconds(c.limitMs));
+        const qint64 took = refusal(*waiting);
+        EXPECT_GE(took, c.limitMs);
+        EXPECT_LT(took, c.limitMs + kSlackMs);
+    }
+}
+
+TEST_F(SqlConnectionWaitLimitTest, LimitOfZeroOrLessMeansNoWaiting)
+{
+    auto waiting = open();
+    ASSERT_NE(waiting, nullptr);
+    for (const auto none : {0ms, -1ms}) {
+        SCOPED_TRACE(none.count());
+        const tavplatform::sql::ScopedWaitLimit limit(none);
+        EXPECT_LT(refusal(*waiting), kSlackMs);
+    }
+}
+
+TEST_F(SqlConnectionWaitLimitTest, BusyTimeoutHoldsAgainOnceTheLimitEnds)
+{
+    auto waiting = open(300);
+    ASSERT_NE(waiting, nullptr);
+    {
+        const tavplatform::sql::ScopedWaitLimit limit(0ms);
+        EXPECT_LT(refusal(*waiting), 300);
+    }
+    EXPECT_GE(refusal(*waiting), 300);
+}
+
+TEST_F(SqlConnectionWaitLimitTest, AllWaitsInsideOneLimitEndAtTheSameDeadline)
+{
+    auto waiting = open();
+    ASSERT_NE(waiting, nullptr);
+    const tavplatform::sql::ScopedWaitLimit limit(400ms);
+    EXPECT_GE(refusal(*waiting), 400);
+    // The deadline has passed: the next wait gets no new 400 ms.
+    EXPECT_LT(refusal(*waiting), 400);
+}
+
+TEST_F(SqlConnectionWaitLimitTest, InnerLimitNeverOutlastsTheOuterOne)
+{
+    auto waiting = open();
+    ASSERT_NE(waiting, nullptr);
+    const tavplatform::sql::ScopedWaitLimit outer(300ms);
+    {
+        const tavplatform::sql::ScopedWaitLimit inner(10s);
+        const qint64 took = refusal(*waiting);
+        EXPECT_GE(took, 300);
+        EXPECT_LT(took, 300 + kSlackMs);
+    }
+}
+
+TEST_F(SqlConnectionWaitLimitTest, OuterLimitHoldsAgainOnceAShorterInnerOneEnds)
+{
+    auto waiting = open();
+    ASSERT_NE(waiting, nullptr);
+    const tavplatform::sql::ScopedWaitLimit outer(300ms);
+    {
+        const tavplatform::sql::ScopedWaitLimit inner(0ms);
+        EXPECT_LT(refusal(*waiting), 300);
+    }
+    const qint64 took = refusal(*waiting);
+    EXPECT_GE(took, 250); // the outer deadline counts from its own start
+    EXPECT_LT(took, 300 + kSlackMs);
+}
+
+TEST_F(SqlConnectionWaitLimitTest, LimitHoldsOnlyOnTheThreadThatSetIt)
+{
+    auto waiting = open(300);
+    ASSERT_NE(waiting, nullptr);
+    const tavplatform::sql::ScopedWaitLimit limit(0ms);
+    qint64 took = 0;
+    std::thread([&] { took = refusal(*waiting); }).join();
+    EXPECT_GE(took, 300);
+}
+
+TEST_F(SqlConnectionWaitLimitTest, LimitBoundsTheWaitInOpeningAConnection)
+{
+    // Turning a file with the default journal to the log waits while another connection is in a
+    // transaction on it.
+    const QString other = temp.filePath(QStringLiteral("journal.db"));
+    Status status = Status::Error;
+    auto user = Connection::open(other, &status);
+    ASSERT_NE(user, nullptr);
+    ASSERT_EQ(user->exec("PRAGMA journal_mode=DELETE"), Status::Ok);
+    ASSERT_EQ(user->exec("BEGIN IMMEDIATE"), Status::Ok);
+    ASSERT_EQ(user->exec(kCreateTable), Status::Ok);
+
+    const tavplatform::sql::ScopedWaitLimit limit(300ms);
+    QElapsedTimer timer;
+    timer.start();
+    EXPECT_EQ(Connection::open(other, &status), nullptr);
+    const qint64 took = timer.elapsed();
+    EXPECT_EQ(status, Status::Busy);
+    EXPECT_GE(took, 300);
+    EXPECT_LT(took, 300 + kSlackMs);
+    EXPECT_EQ(user->exec("COMMIT"), Status::Ok);
+}
+
 TEST_F(SqlConnectionTest, ReaderIsNotBlockedByAWriter)
 {
     ASSERT_EQ(insert(*connection, "committed"), Status::Ok);

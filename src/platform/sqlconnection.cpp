@@ -6,6 +6,7 @@
 
 #include <sqlite3.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <thread>
 #include <unistd.h>
@@ -19,6 +20,9 @@ namespace
 const char kBeginScoped[] = "SAVEPOINT tav_scoped";
 const char kRollbackScoped[] = "ROLLBACK TO tav_scoped";
 const char kReleaseScoped[] = "RELEASE tav_scoped";
+
+// The deadline of the innermost ScopedWaitLimit on this thread, if any.
+thread_local std::optional<std::chrono::steady_clock::time_point> waitDeadline;
 
 // The status for a failure to open the database at `path`. The engine says only that it could not
 // open a file (the database, or the journal beside it), and it tries other ways before giving up,
@@ -127,7 +131,7 @@ int Connection::waitWhileBusy(void* connection, int tries)
     const auto now = std::chrono::steady_clock::now();
     if (tries == 0)
         self->busySince_ = now;
-    if (now - self->busySince_ >= self->busyTimeout_)
+    if (now >= waitDeadline.value_or(self->busySince_ + self->busyTimeout_))
         return 0;
     std::this_thread::sleep_for(std::chrono::milliseconds(1));
     return 1;
@@ -236,6 +240,17 @@ Status Connection::keepWalFiles()
 {
     int keep = 1;
     return statusOf(sqlite3_file_control(db_, "main", SQLITE_FCNTL_PERSIST_WAL, &keep));
+}
+
+ScopedWaitLimit::ScopedWaitLimit(std::chrono::milliseconds limit) : previous_(waitDeadline)
+{
+    const auto deadline = std::chrono::steady_clock::now() + limit;
+    waitDeadline = previous_ ? std::min(*previous_, deadline) : deadline;
+}
+
+ScopedWaitLimit::~ScopedWaitLimit()
+{
+    waitDeadline = previous_;
 }
 
 ScopedTransaction::ScopedTransaction(Connection& connection) : connection_(connection) {}

@@ -9,6 +9,7 @@
 #include <chrono>
 #include <map>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -73,8 +74,9 @@ private:
 };
 
 // One connection, in WAL mode with synchronous=FULL. A statement that needs a lock another
-// connection holds tries again every millisecond until the busy timeout has passed, then fails
-// with Busy. Statements prepared through cached() live as long as the connection.
+// connection holds tries again every millisecond until the busy timeout has passed (or the
+// deadline of a ScopedWaitLimit in force), then fails with Busy. Statements prepared through
+// cached() live as long as the connection.
 class TAVPLATFORM_EXPORT Connection
 {
 public:
@@ -111,6 +113,23 @@ private:
     const std::chrono::milliseconds busyTimeout_;
     std::chrono::steady_clock::time_point busySince_; // when the current wait began
     std::map<std::string, std::unique_ptr<Statement>, std::less<>> statements_;
+};
+
+// While it lives, every wait for a lock that this thread's statements make, on any connection
+// and in opening one too, ends at one deadline `limit` from now instead of at the connection's
+// busy timeout: an operation of several statements then waits no longer in all than its caller
+// allows. A limit of zero or less means no waiting at all. Inside another limit, the earlier
+// deadline holds.
+class TAVPLATFORM_EXPORT ScopedWaitLimit
+{
+public:
+    explicit ScopedWaitLimit(std::chrono::milliseconds limit);
+    ~ScopedWaitLimit();
+    ScopedWaitLimit(const ScopedWaitLimit&) = delete;
+    ScopedWaitLimit& operator=(const ScopedWaitLimit&) = delete;
+
+private:
+    const std::optional<std::chrono::steady_clock::time_point> previous_;
 };
 
 // A savepoint that rolls back unless commit() ran; usable inside and outside a transaction.

@@ -337,8 +337,10 @@ SqliteAddressBook::SqliteAddressBook(QString path, int busyTimeoutMs) : d(new Im
 SqliteAddressBook::~SqliteAddressBook() = default;
 
 int SqliteAddressBook::singleSearch(ADDRBK_SEARCH_TYPE_T type, const QString& key,
-                                    ADDRBK_SEARCH_SINGLE_DATA_T& result, int, bool* ambiguous)
+                                    ADDRBK_SEARCH_SINGLE_DATA_T& result, int timeoutMs,
+                                    bool* ambiguous)
 {
+    const sql::ScopedWaitLimit limit{std::chrono::milliseconds(timeoutMs)};
     const QString region = type == ADDRBK_SEARCH_BY_NUMBER ? addressBookRegion() : QString();
     const QString matchKey = searchKey(type, key, region);
     if (matchKey.isEmpty())

@@ -31,9 +31,10 @@ public:
     ~SqliteAddressBook() override;
 
     // A number is matched by its key, an address by its key too (letter case does not count).
-    // Searches read a snapshot of the book, which a process changing it never holds up, so they
-    // need no time limit and `timeoutMs` is not used. Only a number search that must first make
-    // the keys anew for a new region waits, like a change, up to the busy timeout.
+    // Searches read a snapshot of the book, which a process changing it does not hold up. Only a
+    // search that must write first (make the book on first use, or make the numbers' keys anew
+    // for a new region) waits for such a process: `timeoutMs` in all, opening included, in place
+    // of the busy timeout, and not at all when it is 0 or less.
     int singleSearch(ADDRBK_SEARCH_TYPE_T type, const QString& key,
                      ADDRBK_SEARCH_SINGLE_DATA_T& result, int timeoutMs, bool* ambiguous) override;
     bool getOwnerNumber(QString& name, QString& number) override;
