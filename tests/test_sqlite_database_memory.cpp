@@ -1,15 +1,20 @@
-// The device database on SQLite when memory runs out: every allocation made through operator new
-// can be made to fail, one after another, and the database must come out of each failure with
-// nothing half-made.
+// The SQLite layer when memory runs out: every allocation made through operator new can be made
+// to fail, one after another, and the device database and its connection must come out of each
+// failure with nothing half-made.
 
 #include "db_api.h"
+#include "sqlconnection.h"
 
 #include "support/temp_database.h"
+
+#include <QTemporaryDir>
 
 #include <gtest/gtest.h>
 
 #include <cstdlib>
+#include <memory>
 #include <new>
+#include <string>
 
 namespace
 {
@@ -55,6 +60,33 @@ TEST(SqliteDatabaseMemoryTest, TxnBeginOutOfMemoryLeavesNoTransactionBehind)
         void* next = nullptr;
         ASSERT_EQ(DB_TXN_Begin(&next, 0), DB_OK) << "after failing allocation " << succeeding;
         EXPECT_EQ(DB_TXN_Commit(next), DB_OK);
+    }
+}
+
+TEST(SqlConnectionMemoryTest, PreparingOutOfMemoryCachesNothingHalfMade)
+{
+    const QTemporaryDir dir;
+    tavplatform::sql::Status status;
+    const std::unique_ptr<tavplatform::sql::Connection> connection =
+        tavplatform::sql::Connection::open(dir.filePath(QStringLiteral("cache.db")), &status);
+    ASSERT_TRUE(connection);
+    for (long succeeding = 0;; ++succeeding) {
+        // A text of its own each round, so that no round finds the last one's statement.
+        const std::string text = "SELECT " + std::to_string(succeeding);
+        bool threw = false;
+        {
+            const FailingAllocation failing(succeeding);
+            try {
+                connection->cached(text, &status);
+            } catch (const std::bad_alloc&) {
+                threw = true;
+            }
+        }
+        if (!threw)
+            break;
+        // The failed round left no empty slot behind: the statement is prepared afresh.
+        EXPECT_NE(connection->cached(text, &status), nullptr) << "allocation " << succeeding;
+        EXPECT_EQ(status, tavplatform::sql::Status::Ok);
     }
 }
 

@@ -211,9 +211,13 @@ Statement* Connection::cached(std::string_view sql, Status* status)
         sqlite3_finalize(raw);
         return nullptr;
     }
-    auto& slot = statements_[std::string(sql)];
-    slot.reset(new Statement(raw));
-    return slot.get();
+    // Running out of memory below finalizes the statement and leaves the cache as it was.
+    std::unique_ptr<sqlite3_stmt, int (*)(sqlite3_stmt*)> prepared(raw, &sqlite3_finalize);
+    std::unique_ptr<Statement> statement(new Statement(prepared.get()));
+    prepared.release();
+    Statement* result = statement.get();
+    statements_.emplace(std::string(sql), std::move(statement));
+    return result;
 }
 
 qint64 Connection::lastInsertRowId() const
