@@ -336,4 +336,23 @@ TEST(DatabaseForwarderNullTest, NullOutputLocationReachesTheServiceAsNull)
     EXPECT_EQ(DB_TABLE_Insert(kTxn, kTable, kRecord, kBind, nullptr), DB_ERR_NULL_HANDLE);
 }
 
+TEST(DatabaseForwarderLocationTest, OutputLocationReachesTheServiceAsTheCallersOwn)
+{
+    // The index table hands on the locations of its class-wide handles, and services may keep them.
+    StrictMock<MockDatabase> service;
+    const tavplatform::ScopedDatabaseService installed(&service);
+    void* table = nullptr;
+    void* txn = nullptr;
+    unsigned id = 0;
+    EXPECT_CALL(service, tableOpen(kDb, testing::Eq(&table), testing::StrEq("notes")))
+        .WillOnce(Return(DB_OK));
+    EXPECT_CALL(service, txnBegin(testing::Eq(&txn), 0)).WillOnce(Return(DB_OK));
+    EXPECT_CALL(service, tableInsert(kTxn, kTable, kRecord, kBind, testing::Eq(&id)))
+        .WillOnce(Return(DB_OK));
+
+    EXPECT_EQ(DB_TABLE_Open(kDb, &table, "notes"), DB_OK);
+    EXPECT_EQ(DB_TXN_Begin(&txn, 0), DB_OK);
+    EXPECT_EQ(DB_TABLE_Insert(kTxn, kTable, kRecord, kBind, &id), DB_OK);
+}
+
 } // namespace

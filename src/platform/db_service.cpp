@@ -55,27 +55,34 @@ Result guarded(Call call, Result noMemory = DB_ERR_NO_MEMORY,
     }
 }
 
-// A caller's output location that the service writes through a copy, put back only when the call
-// returns: a service that throws halfway leaves the caller's location as it was. A null location
-// stays null, so that the service still refuses it.
+// A caller's output location, handed to the service as it is (callers rely on it: the index
+// table passes the location of its class-wide handles on), and put back as it was when the
+// service throws halfway instead of returning.
 template <typename T> class Staged
 {
 public:
-    explicit Staged(T* location) : location_(location), value_(location ? *location : T()) {}
+    explicit Staged(T* location) : location_(location), saved_(location ? *location : T()) {}
+    ~Staged()
+    {
+        if (location_ && !returned_)
+            *location_ = saved_;
+    }
+    Staged(const Staged&) = delete;
+    Staged& operator=(const Staged&) = delete;
 
-    T* get() { return location_ ? &value_ : nullptr; }
+    T* get() const { return location_; }
 
-    // Puts the value back and passes `result` on.
+    // Notes that the service returned, and passes its `result` on.
     int put(int result)
     {
-        if (location_)
-            *location_ = value_;
+        returned_ = true;
         return result;
     }
 
 private:
     T* location_;
-    T value_;
+    T saved_;
+    bool returned_ = false;
 };
 
 // What the functions that give a pointer give when the service throws.
