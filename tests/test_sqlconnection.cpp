@@ -278,6 +278,40 @@ TEST_F(SqlConnectionWaitLimitTest, LimitBoundsTheWaitInOpeningAConnection)
     EXPECT_EQ(user->exec("COMMIT"), Status::Ok);
 }
 
+TEST_F(SqlConnectionTest, OpenOnceSetsUpANewConnectionAndKeepsIt)
+{
+    std::unique_ptr<Connection> connection;
+    int setUps = 0;
+    const auto setUp = [&](Connection& opened) {
+        ++setUps;
+        return opened.exec("CREATE TABLE IF NOT EXISTS t(x)");
+    };
+    ASSERT_EQ(tavplatform::sql::openOnce(connection, path(), 100, setUp), Status::Ok);
+    Connection* const kept = connection.get();
+    ASSERT_NE(kept, nullptr);
+    EXPECT_EQ(tavplatform::sql::openOnce(connection, path(), 100, setUp), Status::Ok);
+    EXPECT_EQ(connection.get(), kept);
+    EXPECT_EQ(setUps, 1);
+}
+
+TEST_F(SqlConnectionTest, OpenOnceKeepsNoConnectionWhoseSetUpFailed)
+{
+    std::unique_ptr<Connection> connection;
+    EXPECT_EQ(tavplatform::sql::openOnce(connection, path(), 100,
+                                         [](Connection&) { return Status::Busy; }),
+              Status::Busy);
+    EXPECT_EQ(connection, nullptr);
+}
+
+TEST_F(SqlConnectionTest, OpenOnceRefusesAnEmptyPath)
+{
+    std::unique_ptr<Connection> connection;
+    EXPECT_EQ(tavplatform::sql::openOnce(connection, QString(), 100,
+                                         [](Connection&) { return Status::Ok; }),
+              Status::CantOpen);
+    EXPECT_EQ(connection, nullptr);
+}
+
 TEST_F(SqlConnectionTest, ReaderIsNotBlockedByAWriter)
 {
     ASSERT_EQ(insert(*connection, "committed"), Status::Ok);

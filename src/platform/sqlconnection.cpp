@@ -196,6 +196,20 @@ Status Connection::execCached(std::string_view sql)
     return use->step();
 }
 
+Status openOnce(std::unique_ptr<Connection>& connection, const QString& path, int busyTimeoutMs,
+                const std::function<Status(Connection&)>& setUp)
+{
+    if (connection)
+        return Status::Ok;
+    if (path.isEmpty())
+        return Status::CantOpen;
+    Status status;
+    auto opened = Connection::open(path, &status, busyTimeoutMs);
+    if (opened && (status = setUp(*opened)) == Status::Ok)
+        connection = std::move(opened);
+    return status;
+}
+
 Statement* Connection::cached(std::string_view sql, Status* status)
 {
     auto found = statements_.find(sql);

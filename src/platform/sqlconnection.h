@@ -7,6 +7,7 @@
 #include <QString>
 
 #include <chrono>
+#include <functional>
 #include <map>
 #include <memory>
 #include <optional>
@@ -114,6 +115,13 @@ private:
     std::chrono::steady_clock::time_point busySince_; // when the current wait began
     std::map<std::string, std::unique_ptr<Statement>, std::less<>> statements_;
 };
+
+// Opens `path` into `connection` unless that is open already: a store's connection is made on
+// first use. `setUp` (its schema, its pragmas) runs on the new connection, which is kept only when
+// that succeeds. CantOpen for an empty path (no platform directory).
+TAVPLATFORM_EXPORT Status openOnce(std::unique_ptr<Connection>& connection, const QString& path,
+                                   int busyTimeoutMs,
+                                   const std::function<Status(Connection&)>& setUp);
 
 // While it lives, every wait for a lock that this thread's statements make, on any connection
 // and in opening one too, ends at one deadline `limit` from now instead of at the connection's

@@ -152,15 +152,8 @@ struct SqliteAddressBook::Impl {
 
     Status openConnection()
     {
-        if (connection)
-            return Status::Ok;
-        if (path.isEmpty())
-            return Status::CantOpen;
-        Status status;
-        auto opened = sql::Connection::open(path, &status, busyTimeoutMs);
-        if (opened && (status = opened->exec(kCreateSchema)) == Status::Ok)
-            connection = std::move(opened);
-        return status;
+        return sql::openOnce(connection, path, busyTimeoutMs,
+                             [](sql::Connection& opened) { return opened.exec(kCreateSchema); });
     }
 
     // Runs the statement `text` with `values` bound in order, handing each row to `row` for as

@@ -65,18 +65,12 @@ struct SqliteSettingsStore::Impl {
 
     Status openConnection()
     {
-        if (connection)
-            return Status::Ok;
-        if (path.isEmpty())
-            return Status::CantOpen;
-        Status status;
-        auto opened = sql::Connection::open(path, &status, busyTimeoutMs);
-        // With its log files kept, the store can be read, and is refused for want of space
-        // rather than failing, on a disk that filled up while no process had it open.
-        if (opened && (status = opened->keepWalFiles()) == Status::Ok &&
-            (status = opened->exec(kCreateTable)) == Status::Ok)
-            connection = std::move(opened);
-        return status;
+        return sql::openOnce(connection, path, busyTimeoutMs, [](sql::Connection& opened) {
+            // With its log files kept, the store can be read, and is refused for want of space
+            // rather than failing, on a disk that filled up while no process had it open.
+            const Status status = opened.keepWalFiles();
+            return status == Status::Ok ? opened.exec(kCreateTable) : status;
+        });
     }
 
     // Runs the statement `text` with `values` bound as text in order, handing each row to `row`.
