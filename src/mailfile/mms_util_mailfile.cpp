@@ -327,60 +327,51 @@ int MMS_UTIL_MailFile::saveToMailFile()
     if (!file.open(QIODevice::WriteOnly))
         return 1;
 
-    // A failure while writing leaves the ".tmp" file behind; the next save of this name removes it.
+    // A failed save keeps errno, by which a full disk is told apart. A failure while writing
+    // leaves the ".tmp" file behind (the next save of this name removes it); a later one removes
+    // it.
+    const auto failLeavingTmp = [&file] {
+        const ErrnoKeeper keep;
+        file.close();
+        return 1;
+    };
+    const auto failRemovingTmp = [&] {
+        const ErrnoKeeper keep;
+        file.close();
+        ::unlink(tmpPath.constData());
+        return 1;
+    };
     {
         QDataStream out(&file);
         out << quint32(bodyLength + kRecordSize) << quint32(0) << kRecordSize
             << quint32(bodyLength);
-        if (out.status() != QDataStream::Ok || file.error() != QFileDevice::NoError) {
-            const ErrnoKeeper keep;
-            file.close();
-            return 1;
-        }
+        if (out.status() != QDataStream::Ok || file.error() != QFileDevice::NoError)
+            return failLeavingTmp();
     }
     if (!writeAll(file, reinterpret_cast<const char*>(body), bodyLength) ||
-        file.error() != QFileDevice::NoError) {
-        const ErrnoKeeper keep;
-        file.close();
-        return 1;
-    }
+        file.error() != QFileDevice::NoError)
+        return failLeavingTmp();
     {
         QTextStream stream(&file);
         openUtf8Stream(stream);
-        if (!serializeMsgHeaderTo(stream)) {
-            const ErrnoKeeper keep;
-            file.close();
-            return 1;
-        }
+        if (!serializeMsgHeaderTo(stream))
+            return failLeavingTmp();
     }
 
     // The new data reaches stable storage before the old file goes, so that a power cut never
     // leaves a torn file under the mail file's name. A failed flush is a failed write.
-    if (!file.flush() || tavmms::syncDescriptor(file.handle()) != 0) {
-        const ErrnoKeeper keep;
-        file.close();
-        ::unlink(tmpPath.constData());
-        return 1;
-    }
+    if (!file.flush() || tavmms::syncDescriptor(file.handle()) != 0)
+        return failRemovingTmp();
     file.close();
-    if (file.error() != QFileDevice::NoError) {
-        const ErrnoKeeper keep;
-        ::unlink(tmpPath.constData());
-        return 1;
-    }
+    if (file.error() != QFileDevice::NoError)
+        return failRemovingTmp();
 
     // Remove, then rename, as mail files have always been replaced: a save cut short between the
     // two leaves only the complete ".tmp" file, already synced, to be renamed into place.
-    if (::unlink(path.constData()) != 0 && errno != ENOENT) {
-        const ErrnoKeeper keep;
-        ::unlink(tmpPath.constData());
-        return 1;
-    }
-    if (std::rename(tmpPath.constData(), path.constData()) < 0) {
-        const ErrnoKeeper keep;
-        ::unlink(tmpPath.constData());
-        return 1;
-    }
+    if (::unlink(path.constData()) != 0 && errno != ENOENT)
+        return failRemovingTmp();
+    if (std::rename(tmpPath.constData(), path.constData()) < 0)
+        return failRemovingTmp();
     return tavmms::syncParentDirectory(path) == 0 ? 0 : 1;
 }
 
