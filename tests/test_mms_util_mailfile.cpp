@@ -752,12 +752,15 @@ TEST_F(MailFileTest, FailedFileSyncForAnotherReasonReportsFailure)
 TEST_F(MailFileTest, FailedDirectorySyncReportsFailureWithTheNewFileInPlace)
 {
     writeSample(path(), smallBody);
-    const SyncRecorder recorder(2, EIO);
-    MMS_UTIL_MsgHeaderBase header;
-    const QByteArray body = patternBytes(999);
-    EXPECT_EQ(write(path(), body, header), 1);
-    EXPECT_EQ(readFileBytes(path()), expectedFile(body, header));
-    EXPECT_EQ(entries(), QStringList{QStringLiteral("1.mms")});
+    for (const auto& [error, result] :
+         {std::pair{EIO, 1}, std::pair{ENOSPC, int(MMS_UTIL_MAILFILE_NO_SPACE)}}) {
+        const SyncRecorder recorder(2, error);
+        MMS_UTIL_MsgHeaderBase header;
+        const QByteArray body = patternBytes(999);
+        EXPECT_EQ(write(path(), body, header), result) << "errno " << error;
+        EXPECT_EQ(readFileBytes(path()), expectedFile(body, header));
+        EXPECT_EQ(entries(), QStringList{QStringLiteral("1.mms")});
+    }
 }
 
 // --- writeMultipartBody ---
