@@ -58,17 +58,17 @@ Result guarded(Call call, Result noMemory = DB_ERR_NO_MEMORY,
 // A caller's output location, handed to the service as it is (callers rely on it: the index
 // table passes the location of its class-wide handles on), and put back as it was when the
 // service throws halfway instead of returning.
-template <typename T> class Staged
+template <typename T> class UndoneOnThrow
 {
 public:
-    explicit Staged(T* location) : location_(location), saved_(location ? *location : T()) {}
-    ~Staged()
+    explicit UndoneOnThrow(T* location) : location_(location), saved_(location ? *location : T()) {}
+    ~UndoneOnThrow()
     {
         if (location_ && !returned_)
             *location_ = saved_;
     }
-    Staged(const Staged&) = delete;
-    Staged& operator=(const Staged&) = delete;
+    UndoneOnThrow(const UndoneOnThrow&) = delete;
+    UndoneOnThrow& operator=(const UndoneOnThrow&) = delete;
 
     T* get() const { return location_; }
 
@@ -111,7 +111,7 @@ int DB_TABLE_Create(void* db, const char* table, const DB_SCHEMA_T* schema)
 int DB_TABLE_Open(void* db, void** table, const char* name)
 {
     return guarded([&](DatabaseService& s) {
-        Staged out(table);
+        UndoneOnThrow out(table);
         return out.put(s.tableOpen(db, out.get(), name));
     });
 }
@@ -124,7 +124,7 @@ int DB_TABLE_Close(void* table)
 int DB_STRUCT_BindToTable(void* table, DB_BIND_FUNC_T bind, void** handle)
 {
     return guarded([&](DatabaseService& s) {
-        Staged out(handle);
+        UndoneOnThrow out(handle);
         return out.put(s.bindToTable(table, bind, out.get()));
     });
 }
@@ -132,7 +132,7 @@ int DB_STRUCT_BindToTable(void* table, DB_BIND_FUNC_T bind, void** handle)
 int DB_STRUCT_BindToCursor(void* cursor, DB_BIND_FUNC_T bind, void** handle)
 {
     return guarded([&](DatabaseService& s) {
-        Staged out(handle);
+        UndoneOnThrow out(handle);
         return out.put(s.bindToCursor(cursor, bind, out.get()));
     });
 }
@@ -145,7 +145,7 @@ int DB_STRUCT_CloseBind(void* handle)
 int DB_TXN_Begin(void** txn, int flags)
 {
     return guarded([&](DatabaseService& s) {
-        Staged out(txn);
+        UndoneOnThrow out(txn);
         return out.put(s.txnBegin(out.get(), flags));
     });
 }
@@ -163,7 +163,7 @@ int DB_TXN_Abort(void* txn)
 int DB_TABLE_Insert(void* txn, void* table, void* record, void* bind, unsigned int* id)
 {
     return guarded([&](DatabaseService& s) {
-        Staged out(id);
+        UndoneOnThrow out(id);
         return out.put(s.tableInsert(txn, table, record, bind, out.get()));
     });
 }
@@ -188,7 +188,7 @@ int DB_TABLE_FetchRecord(void* txn, void* table, unsigned int id, void* record, 
 int DB_CURSOR_Open(void* txn, void** table, int order, const char* field, void** cursor)
 {
     return guarded([&](DatabaseService& s) {
-        Staged out(cursor);
+        UndoneOnThrow out(cursor);
         return out.put(s.cursorOpen(txn, table, order, field, out.get()));
     });
 }
@@ -216,7 +216,7 @@ int DB_CURSOR_MoveNext(void* cursor)
 int DB_CURSOR_GetCurrentRecordInfo(void* cursor, unsigned int* id, void** table)
 {
     return guarded([&](DatabaseService& s) {
-        Staged out(id);
+        UndoneOnThrow out(id);
         return out.put(s.cursorGetCurrentRecordInfo(cursor, out.get(), table));
     });
 }
