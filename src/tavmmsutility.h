@@ -23,6 +23,7 @@
 #include "am_mimetype.h"
 #include "db_api.h"
 #include "db_result.h"
+#include "message_store.h"
 #include "mime_type_table.h"
 #include "mms_comp_util.h"
 #include "mms_content_type.h"
@@ -39,6 +40,7 @@
 #include "res_icon_reader.h"
 #include "setup_set_manager.h"
 #include "setup_utility.h"
+#include "store_check.h"
 #include "tavmms_global.h"
 #include "ui_message_box.h"
 

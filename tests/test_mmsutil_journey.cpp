@@ -168,7 +168,7 @@ TEST_F(MmsutilJourneyTest, ComposeStoresTheRowAndTheMailFileAsTheLibraryReadsThe
 {
     fillAddressBook();
     const unsigned id =
-        compose({QStringLiteral("--folder"), QStringLiteral("5"), QStringLiteral("--content-type"),
+        compose({QStringLiteral("--folder"), QStringLiteral("4"), QStringLiteral("--content-type"),
                  QStringLiteral("application/vnd.wap.multipart.related "
                                 "type=application/smil")});
     ASSERT_NE(id, 0u);
@@ -178,7 +178,8 @@ TEST_F(MmsutilJourneyTest, ComposeStoresTheRowAndTheMailFileAsTheLibraryReadsThe
     EXPECT_EQ(tavmms_test::text16(row.cmn_fld_to_name),
               QStringLiteral("Ann Example, Bob Example, Carol"));
     EXPECT_EQ(tavmms_test::text16(row.cmn_fld_subject), QStringLiteral("Hello"));
-    EXPECT_EQ(row.cmn_fld_folder_id, 5u);
+    EXPECT_EQ(row.cmn_fld_folder_id, 4u);
+    EXPECT_EQ(row.cmn_fld_send_receive_state, 3u); // a draft
     EXPECT_EQ(row.mms_fld_contenttype_name, 0x33);
     EXPECT_EQ(row.cmn_fld_mms_type, MMS_UTIL_Common::MSG_TYPE_RELATED_SMIL);
     EXPECT_EQ(row.mms_fld_msgsize_name, unsigned(kBody.size()));
@@ -238,6 +239,10 @@ TEST_F(MmsutilJourneyTest, ComposeRefusesAWrongCommandLineAndWritesNothing)
         {QStringLiteral("--to"), QStringLiteral("1"), QStringLiteral("--subject"),
          QStringLiteral("Hi"), QStringLiteral("--body"), body, QStringLiteral("--folder"),
          QStringLiteral("-1")},
+        // a composed message goes to the outbox or the drafts
+        {QStringLiteral("--to"), QStringLiteral("1"), QStringLiteral("--subject"),
+         QStringLiteral("Hi"), QStringLiteral("--body"), body, QStringLiteral("--folder"),
+         QStringLiteral("1")},
         {QStringLiteral("--to"), QStringLiteral("1"), QStringLiteral("--subject"),
          QStringLiteral("Hi"), QStringLiteral("--body"), body, QStringLiteral("--content-type"),
          QStringLiteral("text")},

@@ -2,8 +2,8 @@
 // MMS_UTIL_DBTable and the DB_* functions, as an application sees them.
 
 #include "commands.h"
-#include "indexrows.h"
 #include "mmshelpers.h"
+#include "textout.h"
 
 #include <tavmmsutility.h>
 
@@ -17,6 +17,8 @@
 
 namespace
 {
+
+namespace store = tavmms::store;
 
 const unsigned int kNoRecord = unsigned(-1);
 const QString kRowIdHelp = QStringLiteral("The row's id.");
@@ -45,9 +47,9 @@ QJsonValue fieldValue(const MMS_UTIL_DBStruct_T& record, const DB_BIND_T& field)
     const unsigned char* bytes = bytesOf(record, field);
     switch (field.code) {
     case DB_BIND_UCS2_TEXT:
-        return indexrows::text16(bytes, field.size);
+        return store::text16(bytes, field.size);
     case DB_BIND_CHAR_TEXT:
-        return indexrows::text8(reinterpret_cast<const char*>(bytes), field.size);
+        return store::text8(reinterpret_cast<const char*>(bytes), field.size);
     case DB_BIND_INT16: {
         quint16 value;
         std::memcpy(&value, bytes, sizeof value);
@@ -75,11 +77,11 @@ QString valueText(const MMS_UTIL_DBStruct_T& record, const DB_BIND_T& field)
 {
     const QJsonValue value = fieldValue(record, field);
     if (value.isString())
-        return indexrows::oneLine(value.toString());
+        return textout::oneLine(value.toString());
     const QString number = QString::number(value.toInteger());
     if (field.code != DB_BIND_TIME || value.toInteger() == 0)
         return number;
-    return QStringLiteral("%1 (%2)").arg(number, indexrows::timeText(quint32(value.toInteger())));
+    return QStringLiteral("%1 (%2)").arg(number, textout::timeText(quint32(value.toInteger())));
 }
 
 // Sets `field` of `record` from its command-line text. Texts are cut so that the terminator fits;
@@ -91,10 +93,10 @@ bool setField(MMS_UTIL_DBStruct_T* record, const DB_BIND_T& field, const QString
     std::memset(bytes, 0, field.size);
     switch (field.code) {
     case DB_BIND_UCS2_TEXT:
-        indexrows::setText16(reinterpret_cast<unsigned short*>(bytes), field.size / 2, text);
+        store::setText16(reinterpret_cast<unsigned short*>(bytes), field.size / 2, text);
         return true;
     case DB_BIND_CHAR_TEXT:
-        indexrows::setText8(reinterpret_cast<char*>(bytes), field.size, text);
+        store::setText8(reinterpret_cast<char*>(bytes), field.size, text);
         return true;
     default:
         break;
@@ -132,16 +134,15 @@ int runList(const cli::Command& command, const QStringList& arguments)
         {QString(),
          QStringLiteral("rows"),
          QStringLiteral("with every field by its database name"),
-         QStringLiteral("cannot list the message index"),
          {QStringLiteral("ID"), QStringLiteral("FOLDER"), QStringLiteral("FROM"),
           QStringLiteral("SUBJECT"), QStringLiteral("TIME"), QStringLiteral("SIZE")},
          {0, 1, 5},
          [](unsigned int id, const MMS_UTIL_DBStruct_T& record) {
              return QStringList{QString::number(id),
                                 QString::number(record.cmn_fld_folder_id),
-                                indexrows::oneLine(indexrows::text16(record.cmn_fld_from_name)),
-                                indexrows::oneLine(indexrows::text16(record.cmn_fld_subject)),
-                                indexrows::timeText(record.cmn_fld_time),
+                                textout::oneLine(store::text16(record.cmn_fld_from_name)),
+                                textout::oneLine(store::text16(record.cmn_fld_subject)),
+                                textout::timeText(record.cmn_fld_time),
                                 QString::number(record.mms_fld_msgsize_name)};
          },
          rowToJson});
@@ -159,7 +160,7 @@ int runShow(const cli::Command& command, const QStringList& arguments)
             cli::parseRowId(parser, command, arguments, kRowIdHelp, &id))
         return *stop;
 
-    const indexrows::IndexTable table;
+    const store::IndexTable table;
     if (const int status = cli::openStatus(table))
         return status;
     MMS_UTIL_DBStruct_T record;
@@ -192,7 +193,7 @@ int runFind(const cli::Command& command, const QStringList& arguments)
     parser.addPositionalArgument(QStringLiteral("URI"), QStringLiteral("The message URI."));
     if (const std::optional<int> stop = cli::parse(parser, command, arguments, 1))
         return *stop;
-    const indexrows::IndexTable table;
+    const store::IndexTable table;
     if (const int status = cli::openStatus(table))
         return status;
     QByteArray uri = parser.positionalArguments().constFirst().toUtf8();
@@ -211,7 +212,7 @@ int runDelete(const cli::Command& command, const QStringList& arguments)
             cli::parseRowId(parser, command, arguments, kRowIdHelp, &id))
         return *stop;
 
-    const indexrows::IndexTable table;
+    const store::IndexTable table;
     if (const int status = cli::openStatus(table))
         return status;
     const QString what = QStringLiteral("cannot delete row %1").arg(id);
@@ -220,7 +221,7 @@ int runDelete(const cli::Command& command, const QStringList& arguments)
         return cli::fail(QStringLiteral("no row %1").arg(id));
     if (r != DB_OK)
         return cli::databaseFailure(what, r);
-    if (const int r = indexrows::commitOrAbort())
+    if (const int r = store::commitOrAbort())
         return cli::databaseFailure(what, r);
     return cli::ExitOk;
 }
@@ -291,7 +292,7 @@ int runAdd(const cli::Command& command, const QStringList& arguments)
             return cli::usageError(command.name, error);
     }
 
-    const indexrows::IndexTable table;
+    const store::IndexTable table;
     if (const int status = cli::openStatus(table))
         return status;
     const QString what = QStringLiteral("cannot add the row");
@@ -299,7 +300,7 @@ int runAdd(const cli::Command& command, const QStringList& arguments)
     const int r = MMS_UTIL_DBTable::add(record, &id);
     if (r != DB_OK)
         return cli::databaseFailure(what, r);
-    if (const int r = indexrows::commitOrAbort())
+    if (const int r = store::commitOrAbort())
         return cli::databaseFailure(what, r);
     cli::out() << id << '\n';
     return cli::ExitOk;

@@ -56,14 +56,19 @@ int runWrite(const cli::Command& command, const QStringList& arguments)
                                                  "input."),
                                   QStringLiteral("BODYFILE"));
     const QCommandLineOption id(QStringLiteral("id"),
-                                QStringLiteral("Writes the mail file of index row N, in the mail "
-                                               "file directory, instead of FILE, and prints its "
-                                               "name."),
+                                QStringLiteral("Writes the mail file of the message whose index "
+                                               "row is N, in the mail file directory, instead of "
+                                               "FILE, and prints its name. Refused when there is "
+                                               "no row N, or when the message has a mail file "
+                                               "and --replace is not given."),
                                 QStringLiteral("N"));
+    const QCommandLineOption replace(QStringLiteral("replace"),
+                                     QStringLiteral("With --id: replaces the message's mail file "
+                                                    "when it has one."));
     QCommandLineParser parser;
     parser.addOptions({from, to, cc, bcc, subject});
     parser.addOptions(sending.options());
-    parser.addOptions({body, id});
+    parser.addOptions({body, id, replace});
     parser.addPositionalArgument(QStringLiteral("FILE"),
                                  QStringLiteral("The mail file to write; missing parent "
                                                 "directories are created."),
@@ -79,6 +84,8 @@ int runWrite(const cli::Command& command, const QStringList& arguments)
             return cli::usageError(
                 command.name, QStringLiteral("--id: '%1' is not a row id").arg(parser.value(id)));
     }
+    if (parser.isSet(replace) && !row)
+        return cli::usageError(command.name, QStringLiteral("--replace only goes with --id"));
     for (const QCommandLineOption& required : {from, to, body}) {
         if (!parser.isSet(required))
             return cli::usageError(
@@ -119,8 +126,15 @@ int runWrite(const cli::Command& command, const QStringList& arguments)
     header.sendDate = QDateTime::currentDateTime();
     header.messageSize = uint(content->size());
 
-    const QString path = row ? MMS_UTIL_Common::msgDBIDToMailFileName(*row)
-                             : parser.positionalArguments().constFirst();
+    if (row) {
+        const tavmms::store::Added written = tavmms::store::MessageStore().writeMailFile(
+            *row, header, *content, parser.isSet(replace));
+        if (!written.status.ok())
+            return cli::fail(written.status.text);
+        cli::out() << written.mailFile << '\n';
+        return cli::ExitOk;
+    }
+    const QString path = parser.positionalArguments().constFirst();
     const QString directory = QFileInfo(path).absolutePath();
     if (!QDir().mkpath(directory))
         return cli::fail(QStringLiteral("cannot create directory '%1'").arg(directory));
@@ -135,8 +149,6 @@ int runWrite(const cli::Command& command, const QStringList& arguments)
         return cli::fail(QStringLiteral("cannot write '%1'").arg(path) +
                          (reason.isEmpty() ? QString() : QStringLiteral(": ") + reason));
     }
-    if (row)
-        cli::out() << path << '\n';
     return cli::ExitOk;
 }
 

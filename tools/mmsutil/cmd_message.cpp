@@ -3,9 +3,8 @@
 // them. The index and mailfile commands reach the row and the file one at a time.
 
 #include "commands.h"
-#include "indexrows.h"
-#include "message_journey.h"
 #include "mmshelpers.h"
+#include "textout.h"
 
 #include <tavmmsutility.h>
 
@@ -15,6 +14,8 @@
 
 namespace
 {
+
+namespace store = tavmms::store;
 
 const QString kEntryHelp =
     QStringLiteral(" An entry \"<name>[EMAIL|PLMN|UNKNOWN]address\" or a bare address (typed PLMN, "
@@ -55,7 +56,7 @@ struct MessageOptions {
     // Fills `message` from the options given and the body file `body`; the exit status when the
     // command must stop here.
     std::optional<int> read(const QCommandLineParser& parser, const cli::Command& command,
-                            const QString& body, journey::Message* message) const
+                            const QString& body, store::NewMessage* message) const
     {
         const struct {
             const QCommandLineOption& option;
@@ -67,7 +68,6 @@ struct MessageOptions {
                 return stop;
         }
         message->subject = parser.value(subject);
-        message->contentType = journey::defaultContentType();
         if (parser.isSet(contentType)) {
             const std::optional<MMS_CONTENT_TYPE_T> type =
                 parseContentType(parser.value(contentType));
@@ -85,12 +85,18 @@ struct MessageOptions {
     }
 };
 
-int reportStored(const journey::Outcome& outcome)
+int reportStored(const store::Added& added)
 {
-    if (outcome.kind != journey::Outcome::Done)
-        return cli::fail(outcome.error);
-    cli::out() << outcome.id << ' ' << outcome.mailFile << '\n';
-    return cli::ExitOk;
+    if (added.status.ok()) {
+        cli::out() << added.id << ' ' << added.mailFile << '\n';
+        return cli::ExitOk;
+    }
+    cli::fail(added.status.text);
+    // A message the store's rules refuse is no failure of the store's.
+    return added.status.code == store::ErrorCode::Blocked ||
+                   added.status.code == store::ErrorCode::Duplicate
+               ? cli::ExitRefused
+               : cli::ExitFailed;
 }
 
 int runCompose(const cli::Command& command, const QStringList& arguments)
@@ -101,9 +107,11 @@ int runCompose(const cli::Command& command, const QStringList& arguments)
                                                  "reads standard input."),
                                   QStringLiteral("FILE"));
     const QCommandLineOption folder(QStringLiteral("folder"),
-                                    QStringLiteral("Folder number of the row (default %1, the "
-                                                   "outbox).")
-                                        .arg(journey::kOutbox),
+                                    QStringLiteral("Folder of the message: %1 the outbox (the "
+                                                   "default, state \"to send\") or %2 the drafts "
+                                                   "(state \"draft\").")
+                                        .arg(unsigned(store::Folder::Outbox))
+                                        .arg(unsigned(store::Folder::Drafts)),
                                     QStringLiteral("N"));
     QCommandLineParser parser;
     parser.setApplicationDescription(
@@ -127,11 +135,16 @@ int runCompose(const cli::Command& command, const QStringList& arguments)
     std::optional<unsigned int> number;
     if (const std::optional<int> stop = cli::numberOf(parser, folder, command, &number))
         return *stop;
-    journey::Message message;
-    message.folder = number.value_or(journey::kOutbox);
+    const store::Folder target = store::Folder(number.value_or(unsigned(store::Folder::Outbox)));
+    if (target != store::Folder::Outbox && target != store::Folder::Drafts)
+        return cli::usageError(command.name, QStringLiteral("--folder: a composed message goes to "
+                                                            "folder %1 (outbox) or %2 (drafts)")
+                                                 .arg(unsigned(store::Folder::Outbox))
+                                                 .arg(unsigned(store::Folder::Drafts)));
+    store::NewMessage message;
     if (const std::optional<int> stop = options.read(parser, command, parser.value(body), &message))
         return *stop;
-    return reportStored(journey::compose(message));
+    return reportStored(store::MessageStore().compose(message, target));
 }
 
 int runReceive(const cli::Command& command, const QStringList& arguments)
@@ -157,9 +170,10 @@ int runReceive(const cli::Command& command, const QStringList& arguments)
         QStringLiteral(" The body comes from FILE; the message is filed in the inbox (folder "
                        "%1) as its row and its mail file, as compose files them, and the id and "
                        "the mail file's path are printed. When the block list is in use (feature "
-                       "flag 49) and holds the sender, the message is refused: one line on "
-                       "standard error, exit status %2, nothing written.")
-            .arg(journey::kInbox)
+                       "flag 49) and holds the sender, or a kept message has the same --uri or "
+                       "--message-id, the message is refused: one line on standard error, exit "
+                       "status %2, nothing written.")
+            .arg(unsigned(store::Folder::Inbox))
             .arg(cli::ExitRefused));
     parser.addOption(from);
     parser.addOptions(options.all());
@@ -174,48 +188,28 @@ int runReceive(const cli::Command& command, const QStringList& arguments)
     const std::optional<MMS_UTIL_Entry> sender = cli::parseEntry(parser.value(from), &error);
     if (!sender)
         return cli::usageError(command.name, QStringLiteral("--from: ") + error);
-    journey::Message message;
+    store::NewMessage message;
     message.from = *sender;
     message.messageId = parser.value(messageId);
     message.uri = parser.value(uri);
     if (const std::optional<int> stop =
             options.read(parser, command, parser.positionalArguments().constFirst(), &message))
         return *stop;
-    const journey::Outcome outcome = journey::receive(message);
-    if (outcome.kind == journey::Outcome::Blocked) {
-        cli::fail(outcome.error);
-        return cli::ExitRefused;
-    }
-    return reportStored(outcome);
+    return reportStored(store::MessageStore().receive(message));
 }
 
 QString folderText(unsigned int folder)
 {
-    switch (folder) {
-    case journey::kInbox:
-        return QStringLiteral("%1 (inbox)").arg(folder);
-    case journey::kOutbox:
-        return QStringLiteral("%1 (outbox)").arg(folder);
-    default:
-        return QString::number(folder);
-    }
+    const QString name = store::folderName(folder);
+    return name.isEmpty() ? QString::number(folder)
+                          : QStringLiteral("%1 (%2)").arg(folder).arg(name);
 }
 
 QString stateText(const MMS_UTIL_DBStruct_T& row)
 {
-    QString state;
-    switch (row.cmn_fld_send_receive_state) {
-    case journey::kToSend:
-        state = QStringLiteral("to send");
-        break;
-    case journey::kReceived:
-        state = QStringLiteral("received");
-        break;
-    default:
-        state = QStringLiteral("state %1").arg(row.cmn_fld_send_receive_state);
-        break;
-    }
-    return state +
+    const unsigned int state = row.cmn_fld_send_receive_state;
+    const QString name = store::stateName(state);
+    return (name.isEmpty() ? QStringLiteral("state %1").arg(state) : name) +
            (row.cmn_fld_msg_attr_read ? QStringLiteral(", read") : QStringLiteral(", unread"));
 }
 
@@ -227,7 +221,7 @@ QString dateText(const QDateTime& date)
 
 QString rowTime(quint32 seconds)
 {
-    return seconds ? indexrows::timeText(seconds) : QString();
+    return seconds ? textout::timeText(seconds) : QString();
 }
 
 QJsonObject messageToJson(unsigned int id, const MMS_UTIL_DBStruct_T& row)
@@ -237,9 +231,9 @@ QJsonObject messageToJson(unsigned int id, const MMS_UTIL_DBStruct_T& row)
         {QStringLiteral("folder"), qint64(row.cmn_fld_folder_id)},
         {QStringLiteral("time"), qint64(row.cmn_fld_time)},
         {QStringLiteral("date"), rowTime(row.cmn_fld_time)},
-        {QStringLiteral("from"), indexrows::text16(row.cmn_fld_from_name)},
-        {QStringLiteral("to"), indexrows::text16(row.cmn_fld_to_name)},
-        {QStringLiteral("subject"), indexrows::text16(row.cmn_fld_subject)},
+        {QStringLiteral("from"), store::text16(row.cmn_fld_from_name)},
+        {QStringLiteral("to"), store::text16(row.cmn_fld_to_name)},
+        {QStringLiteral("subject"), store::text16(row.cmn_fld_subject)},
         {QStringLiteral("size"), qint64(row.mms_fld_msgsize_name)},
         {QStringLiteral("read"), row.cmn_fld_msg_attr_read != 0},
         {QStringLiteral("mailFile"), MMS_UTIL_Common::msgDBIDToMailFileName(id)},
@@ -252,12 +246,13 @@ int runList(const cli::Command& command, const QStringList& arguments)
         command, arguments,
         {command.summary +
              QStringLiteral(" Texts are those of the rows, cut to their fields. Folders: %1 "
-                            "inbox, %2 outbox.")
-                 .arg(journey::kInbox)
-                 .arg(journey::kOutbox),
+                            "inbox, %2 outbox, %3 sent, %4 drafts.")
+                 .arg(unsigned(store::Folder::Inbox))
+                 .arg(unsigned(store::Folder::Outbox))
+                 .arg(unsigned(store::Folder::Sent))
+                 .arg(unsigned(store::Folder::Drafts)),
          QStringLiteral("messages"),
          QStringLiteral("{id, folder, time, date, from, to, subject, size, read, mailFile}"),
-         QStringLiteral("cannot list the messages"),
          {QStringLiteral("ID"), QStringLiteral("FOLDER"), QStringLiteral("DATE"),
           QStringLiteral("FROM"), QStringLiteral("TO"), QStringLiteral("SUBJECT")},
          {0, 1},
@@ -265,9 +260,9 @@ int runList(const cli::Command& command, const QStringList& arguments)
              return QStringList{QString::number(id),
                                 QString::number(row.cmn_fld_folder_id),
                                 rowTime(row.cmn_fld_time),
-                                indexrows::oneLine(indexrows::text16(row.cmn_fld_from_name)),
-                                indexrows::oneLine(indexrows::text16(row.cmn_fld_to_name)),
-                                indexrows::oneLine(indexrows::text16(row.cmn_fld_subject))};
+                                textout::oneLine(store::text16(row.cmn_fld_from_name)),
+                                textout::oneLine(store::text16(row.cmn_fld_to_name)),
+                                textout::oneLine(store::text16(row.cmn_fld_subject))};
          },
          messageToJson});
 }
@@ -290,16 +285,16 @@ QList<QStringList> sideBySide(const MMS_UTIL_DBStruct_T& row, const MMS_UTIL_Msg
     using H = const MMS_UTIL_MsgHeaderBase&;
     return {
         {QStringLiteral("FIELD"), QStringLiteral("INDEX ROW"), QStringLiteral("MAIL FILE")},
-        {QStringLiteral("From"), indexrows::oneLine(indexrows::text16(row.cmn_fld_from_name)),
+        {QStringLiteral("From"), textout::oneLine(store::text16(row.cmn_fld_from_name)),
          fileSide([](H h) { return MMS_UTIL_Common::entryToString(h.from); })},
-        {QStringLiteral("To"), indexrows::oneLine(indexrows::text16(row.cmn_fld_to_name)),
+        {QStringLiteral("To"), textout::oneLine(store::text16(row.cmn_fld_to_name)),
          fileSide([](H h) { return MMS_UTIL_Common::entryListToString(h.toList); })},
         {QStringLiteral("CC"), QString(),
          fileSide([](H h) { return MMS_UTIL_Common::entryListToString(h.ccList); })},
         {QStringLiteral("BCC"), QString(),
          fileSide([](H h) { return MMS_UTIL_Common::entryListToString(h.bccList); })},
-        {QStringLiteral("Subject"), indexrows::oneLine(indexrows::text16(row.cmn_fld_subject)),
-         fileSide([](H h) { return indexrows::oneLine(h.subject); })},
+        {QStringLiteral("Subject"), textout::oneLine(store::text16(row.cmn_fld_subject)),
+         fileSide([](H h) { return textout::oneLine(h.subject); })},
         {QStringLiteral("Date"), rowTime(row.cmn_fld_time),
          fileSide([](H h) { return dateText(h.sendDate); })},
         {QStringLiteral("Reached phone"), rowTime(row.cmn_fld_time_msg_reach_phone), QString()},
@@ -314,8 +309,8 @@ QList<QStringList> sideBySide(const MMS_UTIL_DBStruct_T& row, const MMS_UTIL_Msg
              [](H h) { return MMS_UTIL_Common::contentTypeToString(h.contentType).trimmed(); })},
         {QStringLiteral("Size"), QString::number(row.mms_fld_msgsize_name),
          fileSide([](H h) { return QString::number(h.messageSize); })},
-        {QStringLiteral("Message ID"), indexrows::text8(row.mms_fld_msgid_name),
-         fileSide([](H h) { return indexrows::oneLine(h.messageId); })},
+        {QStringLiteral("Message ID"), store::text8(row.mms_fld_msgid_name),
+         fileSide([](H h) { return textout::oneLine(h.messageId); })},
         {QStringLiteral("Delivery report"), flag(row.mms_fld_deliveryreport_name),
          fileSide([](H h) { return MMS_UTIL_Common::boolToString(h.deliveryReport); })},
         {QStringLiteral("Read report"), flag(row.mms_fld_readreplyreport_name),
@@ -346,32 +341,27 @@ int runShow(const cli::Command& command, const QStringList& arguments)
             cli::parseRowId(parser, command, arguments, QStringLiteral("The message's id."), &id))
         return *stop;
 
-    const indexrows::IndexTable table;
-    if (const int status = cli::openStatus(table))
-        return status;
-    MMS_UTIL_DBStruct_T row;
-    const int r = MMS_UTIL_DBTable::readRecord(id, &row);
-    if (r == DB_ERR_NOT_FOUND)
-        return cli::fail(QStringLiteral("no message %1").arg(id));
-    if (r != DB_OK)
-        return cli::databaseFailure(QStringLiteral("cannot read message %1").arg(id), r);
-    const QString path = MMS_UTIL_Common::msgDBIDToMailFileName(id);
-    const std::optional<cli::LoadedMailFile> mail = cli::loadMailFile(path);
+    const store::ReadMessage message = store::MessageStore().read(id);
+    if (!message.status.ok())
+        return cli::fail(message.status.text);
+    const MMS_UTIL_DBStruct_T& row = message.row.record;
+    if (!message.header)
+        cli::fail(message.mailFileError);
 
     QTextStream& out = cli::out();
-    out << indexrows::columns({
+    out << textout::columns({
         {QStringLiteral("Message:"), QString::number(id)},
         {QStringLiteral("Folder:"), folderText(row.cmn_fld_folder_id)},
         {QStringLiteral("State:"), stateText(row)},
-        {QStringLiteral("URI:"), indexrows::text8(row.mms_fld_msguri_name)},
-        {QStringLiteral("Mail file:"), path},
+        {QStringLiteral("URI:"), message.row.uri()},
+        {QStringLiteral("Mail file:"), message.row.mailFile()},
     });
-    out << '\n' << indexrows::columns(sideBySide(row, mail ? mail->header.get() : nullptr)) << '\n';
-    if (!mail)
+    out << '\n' << textout::columns(sideBySide(row, message.header.get())) << '\n';
+    if (!message.header)
         return cli::ExitFailed;
-    out << indexrows::columns({
-        {QStringLiteral("Body:"), QStringLiteral("%1 bytes").arg(mail->bodyLength)},
-        {QStringLiteral("Message type:"), messageTypeText(mail->header->contentType)},
+    out << textout::columns({
+        {QStringLiteral("Body:"), QStringLiteral("%1 bytes").arg(message.body.size())},
+        {QStringLiteral("Message type:"), messageTypeText(message.header->contentType)},
     });
     return cli::ExitOk;
 }
@@ -387,17 +377,17 @@ int runDelete(const cli::Command& command, const QStringList& arguments)
     if (const std::optional<int> stop =
             cli::parseRowId(parser, command, arguments, QStringLiteral("The message's id."), &id))
         return *stop;
-    const journey::Outcome outcome = journey::remove(id);
-    if (outcome.kind != journey::Outcome::Done)
-        return cli::fail(outcome.error);
-    if (outcome.mailFileWasMissing)
+    const store::Removed removed = store::MessageStore().remove(id);
+    if (!removed.status.ok())
+        return cli::fail(removed.status.text);
+    if (removed.mailFileWasMissing)
         cli::out() << QStringLiteral("Deleted message %1; it had no mail file %2\n")
                           .arg(id)
-                          .arg(outcome.mailFile);
+                          .arg(removed.mailFile);
     else
         cli::out() << QStringLiteral("Deleted message %1 and its mail file %2\n")
                           .arg(id)
-                          .arg(outcome.mailFile);
+                          .arg(removed.mailFile);
     return cli::ExitOk;
 }
 

@@ -120,34 +120,10 @@ QString typeWord(MMS_UTIL_ADDR_TYPE_T type)
 
 std::optional<LoadedMailFile> loadMailFile(const QString& path)
 {
-    const QFileInfo info(path);
-    if (!info.exists()) {
-        fail(QStringLiteral("no such file '%1'").arg(path));
-        return std::nullopt;
-    }
-    if (info.isDir()) {
-        fail(QStringLiteral("'%1' is a directory").arg(path));
-        return std::nullopt;
-    }
-    // The library reads a file shorter than its record as zeros, which pass its checks; a file
-    // that short holds no message, so the tool refuses it.
-    if (info.size() < qint64(sizeof(MMS_UTIL_MAILFILE_HEADER_T))) {
-        fail(QStringLiteral("'%1' is not a mail file (shorter than its 16-byte record)").arg(path));
-        return std::nullopt;
-    }
-    MMS_UTIL_MailFile file(path);
-    const int result = file.loadMailFile();
-    LoadedMailFile loaded{MMS_UTIL_MAILFILE_HEADER_T{},
-                          std::unique_ptr<MMS_UTIL_MsgHeaderBase>(file.header),
-                          std::unique_ptr<unsigned char[]>(file.body), file.bodyLength};
-    if (result != MMS_UTIL_MAILFILE_OK) {
-        fail(info.isReadable() ? QStringLiteral("'%1' is not a mail file (its record does not fit "
-                                                "the file)")
-                                     .arg(path)
-                               : QStringLiteral("cannot read '%1'").arg(path));
-        return std::nullopt;
-    }
-    loaded.record = file.readMailFileHeader();
+    QString error;
+    std::optional<LoadedMailFile> loaded = tavmms::store::loadMailFile(path, &error);
+    if (!loaded)
+        fail(error);
     return loaded;
 }
 
@@ -199,10 +175,10 @@ std::optional<int> parseRowId(QCommandLineParser& parser, const Command& command
 
 int databaseFailure(const QString& what, int code)
 {
-    return fail(what + QStringLiteral(": ") + indexrows::resultText(code));
+    return fail(what + QStringLiteral(": ") + tavmms::store::resultText(code));
 }
 
-int openStatus(const indexrows::IndexTable& table)
+int openStatus(const tavmms::store::IndexTable& table)
 {
     return table.isOpen() ? ExitOk : fail(table.openError());
 }
@@ -224,24 +200,24 @@ int listRows(const Command& command, const QStringList& arguments, const RowList
     if (const std::optional<int> stop = numberOf(parser, folderOption, command, &folder))
         return *stop;
 
-    const indexrows::IndexTable table;
-    if (const int status = openStatus(table))
-        return status;
+    tavmms::store::ListFilter filter;
+    filter.anyFolder = !folder;
+    filter.folder = folder.value_or(0);
+    const tavmms::store::Listed listed = tavmms::store::MessageStore().list(filter);
+    if (!listed.status.ok())
+        return fail(listed.status.text);
     QJsonArray array;
     QList<QStringList> lines{list.heading};
-    const int r =
-        indexrows::forEachRow(folder, [&](unsigned int id, const MMS_UTIL_DBStruct_T& row) {
-            if (parser.isSet(json))
-                array.append(list.json(id, row));
-            else
-                lines.append(list.cells(id, row));
-        });
-    if (r != DB_OK)
-        return databaseFailure(list.failure, r);
+    for (const tavmms::store::MessageRow& row : listed.rows) {
+        if (parser.isSet(json))
+            array.append(list.json(row.id, row.record));
+        else
+            lines.append(list.cells(row.id, row.record));
+    }
     if (parser.isSet(json))
         out() << QJsonDocument(array).toJson(QJsonDocument::Indented);
     else
-        out() << indexrows::columns(lines, list.rightAligned);
+        out() << textout::columns(lines, list.rightAligned);
     return ExitOk;
 }
 

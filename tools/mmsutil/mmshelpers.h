@@ -5,7 +5,11 @@
 // line, mail files loaded whole, row ids and the message index's failures.
 
 #include "cli.h"
-#include "indexrows.h"
+#include "textout.h"
+
+#include <index_table.h>
+#include <mail_file_io.h>
+#include <row_text.h>
 
 #include <tavmmsutility.h>
 
@@ -37,13 +41,7 @@ std::optional<int> entriesOf(const QCommandLineParser& parser, const QCommandLin
 // The type word of the entry text form: "EMAIL", "PLMN", "UNKNOWN" for every other code.
 QString typeWord(MMS_UTIL_ADDR_TYPE_T type);
 
-// A mail file read with loadMailFile(), owning the header and body the library hands out.
-struct LoadedMailFile {
-    MMS_UTIL_MAILFILE_HEADER_T record;
-    std::unique_ptr<MMS_UTIL_MsgHeaderBase> header;
-    std::unique_ptr<unsigned char[]> body;
-    unsigned int bodyLength;
-};
+using tavmms::store::LoadedMailFile;
 // Loads the mail file `path`; reports why and gives nothing when it cannot be loaded.
 std::optional<LoadedMailFile> loadMailFile(const QString& path);
 
@@ -73,7 +71,6 @@ struct RowList {
     QString description; // of the command; empty for its summary
     QString what;        // what is listed, e.g. "rows", for the options' help
     QString jsonHelp;    // the members of each JSON object
-    QString failure;     // "cannot list ..." when the rows cannot be read
     QStringList heading;
     QList<int> rightAligned;
     std::function<QStringList(unsigned int id, const MMS_UTIL_DBStruct_T& row)> cells;
@@ -83,7 +80,7 @@ struct RowList {
 int listRows(const Command& command, const QStringList& arguments, const RowList& list);
 
 // ExitOk when `table` is open, else ExitFailed after reporting why.
-int openStatus(const indexrows::IndexTable& table);
+int openStatus(const tavmms::store::IndexTable& table);
 
 } // namespace cli
 

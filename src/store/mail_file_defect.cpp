@@ -1,6 +1,7 @@
-#include "mailfilecheck.h"
+#include "mail_file_defect.h"
 
-#include <tavmmsutility.h>
+#include "mms_util_mailfile.h"
+#include "mms_util_msgheaderbase.h"
 
 #include <QByteArray>
 #include <QFile>
@@ -8,7 +9,7 @@
 #include <bitset>
 #include <memory>
 
-namespace cli
+namespace tavmms::store
 {
 
 namespace
@@ -78,4 +79,4 @@ std::optional<MailFileDefect> mailFileDefect(const QString& path)
     return std::nullopt;
 }
 
-} // namespace cli
+} // namespace tavmms::store

@@ -1,17 +1,19 @@
-#ifndef MMSUTIL_MAILFILECHECK_H
-#define MMSUTIL_MAILFILECHECK_H
+#ifndef TAVMMS_STORE_MAIL_FILE_DEFECT_H
+#define TAVMMS_STORE_MAIL_FILE_DEFECT_H
 
 // Whether a file in the mail file directory holds a whole message, as a save leaves it.
+
+#include "tavmms_global.h"
 
 #include <QString>
 
 #include <optional>
 
-namespace cli
+namespace tavmms::store
 {
 
 // Why a file does not load completely.
-struct MailFileDefect {
+struct TAVMMS_EXPORT MailFileDefect {
     QString why;             // as a clause: "cut short in its body"
     bool unreadable = false; // reading it failed, so nothing is known of what it holds
 };
@@ -20,8 +22,8 @@ struct MailFileDefect {
 // is the one a save writes (body at offset 16, header block straight after the body), and its
 // header block holds every key and ends in a line break. Otherwise gives why not. Reading the
 // file is all it does.
-std::optional<MailFileDefect> mailFileDefect(const QString& path);
+TAVMMS_EXPORT std::optional<MailFileDefect> mailFileDefect(const QString& path);
 
-} // namespace cli
+} // namespace tavmms::store
 
 #endif

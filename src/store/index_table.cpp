@@ -1,0 +1,139 @@
+#include "index_table.h"
+
+#include "sqlite_database.h"
+
+#include <QFileInfo>
+
+namespace tavmms::store
+{
+
+namespace
+{
+
+struct ResultText {
+    int code;
+    const char* name;
+    const char* text;
+};
+
+// Every result code of the database in words.
+const ResultText kResultTexts[] = {
+    {DB_OK, "DB_OK", "success"},
+    {DB_ERR_NULL_HANDLE, "DB_ERR_NULL_HANDLE", "a handle was missing"},
+    {DB_ERR_INVALID_HANDLE, "DB_ERR_INVALID_HANDLE", "a handle was not open"},
+    {DB_ERR_INVALID_ARGUMENT, "DB_ERR_INVALID_ARGUMENT", "invalid argument"},
+    {DB_ERR_NO_TABLE, "DB_ERR_NO_TABLE", "no such table"},
+    {DB_ERR_TABLE_EXISTS, "DB_ERR_TABLE_EXISTS", "the table exists already"},
+    {DB_ERR_NO_FIELD, "DB_ERR_NO_FIELD", "no such field"},
+    {DB_ERR_BIND_MISMATCH, "DB_ERR_BIND_MISMATCH",
+     "the table's fields do not match the index record"},
+    {DB_ERR_NOT_FOUND, "DB_ERR_NOT_FOUND", "no such row"},
+    {DB_ERR_TXN_ACTIVE, "DB_ERR_TXN_ACTIVE", "a transaction is open already"},
+    {DB_ERR_TXN_ORDER, "DB_ERR_TXN_ORDER", "transactions ended out of order"},
+    {DB_ERR_DISK_FULL, "DB_ERR_DISK_FULL", "disk full"},
+    {DB_ERR_BUSY, "DB_ERR_BUSY", "database is busy"},
+    {DB_ERR_CORRUPT, "DB_ERR_CORRUPT", "database file is damaged or not a database"},
+    {DB_ERR_IO, "DB_ERR_IO", "input/output error"},
+    {DB_ERR_CANT_OPEN, "DB_ERR_CANT_OPEN", "database file cannot be opened"},
+    {DB_ERR_READ_ONLY, "DB_ERR_READ_ONLY", "database is read-only"},
+    {DB_ERR_ID_EXHAUSTED, "DB_ERR_ID_EXHAUSTED", "no row id is left"},
+    {DB_ERR_INTERNAL, "DB_ERR_INTERNAL", "internal database error"},
+    {DB_ERR_TXN_ROLLED_BACK, "DB_ERR_TXN_ROLLED_BACK", "the transaction was rolled back"},
+    {DB_ERR_NO_MEMORY, "DB_ERR_NO_MEMORY", "out of memory"},
+};
+
+// Whether the index is not there, found without making anything: opening a database file that
+// does not exist makes it. A database that cannot be opened does not count as missing, so that
+// opening it reports why.
+bool indexIsMissing()
+{
+    const QString path = databasePath();
+    if (path.isEmpty())
+        return false;
+    if (!QFileInfo::exists(path))
+        return true;
+    void* db = DB_DB_GetNativeDB();
+    return db && !DB_DB_CheckTableExist(db, MMS_UTIL_DBTable::mmsTableName);
+}
+
+} // namespace
+
+const char kFolderField[] = "cmn_fld_folder_id";
+
+QString resultText(int code)
+{
+    for (const ResultText& result : kResultTexts) {
+        if (result.code == code)
+            return QStringLiteral("%1 (%2)").arg(QLatin1String(result.text),
+                                                 QLatin1String(result.name));
+    }
+    return QStringLiteral("unknown database result %1").arg(code);
+}
+
+QString databasePath()
+{
+    return tavplatform::SqliteDatabase::defaultPath();
+}
+
+IndexTable::IndexTable(WhenMissing whenMissing)
+    : missing_(whenMissing == LeaveMissing && indexIsMissing())
+{
+    if (!missing_)
+        result_ = MMS_UTIL_DBTable::initTable();
+}
+
+IndexTable::~IndexTable()
+{
+    if (result_ == DB_OK)
+        MMS_UTIL_DBTable::closeTable();
+}
+
+bool IndexTable::isOpen() const
+{
+    return result_ == DB_OK;
+}
+
+bool IndexTable::isMissing() const
+{
+    return missing_;
+}
+
+QString IndexTable::openError() const
+{
+    if (isOpen())
+        return QString();
+    const QString path = databasePath();
+    return QStringLiteral("cannot open the message index in '%1': %2")
+        .arg(path.isEmpty() ? QStringLiteral("(no platform directory)") : path,
+             resultText(result_));
+}
+
+int commitOrAbort()
+{
+    const int r = MMS_UTIL_DBTable::commitTxn();
+    if (r != DB_OK)
+        MMS_UTIL_DBTable::abortTxn();
+    return r;
+}
+
+Transaction::~Transaction()
+{
+    if (txn_)
+        DB_TXN_Abort(txn_);
+}
+
+int Transaction::begin()
+{
+    return DB_TXN_Begin(&txn_, 0);
+}
+
+int Transaction::commit()
+{
+    const int r = DB_TXN_Commit(txn_);
+    if (r != DB_OK)
+        DB_TXN_Abort(txn_);
+    txn_ = nullptr;
+    return r;
+}
+
+} // namespace tavmms::store

@@ -1,0 +1,128 @@
+#ifndef TAVMMS_STORE_INDEX_TABLE_H
+#define TAVMMS_STORE_INDEX_TABLE_H
+
+// The message index table as the store uses it: opened for the life of an object, its rows
+// walked in id order, the database's result codes in words.
+
+#include "db_api.h"
+#include "mms_util_dbstruct.h"
+#include "mms_util_dbtable.h"
+#include "tavmms_global.h"
+
+#include <QString>
+
+#include <memory>
+#include <optional>
+
+namespace tavmms::store
+{
+
+// "database is busy (DB_ERR_BUSY)"; "unknown database result N" for a code it does not know.
+TAVMMS_EXPORT QString resultText(int code);
+
+// The database file that holds the index; empty when there is no platform directory.
+TAVMMS_EXPORT QString databasePath();
+
+// The index table, opened (and made, on a new device) for the life of an object.
+class TAVMMS_EXPORT IndexTable
+{
+public:
+    // What becomes of an index that is not there yet: made, or left missing.
+    enum WhenMissing { Make, LeaveMissing };
+
+    explicit IndexTable(WhenMissing whenMissing = Make);
+    ~IndexTable();
+    IndexTable(const IndexTable&) = delete;
+    IndexTable& operator=(const IndexTable&) = delete;
+
+    bool isOpen() const;
+    // Left missing: the database file does not exist, or it holds no index table.
+    bool isMissing() const;
+    // Why the table could not be opened, naming the database file; empty when it is open.
+    QString openError() const;
+    // The database's result of opening it.
+    int result() const { return result_; }
+
+private:
+    int result_ = DB_ERR_NO_TABLE;
+    bool missing_ = false;
+};
+
+// Commits the write transaction MMS_UTIL_DBTable left open, and aborts it when the commit fails,
+// so that no transaction stays open either way. Gives the commit's result.
+TAVMMS_EXPORT int commitOrAbort();
+
+// A transaction of the device database that is aborted unless commit() ran.
+class TAVMMS_EXPORT Transaction
+{
+public:
+    Transaction() = default;
+    ~Transaction();
+    Transaction(const Transaction&) = delete;
+    Transaction& operator=(const Transaction&) = delete;
+
+    int begin();
+    // Commits; a transaction whose commit failed is aborted, so that none stays open.
+    int commit();
+    void* handle() const { return txn_; }
+
+private:
+    void* txn_ = nullptr;
+};
+
+// A cursor or term handle, closed by its DB_*_Close function when it goes.
+using Handle = std::unique_ptr<void, int (*)(void*)>;
+
+extern TAVMMS_EXPORT const char kFolderField[];
+
+// Reads the rows in id order, or only those of `folder`, through a cursor in one transaction, so
+// that the rows read belong together; calls `visit` with each. Gives a database result.
+template <typename Visit> int walkRows(void* txn, std::optional<unsigned int> folder, Visit visit)
+{
+    const bool byFolder = folder.has_value();
+    const unsigned int wanted = folder.value_or(0);
+    void* cursorHandle = nullptr;
+    // The rows of a folder are found through its index, in id order within the folder.
+    int r = DB_CURSOR_Open(txn, &MMS_UTIL_DBTable::mmsTableHandle, DB_CURSOR_ASCENDING,
+                           byFolder ? kFolderField : "id", &cursorHandle);
+    if (r != DB_OK)
+        return r;
+    const Handle cursor(cursorHandle, DB_CURSOR_Close);
+    if (byFolder) {
+        const Handle term(DB_TERM_Open(), DB_TERM_Close);
+        if (!term)
+            return DB_ERR_INTERNAL;
+        r = DB_TERM_CHAR_Equal(term.get(), kFolderField, QByteArray::number(wanted).constData());
+        if (r == DB_OK)
+            r = DB_CURSOR_Locate(cursor.get(), term.get());
+    } else {
+        r = DB_CURSOR_MoveFirst(cursor.get());
+    }
+    for (; r == DB_OK; r = DB_CURSOR_MoveNext(cursor.get())) {
+        unsigned int id = 0;
+        MMS_UTIL_DBStruct_T record;
+        r = DB_CURSOR_GetCurrentRecordInfo(cursor.get(), &id, &MMS_UTIL_DBTable::mmsTableHandle);
+        if (r == DB_OK)
+            r = MMS_UTIL_DBTable::readRecord(id, &record);
+        if (r != DB_OK)
+            return r;
+        if (byFolder && record.cmn_fld_folder_id != wanted)
+            break; // past the folder's rows
+        visit(id, record);
+    }
+    return r == DB_ERR_NOT_FOUND ? DB_OK : r;
+}
+
+// walkRows() in a transaction of its own, which is committed when the walk went well.
+template <typename Visit> int forEachRow(std::optional<unsigned int> folder, Visit visit)
+{
+    Transaction txn;
+    int r = txn.begin();
+    if (r == DB_OK)
+        r = walkRows(txn.handle(), folder, visit);
+    return r == DB_OK ? txn.commit() : r;
+}
+
+} // namespace tavmms::store
+
+#endif

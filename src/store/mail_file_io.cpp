@@ -1,0 +1,247 @@
+#include "mail_file_io.h"
+
+#include "filesync.h"
+
+#include <QBuffer>
+#include <QFile>
+#include <QFileInfo>
+#include <QList>
+#include <QTextStream>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <fcntl.h>
+#include <memory>
+#include <sys/uio.h>
+#include <unistd.h>
+#include <utility>
+
+namespace tavmms::store
+{
+
+namespace
+{
+
+// Why a file operation failed, as the rest of the store words it.
+QString errnoText(int error)
+{
+    return error == ENOSPC ? QStringLiteral("no space left on device")
+                           : QString::fromLocal8Bit(std::strerror(error));
+}
+
+Status fileFailure(const QString& what, int error)
+{
+    return Status::failure(error == ENOSPC   ? ErrorCode::NoSpace
+                           : error == EEXIST ? ErrorCode::Exists
+                                             : ErrorCode::Failed,
+                           what + QStringLiteral(": ") + errnoText(error));
+}
+
+// Removes `name` after a failure, and reports the failure's errno.
+Status failureRemoving(const QByteArray& name, const QString& what)
+{
+    const int error = errno;
+    ::unlink(name.constData());
+    return fileFailure(what, error);
+}
+
+// The record's words, big-endian as QDataStream writes them.
+void putWord(unsigned char* at, quint32 word)
+{
+    at[0] = uchar(word >> 24);
+    at[1] = uchar(word >> 16);
+    at[2] = uchar(word >> 8);
+    at[3] = uchar(word);
+}
+
+// Writes all of `parts` to `fd`; 0, or -1 with errno.
+int writeAll(int fd, iovec* parts, int count)
+{
+    while (count > 0) {
+        const ssize_t written = ::writev(fd, parts, count);
+        if (written < 0) {
+            if (errno == EINTR)
+                continue;
+            return -1;
+        }
+        size_t left = size_t(written);
+        while (count > 0 && left >= parts->iov_len) {
+            left -= parts->iov_len;
+            ++parts;
+            --count;
+        }
+        if (count > 0) {
+            parts->iov_base = static_cast<char*>(parts->iov_base) + left;
+            parts->iov_len -= left;
+        }
+    }
+    return 0;
+}
+
+// Closes a descriptor when it goes.
+struct Descriptor {
+    int fd;
+    ~Descriptor()
+    {
+        if (fd >= 0)
+            ::close(fd);
+    }
+};
+
+QList<QByteArray> headerLines(MMS_UTIL_MsgHeaderBase& header)
+{
+    return headerBlock(header).split('\n');
+}
+
+// The key of the first line in which the two header blocks differ, or nothing when they agree.
+QString firstDifference(MMS_UTIL_MsgHeaderBase& written, MMS_UTIL_MsgHeaderBase& read)
+{
+    const QList<QByteArray> expected = headerLines(written);
+    const QList<QByteArray> actual = headerLines(read);
+    for (qsizetype i = 0; i < qMax(expected.size(), actual.size()); ++i) {
+        const QByteArray line = expected.value(i);
+        if (line != actual.value(i)) {
+            const QByteArray named = line.isEmpty() ? actual.value(i) : line;
+            return QString::fromUtf8(named.left(named.indexOf(' ')));
+        }
+    }
+    return QString();
+}
+
+} // namespace
+
+QByteArray headerBlock(MMS_UTIL_MsgHeaderBase& header)
+{
+    QByteArray block;
+    QBuffer buffer(&block);
+    buffer.open(QIODevice::WriteOnly);
+    QTextStream stream(&buffer);
+    stream.setEncoding(QStringConverter::Utf8);
+    MMS_UTIL_MailFile writer{QString()};
+    writer.header = &header;
+    writer.serializeMsgHeaderTo(stream);
+    writer.header = nullptr;
+    stream.flush();
+    return block;
+}
+
+int linkWithoutReplacing(const QByteArray& from, const QByteArray& to)
+{
+    if (::link(from.constData(), to.constData()) != 0)
+        return -1;
+    // The new name holds the file now; the old one is only in the way.
+    ::unlink(from.constData());
+    return 0;
+}
+
+int placeholderWithoutReplacing(const QByteArray& from, const QByteArray& to)
+{
+    const int fd = ::open(to.constData(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0644);
+    if (fd < 0)
+        return -1;
+    ::close(fd);
+    // The name is ours now: the rename replaces only the empty file just made.
+    if (std::rename(from.constData(), to.constData()) == 0)
+        return 0;
+    const int error = errno;
+    ::unlink(to.constData());
+    errno = error;
+    return -1;
+}
+
+int renameWithoutReplacing(const QByteArray& from, const QByteArray& to)
+{
+    if (::renameat2(AT_FDCWD, from.constData(), AT_FDCWD, to.constData(), RENAME_NOREPLACE) == 0)
+        return 0;
+    if (errno != EINVAL && errno != ENOSYS)
+        return -1;
+    if (linkWithoutReplacing(from, to) == 0)
+        return 0;
+    if (errno != EPERM && errno != EOPNOTSUPP)
+        return -1;
+    return placeholderWithoutReplacing(from, to);
+}
+
+Status saveNewMailFile(const QString& path, MMS_UTIL_MsgHeaderBase& header, const QByteArray& body)
+{
+    const QByteArray target = QFile::encodeName(path);
+    const QByteArray temporary = target + ".tmp";
+    const QString what = QStringLiteral("cannot write the mail file '%1'").arg(path);
+    if (::access(target.constData(), F_OK) == 0)
+        return fileFailure(what, EEXIST);
+    const QByteArray block = headerBlock(header);
+    unsigned char record[16];
+    putWord(record, quint32(16 + body.size()));
+    putWord(record + 4, 0);
+    putWord(record + 8, 16);
+    putWord(record + 12, quint32(body.size()));
+
+    Descriptor file{::open(temporary.constData(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0644)};
+    if (file.fd < 0)
+        return fileFailure(what, errno);
+    iovec parts[] = {{record, sizeof record},
+                     {const_cast<char*>(body.constData()), size_t(body.size())},
+                     {const_cast<char*>(block.constData()), size_t(block.size())}};
+    if (writeAll(file.fd, parts, 3) != 0 || syncDescriptor(file.fd) != 0 ||
+        ::close(std::exchange(file.fd, -1)) != 0 || renameWithoutReplacing(temporary, target) != 0)
+        return failureRemoving(temporary, what);
+    // Without the directory's sync the name may not survive a power cut: the message is not kept
+    // until it does.
+    if (syncParentDirectory(target) != 0)
+        return failureRemoving(target, what);
+    return {};
+}
+
+QString readBackDifference(const QString& path, MMS_UTIL_MsgHeaderBase& header,
+                           const QByteArray& body)
+{
+    MMS_UTIL_MailFile back(path);
+    const int loaded = back.loadMailFile();
+    const std::unique_ptr<MMS_UTIL_MsgHeaderBase> readHeader(back.header);
+    const std::unique_ptr<unsigned char[]> readBody(back.body);
+    if (loaded != MMS_UTIL_MAILFILE_OK || !readHeader)
+        return QStringLiteral("the mail file '%1' does not load back").arg(path);
+    if (QByteArrayView(readBody.get(), back.bodyLength) != body)
+        return QStringLiteral("the mail file '%1' reads back a different body").arg(path);
+    const QString key = firstDifference(header, *readHeader);
+    if (!key.isEmpty())
+        return QStringLiteral("the mail file '%1' reads back a different %2 line").arg(path, key);
+    return QString();
+}
+
+std::optional<LoadedMailFile> loadMailFile(const QString& path, QString* error)
+{
+    const QFileInfo info(path);
+    if (!info.exists()) {
+        *error = QStringLiteral("no such file '%1'").arg(path);
+        return std::nullopt;
+    }
+    if (info.isDir()) {
+        *error = QStringLiteral("'%1' is a directory").arg(path);
+        return std::nullopt;
+    }
+    // The library reads a file shorter than its record as zeros, which pass its checks; a file
+    // that short holds no message.
+    if (info.size() < qint64(sizeof(MMS_UTIL_MAILFILE_HEADER_T))) {
+        *error =
+            QStringLiteral("'%1' is not a mail file (shorter than its 16-byte record)").arg(path);
+        return std::nullopt;
+    }
+    MMS_UTIL_MailFile file(path);
+    const int result = file.loadMailFile();
+    LoadedMailFile loaded{MMS_UTIL_MAILFILE_HEADER_T{},
+                          std::unique_ptr<MMS_UTIL_MsgHeaderBase>(file.header),
+                          std::unique_ptr<unsigned char[]>(file.body), file.bodyLength};
+    if (result != MMS_UTIL_MAILFILE_OK) {
+        *error = info.isReadable() ? QStringLiteral("'%1' is not a mail file (its record does not "
+                                                    "fit the file)")
+                                         .arg(path)
+                                   : QStringLiteral("cannot read '%1'").arg(path);
+        return std::nullopt;
+    }
+    loaded.record = file.readMailFileHeader();
+    return loaded;
+}
+
+} // namespace tavmms::store

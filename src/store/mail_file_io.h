@@ -1,0 +1,57 @@
+#ifndef TAVMMS_STORE_MAIL_FILE_IO_H
+#define TAVMMS_STORE_MAIL_FILE_IO_H
+
+// How the store writes a new message's mail file: the format MMS_UTIL_MailFile writes, saved so
+// that it never takes the place of a file that is there, and read back whole before the message
+// counts as kept.
+
+#include "mms_util_mailfile.h"
+#include "mms_util_msgheaderbase.h"
+#include "store_types.h"
+
+#include <QByteArray>
+#include <QString>
+
+#include <memory>
+#include <optional>
+
+namespace tavmms::store
+{
+
+// The header text block of `header`, as a mail file holds it.
+TAVMMS_EXPORT QByteArray headerBlock(MMS_UTIL_MsgHeaderBase& header);
+
+// Renames `from` to `to` unless `to` exists (EEXIST then). Tries renameat2() with
+// RENAME_NOREPLACE; on a file system without it, link() and unlink(); on one without hard links,
+// an O_EXCL placeholder that the rename then replaces. 0, or -1 with errno set.
+TAVMMS_EXPORT int renameWithoutReplacing(const QByteArray& from, const QByteArray& to);
+// The two fallbacks on their own, for file systems that lack the ways before them.
+TAVMMS_EXPORT int linkWithoutReplacing(const QByteArray& from, const QByteArray& to);
+TAVMMS_EXPORT int placeholderWithoutReplacing(const QByteArray& from, const QByteArray& to);
+
+// Writes a new mail file `path` holding `header` and `body`: "<path>.tmp" made with O_EXCL,
+// synced, renamed to `path` without replacing anything, and the directory synced. On failure
+// nothing of it stays; Exists when `path` or its ".tmp" is there already, NoSpace on a full disk.
+TAVMMS_EXPORT Status saveNewMailFile(const QString& path, MMS_UTIL_MsgHeaderBase& header,
+                                     const QByteArray& body);
+
+// Reads the mail file `path` back whole; an error naming what differs from `header` and `body`,
+// or nothing when it holds exactly that.
+TAVMMS_EXPORT QString readBackDifference(const QString& path, MMS_UTIL_MsgHeaderBase& header,
+                                         const QByteArray& body);
+
+// A mail file read with MMS_UTIL_MailFile::loadMailFile(), owning the header and body it hands
+// out.
+struct TAVMMS_EXPORT LoadedMailFile {
+    MMS_UTIL_MAILFILE_HEADER_T record;
+    std::unique_ptr<MMS_UTIL_MsgHeaderBase> header;
+    std::unique_ptr<unsigned char[]> body;
+    unsigned int bodyLength;
+};
+// Loads the mail file `path`; gives nothing and sets `error` to why when it cannot be loaded
+// ("no such file '...'", "'...' is not a mail file (...)", "cannot read '...'").
+TAVMMS_EXPORT std::optional<LoadedMailFile> loadMailFile(const QString& path, QString* error);
+
+} // namespace tavmms::store
+
+#endif

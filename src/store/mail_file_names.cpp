@@ -1,0 +1,45 @@
+#include "mail_file_names.h"
+
+#include "mms_util_common.h"
+
+#include <QFile>
+#include <QFileInfo>
+
+#include <cerrno>
+#include <sys/stat.h>
+
+namespace tavmms::store
+{
+
+const QString kLeftoverSuffix = QStringLiteral(".tmp");
+const QString kDeletedSuffix = QStringLiteral(".deleted");
+
+QString mailFileName(unsigned int id)
+{
+    return QFileInfo(MMS_UTIL_Common::msgDBIDToMailFileName(id)).fileName();
+}
+
+std::optional<unsigned int> idOfMailFileName(const QString& name)
+{
+    const QString suffix = QStringLiteral(".mms");
+    if (!name.endsWith(suffix))
+        return std::nullopt;
+    const QString digits = name.chopped(suffix.size());
+    for (const QChar c : digits) {
+        if (c < QLatin1Char('0') || c > QLatin1Char('9'))
+            return std::nullopt;
+    }
+    bool ok = false;
+    const unsigned int id = digits.toUInt(&ok);
+    if (!ok || mailFileName(id) != name)
+        return std::nullopt;
+    return id;
+}
+
+bool nameIsTaken(const QString& path)
+{
+    struct stat status;
+    return ::lstat(QFile::encodeName(path).constData(), &status) == 0 || errno != ENOENT;
+}
+
+} // namespace tavmms::store

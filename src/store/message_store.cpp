@@ -1,0 +1,688 @@
+#include "message_store.h"
+
+#include "index_table.h"
+#include "mail_file_defect.h"
+#include "mail_file_io.h"
+#include "mail_file_names.h"
+#include "recovery.h"
+#include "row_text.h"
+#include "store_lock.h"
+
+#include "filesync.h"
+#include "mms_util_common.h"
+#include "mms_util_mailfile.h"
+#include "mms_util_msgheaderbase.h"
+#include "mms_util_setting.h"
+
+#include <QDateTime>
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QStringList>
+#include <QUuid>
+
+#include <cerrno>
+#include <cstring>
+#include <functional>
+#include <optional>
+#include <unistd.h>
+
+namespace tavmms::store
+{
+
+namespace
+{
+
+const char kUriField[] = "mms_fld_msguri_name";
+const char kMessageIdField[] = "mms_fld_msgid_name";
+
+Status failed(const QString& text)
+{
+    return Status::failure(ErrorCode::Failed, text);
+}
+
+// A database failure: the disk being full is told apart.
+Status databaseFailure(const QString& what, int r)
+{
+    return Status::failure(r == DB_ERR_DISK_FULL ? ErrorCode::NoSpace : ErrorCode::Failed,
+                           what + QStringLiteral(": ") + resultText(r));
+}
+
+Status notFound(unsigned int id)
+{
+    return Status::failure(ErrorCode::NotFound, QStringLiteral("no message %1").arg(id));
+}
+
+QString errnoText(int error)
+{
+    return QString::fromLocal8Bit(std::strerror(error));
+}
+
+// The display text of an entry: its name, else its address.
+QString displayText(const MMS_UTIL_Entry& entry)
+{
+    return entry.name.isEmpty() ? entry.address : entry.name;
+}
+
+QString listText(const MMS_UTIL_EntryList& list)
+{
+    QStringList texts;
+    for (const MMS_UTIL_Entry* entry : list) {
+        if (entry)
+            texts << displayText(*entry);
+    }
+    return texts.join(QStringLiteral(", "));
+}
+
+bool isKnownFolder(Folder folder)
+{
+    return folder >= Folder::Inbox && folder <= Folder::Drafts;
+}
+
+// The row of a message with `header`.
+MMS_UTIL_DBStruct_T rowOf(const MMS_UTIL_MsgHeaderBase& header, const NewMessage& message,
+                          Folder folder, State state)
+{
+    QStringList recipients;
+    for (const MMS_UTIL_EntryList* list : {&header.toList, &header.ccList, &header.bccList}) {
+        const QString text = listText(*list);
+        if (!text.isEmpty())
+            recipients << text;
+    }
+    MMS_UTIL_DBStruct_T row{};
+    setText16(row.cmn_fld_from_name, displayText(header.from));
+    setText16(row.cmn_fld_to_name, recipients.join(QStringLiteral(", ")));
+    setText16(row.cmn_fld_subject, header.subject);
+    row.cmn_fld_time = quint32(header.sendDate.toSecsSinceEpoch());
+    row.cmn_fld_time_msg_reach_phone = quint32(QDateTime::currentSecsSinceEpoch());
+    row.cmn_fld_msg_attr_read = state == State::Received ? 0 : 1;
+    row.cmn_fld_folder_id = unsigned(folder);
+    row.cmn_fld_priority = header.priority;
+    row.cmn_fld_mms_type = ushort(MMS_UTIL_Common::getMsgTypeByContentType(header.contentType));
+    row.cmn_fld_send_receive_state = ushort(state);
+    row.mms_fld_sendervisibility_name = header.senderVisibility;
+    row.mms_fld_deliveryreport_name = header.deliveryReport;
+    row.mms_fld_readreplyreport_name = header.readReplyReport;
+    row.mms_fld_contenttype_name =
+        MMS_UTIL_Common::mimeTypeGetValue(header.contentType.type, header.contentType.subtype);
+    row.mms_fld_msgsize_name = header.messageSize;
+    row.mms_fld_expiretime_name = header.expiry;
+    setText8(row.mms_fld_msgid_name, header.messageId);
+    setText8(row.mms_fld_msguri_name, message.uri.isEmpty()
+                                          ? QUuid::createUuid()
+                                                .toString(QUuid::WithoutBraces)
+                                                .prepend(QStringLiteral("urn:uuid:"))
+                                          : message.uri);
+    return row;
+}
+
+// Gives the sender and the recipients that have no name of their own their contacts' names.
+void nameFromContacts(MMS_UTIL_MsgHeaderBase* header)
+{
+    MMS_UTIL_EntryList unnamed; // the header's entries, which this list does not own
+    for (const MMS_UTIL_EntryList* list : {&header->toList, &header->ccList, &header->bccList}) {
+        for (MMS_UTIL_Entry* entry : *list) {
+            if (entry && entry->name.isEmpty())
+                unnamed.append(entry);
+        }
+    }
+    MMS_UTIL_Common::srchMultiContactNames(unnamed);
+    if (header->from.name.isEmpty() && !header->from.address.isEmpty())
+        MMS_UTIL_Common::srchContactName(header->from);
+}
+
+// Fills the parts of `header` that composing and receiving share.
+void fillHeader(MMS_UTIL_MsgHeaderBase* header, const NewMessage& message)
+{
+    header->setFrom(message.from);
+    for (const MMS_UTIL_Entry& entry : message.to)
+        header->addToRecipient(entry);
+    for (const MMS_UTIL_Entry& entry : message.cc)
+        header->addCcRecipient(entry);
+    for (const MMS_UTIL_Entry& entry : message.bcc)
+        header->addBccRecipient(entry);
+    nameFromContacts(header);
+    header->subject = message.subject;
+    header->contentType = message.contentType;
+    header->messageId = message.messageId;
+    // The header block keeps whole seconds; so does the row.
+    header->sendDate = QDateTime::fromSecsSinceEpoch(QDateTime::currentSecsSinceEpoch());
+    header->messageSize = uint(message.body.size());
+}
+
+// Whether an id's mail file, or what a save or a delete leaves of one, is there: a new message
+// never takes such an id.
+bool idIsTaken(unsigned int id)
+{
+    const QString path = MMS_UTIL_Common::msgDBIDToMailFileName(id);
+    return nameIsTaken(path) || nameIsTaken(path + kLeftoverSuffix) ||
+           nameIsTaken(path + kDeletedSuffix);
+}
+
+// The smallest id of a row whose `field` holds `text` (cut as the row keeps it), in the
+// transaction open now; nothing when no row does.
+std::optional<unsigned int> firstRowWith(const char* field, const QByteArray& text, int* result)
+{
+    Transaction txn;
+    *result = txn.begin();
+    if (*result != DB_OK)
+        return std::nullopt;
+    void* cursorHandle = nullptr;
+    *result = DB_CURSOR_Open(txn.handle(), &MMS_UTIL_DBTable::mmsTableHandle, DB_CURSOR_ASCENDING,
+                             field, &cursorHandle);
+    if (*result != DB_OK)
+        return std::nullopt;
+    const Handle cursor(cursorHandle, DB_CURSOR_Close);
+    const Handle term(DB_TERM_Open(), DB_TERM_Close);
+    if (!term) {
+        *result = DB_ERR_NO_MEMORY;
+        return std::nullopt;
+    }
+    unsigned int id = 0;
+    *result = DB_TERM_CHAR_Equal(term.get(), field, text.constData());
+    if (*result == DB_OK)
+        *result = DB_CURSOR_Locate(cursor.get(), term.get());
+    if (*result == DB_OK)
+        *result =
+            DB_CURSOR_GetCurrentRecordInfo(cursor.get(), &id, &MMS_UTIL_DBTable::mmsTableHandle);
+    if (*result == DB_ERR_NOT_FOUND) {
+        *result = DB_OK;
+        return std::nullopt;
+    }
+    return *result == DB_OK ? std::optional<unsigned int>(id) : std::nullopt;
+}
+
+} // namespace
+
+struct MessageStore::Impl {
+    std::chrono::milliseconds lockTimeout;
+    bool recovered = false;
+
+    // What one call holds while it runs: the store's lock, then the index table.
+    struct Session {
+        StoreLock lock;
+        std::optional<IndexTable> table;
+        Status status;
+    };
+
+    // Completes what a program that died left behind, once for the store object, or again when
+    // `again`; the caller has the index open. A store whose lock another program holds is left
+    // for the next use.
+    void recover(bool again = false)
+    {
+        if (recovered && !again)
+            return;
+        recovered = true;
+        const QString directory = MMS_UTIL_Common::getMailFileDir();
+        const QList<unsigned int> ids = interruptedIds(directory);
+        if (ids.isEmpty())
+            return;
+        StoreLock lock;
+        if (lock.acquire(StoreLock::defaultPath(), StoreLock::Exclusive, lockTimeout).ok())
+            completeInterrupted(directory, ids);
+    }
+
+    // Begins a call that changes or reads the store: what was interrupted is completed, the
+    // store's lock taken shared and the index opened. A call that writes makes the mail file
+    // directory when it is missing; one that does not, on a store that has no directory yet, runs
+    // without the lock, since there is no file to guard.
+    void begin(Session* session, bool writes)
+    {
+        const QString directory = MMS_UTIL_Common::getMailFileDir();
+        if (writes && !QDir().mkpath(directory)) {
+            session->status =
+                failed(QStringLiteral("cannot create the mail file directory '%1'").arg(directory));
+            return;
+        }
+        session->table.emplace();
+        if (!session->table->isOpen()) {
+            session->status = databaseFailure(
+                QStringLiteral("cannot open the message index in '%1'").arg(databasePath()),
+                session->table->result());
+            return;
+        }
+        recover();
+        if (writes || QFileInfo::exists(MMS_UTIL_Common::getWorkDir()))
+            session->status =
+                session->lock.acquire(StoreLock::defaultPath(), StoreLock::Shared, lockTimeout);
+    }
+
+    Added keep(MMS_UTIL_MsgHeaderBase& header, const NewMessage& message, Folder folder,
+               State state, bool refuseDuplicates);
+    Status changeRow(unsigned int id, const std::function<void(MMS_UTIL_DBStruct_T*)>& change);
+};
+
+// The row in a transaction held open, then the mail file named from its id, then the commit: the
+// row is there only with its file.
+Added MessageStore::Impl::keep(MMS_UTIL_MsgHeaderBase& header, const NewMessage& message,
+                               Folder folder, State state, bool refuseDuplicates)
+{
+    Added added;
+    Session session;
+    begin(&session, true);
+    if (!session.status.ok()) {
+        added.status = session.status;
+        return added;
+    }
+    Transaction txn;
+    int r = txn.begin();
+    const MMS_UTIL_DBStruct_T row = rowOf(header, message, folder, state);
+    for (;;) {
+        if (r == DB_OK)
+            r = MMS_UTIL_DBTable::add(row, &added.id);
+        if (r == DB_OK)
+            r = commitOrAbort();
+        if (r != DB_OK || !idIsTaken(added.id))
+            break;
+        // A file of this id is there, left by an add that died or kept from an index that was
+        // lost: the row goes again, and the next id, which the database never gave, is taken.
+        r = MMS_UTIL_DBTable::del(added.id);
+        if (r == DB_OK)
+            r = commitOrAbort();
+    }
+    if (r != DB_OK) {
+        added.status = databaseFailure(QStringLiteral("cannot add the message's row"), r);
+        return added;
+    }
+    if (refuseDuplicates) {
+        const struct {
+            const char* field;
+            QByteArray text;
+        } keys[] = {
+            // a URI made here is new: only one the message came with is looked for
+            {kUriField, message.uri.isEmpty() ? QByteArray() : QByteArray(row.mms_fld_msguri_name)},
+            {kMessageIdField, QByteArray(row.mms_fld_msgid_name)}};
+        for (const auto& key : keys) {
+            if (key.text.isEmpty())
+                continue;
+            const std::optional<unsigned int> first = firstRowWith(key.field, key.text, &r);
+            if (r != DB_OK) {
+                added.status = databaseFailure(QStringLiteral("cannot look for the message"), r);
+                return added;
+            }
+            if (first && *first != added.id) {
+                added.status = Status::failure(
+                    ErrorCode::Duplicate,
+                    QStringLiteral(
+                        "message %1 has the same %2 '%3'; the message was not kept again")
+                        .arg(*first)
+                        .arg(QLatin1String(key.field == kUriField ? "URI" : "Message-ID"),
+                             QString::fromUtf8(key.text)));
+                return added;
+            }
+        }
+    }
+
+    added.mailFile = MMS_UTIL_Common::msgDBIDToMailFileName(added.id);
+    added.status = saveNewMailFile(added.mailFile, header, message.body);
+    if (!added.status.ok()) {
+        added.status.text += QStringLiteral("; nothing was kept");
+        return added;
+    }
+    QString error = readBackDifference(added.mailFile, header, message.body);
+    if (error.isEmpty()) {
+        r = txn.commit();
+        if (r == DB_OK)
+            return added;
+        error = QStringLiteral("cannot commit the message's row: %1").arg(resultText(r));
+    }
+    // The row was never committed: the file is this call's alone.
+    const QByteArray path = QFile::encodeName(added.mailFile);
+    if (::unlink(path.constData()) != 0 && errno != ENOENT)
+        error += QStringLiteral("; '%1' stays: %2").arg(added.mailFile, errnoText(errno));
+    else
+        syncParentDirectory(path);
+    added.status = Status::failure(r == DB_ERR_DISK_FULL ? ErrorCode::NoSpace : ErrorCode::Failed,
+                                   error + QStringLiteral("; nothing was kept"));
+    return added;
+}
+
+Status MessageStore::Impl::changeRow(unsigned int id,
+                                     const std::function<void(MMS_UTIL_DBStruct_T*)>& change)
+{
+    Session session;
+    begin(&session, false);
+    if (!session.status.ok())
+        return session.status;
+    Transaction txn;
+    int r = txn.begin();
+    MMS_UTIL_DBStruct_T record;
+    if (r == DB_OK)
+        r = MMS_UTIL_DBTable::readRecord(id, &record);
+    if (r == DB_ERR_NOT_FOUND)
+        return notFound(id);
+    if (r == DB_OK) {
+        change(&record);
+        r = MMS_UTIL_DBTable::update(id, record);
+    }
+    if (r == DB_OK)
+        r = commitOrAbort();
+    if (r == DB_OK)
+        r = txn.commit();
+    if (r != DB_OK)
+        return databaseFailure(QStringLiteral("cannot change message %1").arg(id), r);
+    return {};
+}
+
+MMS_CONTENT_TYPE_T NewMessage::defaultContentType()
+{
+    return {QStringLiteral("application"), QStringLiteral("vnd.wap.multipart.mixed"),
+            QStringLiteral("")};
+}
+
+MessageStore::MessageStore(std::chrono::milliseconds lockTimeout) : d(new Impl{lockTimeout}) {}
+
+MessageStore::~MessageStore() = default;
+
+std::chrono::milliseconds MessageStore::lockTimeout() const
+{
+    return d->lockTimeout;
+}
+
+Added MessageStore::compose(const NewMessage& message, Folder folder)
+{
+    if (folder != Folder::Outbox && folder != Folder::Drafts) {
+        Added added;
+        added.status = Status::failure(
+            ErrorCode::Invalid,
+            QStringLiteral("a composed message goes to the outbox or the drafts, not to folder %1")
+                .arg(unsigned(folder)));
+        return added;
+    }
+    NewMessage composed = message;
+    // A message composed here comes from the phone's owner, when the address book knows them.
+    if (composed.from.isEmpty())
+        MMS_UTIL_Common::getOwnerEntry(composed.from);
+    MMS_UTIL_MsgHeaderBase header;
+    header.loadGlobalSetting();
+    fillHeader(&header, composed);
+    return d->keep(header, composed, folder,
+                   folder == Folder::Drafts ? State::Draft : State::ToSend, false);
+}
+
+Added MessageStore::receive(const NewMessage& message)
+{
+    if (MMS_UTIL_Setting::getFilterFlexBitSetting() &&
+        MMS_UTIL_Setting::isInBlockList(message.from.address)) {
+        Added added;
+        added.status = Status::failure(
+            ErrorCode::Blocked, QStringLiteral("'%1' is on the block list; the message was refused")
+                                    .arg(message.from.address));
+        return added;
+    }
+    NewMessage received = message;
+    if (received.to.isEmpty()) {
+        MMS_UTIL_Entry owner;
+        if (MMS_UTIL_Common::getOwnerEntry(owner) == 0)
+            received.to.append(owner);
+    }
+    MMS_UTIL_MsgHeaderBase header;
+    fillHeader(&header, received);
+    return d->keep(header, received, Folder::Inbox, State::Received, true);
+}
+
+Added MessageStore::writeMailFile(unsigned int id, MMS_UTIL_MsgHeaderBase& header,
+                                  const QByteArray& body, bool replace)
+{
+    Added added;
+    added.id = id;
+    added.mailFile = MMS_UTIL_Common::msgDBIDToMailFileName(id);
+    Impl::Session session;
+    d->begin(&session, true);
+    added.status = session.status;
+    if (!added.status.ok())
+        return added;
+    MMS_UTIL_DBStruct_T record;
+    const int r = MMS_UTIL_DBTable::readRecord(id, &record);
+    if (r != DB_OK) {
+        added.status = r == DB_ERR_NOT_FOUND
+                           ? notFound(id)
+                           : databaseFailure(QStringLiteral("cannot read message %1").arg(id), r);
+        return added;
+    }
+    if (!nameIsTaken(added.mailFile)) {
+        added.status = saveNewMailFile(added.mailFile, header, body);
+        return added;
+    }
+    if (!replace) {
+        added.status = Status::failure(ErrorCode::Exists,
+                                       QStringLiteral("message %1 has a mail file already ('%2')")
+                                           .arg(id)
+                                           .arg(added.mailFile));
+        return added;
+    }
+    MMS_UTIL_MailFile file(added.mailFile);
+    errno = 0;
+    // The writer only reads the body.
+    const int written =
+        file.writeMailFile(reinterpret_cast<unsigned char*>(const_cast<char*>(body.constData())),
+                           uint(body.size()), &header);
+    if (written == MMS_UTIL_MAILFILE_NO_SPACE)
+        added.status = Status::failure(
+            ErrorCode::NoSpace,
+            QStringLiteral("cannot write the mail file '%1': no space left on device")
+                .arg(added.mailFile));
+    else if (written != MMS_UTIL_MAILFILE_OK)
+        added.status =
+            failed(QStringLiteral("cannot write the mail file '%1'").arg(added.mailFile) +
+                   (errno ? QStringLiteral(": ") + errnoText(errno) : QString()));
+    return added;
+}
+
+ReadMessage MessageStore::read(unsigned int id)
+{
+    ReadMessage message;
+    Impl::Session session;
+    d->begin(&session, false);
+    message.status = session.status;
+    if (!message.status.ok())
+        return message;
+    message.row.id = id;
+    const int r = MMS_UTIL_DBTable::readRecord(id, &message.row.record);
+    if (r != DB_OK) {
+        message.status = r == DB_ERR_NOT_FOUND
+                             ? notFound(id)
+                             : databaseFailure(QStringLiteral("cannot read message %1").arg(id), r);
+        return message;
+    }
+    const QString path = message.row.mailFile();
+    if (!nameIsTaken(path) &&
+        (nameIsTaken(path + kLeftoverSuffix) || nameIsTaken(path + kDeletedSuffix))) {
+        // A save or a delete of this message was cut short since the store was first used: the
+        // shared lock makes way for the exclusive one of the recovery.
+        session.lock.release();
+        d->recover(true);
+        const Status relocked =
+            session.lock.acquire(StoreLock::defaultPath(), StoreLock::Shared, d->lockTimeout);
+        if (!relocked.ok()) {
+            message.status = relocked;
+            return message;
+        }
+    }
+    std::optional<LoadedMailFile> loaded = loadMailFile(path, &message.mailFileError);
+    if (loaded) {
+        message.header = std::move(loaded->header);
+        message.body = QByteArray(reinterpret_cast<const char*>(loaded->body.get()),
+                                  qsizetype(loaded->bodyLength));
+    }
+    return message;
+}
+
+Listed MessageStore::list(const ListFilter& filter)
+{
+    Listed listed;
+    Impl::Session session;
+    d->begin(&session, false);
+    listed.status = session.status;
+    if (!listed.status.ok())
+        return listed;
+    const std::optional<unsigned int> folder =
+        filter.anyFolder ? std::nullopt : std::optional<unsigned int>(filter.folder);
+    const int r = forEachRow(folder, [&](unsigned int id, const MMS_UTIL_DBStruct_T& record) {
+        listed.rows.append(MessageRow{id, record});
+    });
+    if (r != DB_OK) {
+        listed.rows.clear();
+        listed.status = databaseFailure(QStringLiteral("cannot read the message index"), r);
+    }
+    return listed;
+}
+
+Status MessageStore::setRead(unsigned int id, bool read)
+{
+    return d->changeRow(
+        id, [read](MMS_UTIL_DBStruct_T* record) { record->cmn_fld_msg_attr_read = read ? 1 : 0; });
+}
+
+Status MessageStore::move(unsigned int id, Folder folder)
+{
+    if (!isKnownFolder(folder))
+        return Status::failure(ErrorCode::Invalid,
+                               QStringLiteral("there is no folder %1").arg(unsigned(folder)));
+    return d->changeRow(id, [folder](MMS_UTIL_DBStruct_T* record) {
+        record->cmn_fld_folder_id = unsigned(folder);
+    });
+}
+
+Removed MessageStore::remove(unsigned int id)
+{
+    Removed removed;
+    removed.id = id;
+    removed.mailFile = MMS_UTIL_Common::msgDBIDToMailFileName(id);
+    Impl::Session session;
+    d->begin(&session, false);
+    removed.status = session.status;
+    if (!removed.status.ok())
+        return removed;
+    const QString what = QStringLiteral("cannot delete message %1: ").arg(id);
+    Transaction txn;
+    int r = txn.begin();
+    if (r == DB_OK)
+        r = MMS_UTIL_DBTable::del(id);
+    if (r == DB_ERR_NOT_FOUND) {
+        removed.status = notFound(id);
+        return removed;
+    }
+    if (r == DB_OK)
+        r = commitOrAbort();
+    if (r != DB_OK) {
+        removed.status = databaseFailure(what.chopped(2), r);
+        return removed;
+    }
+    // The mail file steps aside under a name of its own before the row goes, and is removed
+    // after: a program dying in between leaves a name the next use of the store completes.
+    const QByteArray mail = QFile::encodeName(removed.mailFile);
+    const QByteArray aside = mail + QFile::encodeName(kDeletedSuffix);
+    const QByteArray leftover = mail + QFile::encodeName(kLeftoverSuffix);
+    removed.mailFileWasMissing = !nameIsTaken(removed.mailFile);
+    ::unlink(aside.constData());
+    int error = 0;
+    if (!removed.mailFileWasMissing) {
+        // Only what unlink() removes is set aside: a directory would stay there for good.
+        if (QFileInfo(removed.mailFile).isDir())
+            error = EISDIR;
+        else if (std::rename(mail.constData(), aside.constData()) != 0)
+            error = errno;
+    }
+    if (error != 0) {
+        removed.status = Status::failure(
+            ErrorCode::Failed,
+            what + QStringLiteral("'%1' stays: %2").arg(removed.mailFile, errnoText(error)));
+        return removed;
+    }
+    // The message stays whole, row and file, when the delete cannot be finished.
+    const auto keepWhole = [&](const Status& status) {
+        if (!removed.mailFileWasMissing)
+            std::rename(aside.constData(), mail.constData());
+        removed.status = status;
+        return removed;
+    };
+    if (::unlink(leftover.constData()) != 0 && errno != ENOENT)
+        return keepWhole(failed(
+            what +
+            QStringLiteral("'%1' stays: %2").arg(QFile::decodeName(leftover), errnoText(errno))));
+    if (syncParentDirectory(mail) != 0)
+        return keepWhole(failed(what + QStringLiteral("cannot sync the mail file directory: ") +
+                                errnoText(errno)));
+    r = txn.commit();
+    if (r != DB_OK)
+        return keepWhole(databaseFailure(what.chopped(2), r));
+    // The message is gone with its row; a file that stays is removed by the next use.
+    ::unlink(aside.constData());
+    return removed;
+}
+
+QList<Removed> MessageStore::remove(const QList<unsigned int>& ids)
+{
+    QList<Removed> results;
+    for (const unsigned int id : ids)
+        results.append(remove(id));
+    return results;
+}
+
+QString MessageRow::from() const
+{
+    return text16(record.cmn_fld_from_name);
+}
+
+QString MessageRow::to() const
+{
+    return text16(record.cmn_fld_to_name);
+}
+
+QString MessageRow::subject() const
+{
+    return text16(record.cmn_fld_subject);
+}
+
+QString MessageRow::messageId() const
+{
+    return text8(record.mms_fld_msgid_name);
+}
+
+QString MessageRow::uri() const
+{
+    return text8(record.mms_fld_msguri_name);
+}
+
+QDateTime MessageRow::time() const
+{
+    return record.cmn_fld_time ? QDateTime::fromSecsSinceEpoch(record.cmn_fld_time) : QDateTime();
+}
+
+QString MessageRow::mailFile() const
+{
+    return MMS_UTIL_Common::msgDBIDToMailFileName(id);
+}
+
+QString folderName(unsigned int folder)
+{
+    switch (Folder(folder)) {
+    case Folder::Inbox:
+        return QStringLiteral("inbox");
+    case Folder::Outbox:
+        return QStringLiteral("outbox");
+    case Folder::Sent:
+        return QStringLiteral("sent");
+    case Folder::Drafts:
+        return QStringLiteral("drafts");
+    }
+    return QString();
+}
+
+QString stateName(unsigned int state)
+{
+    switch (State(state)) {
+    case State::ToSend:
+        return QStringLiteral("to send");
+    case State::Received:
+        return QStringLiteral("received");
+    case State::Draft:
+        return QStringLiteral("draft");
+    case State::Sent:
+        return QStringLiteral("sent");
+    }
+    return QString();
+}
+
+} // namespace tavmms::store

@@ -1,0 +1,81 @@
+#ifndef TAVMMS_STORE_MESSAGE_STORE_H
+#define TAVMMS_STORE_MESSAGE_STORE_H
+
+// The messages a phone keeps, as its applications keep them: each a row in the message index
+// (MMS_UTIL_DBTable) and a mail file named after the row's id (MMS_UTIL_MailFile), in the
+// directories MMS_UTIL_Common gives. A message the store reports as kept stays kept, whatever
+// other programs do to the store meanwhile and wherever a program dies:
+//
+// - an add is all or nothing: the row is committed only once the mail file is written, synced and
+//   read back; a program that dies before leaves no row, at most a file without one, which only
+//   an explicit repair touches;
+// - a new message never takes the place of a file that is there: an id whose mail file (or a
+//   leftover of one) exists is passed over for the next;
+// - the store's lock (StoreLock) keeps repairs away from messages being written;
+// - what a crash of a save or a delete leaves behind for a message that has its row is completed
+//   the next time the store is used, under the exclusive lock.
+//
+// The calls run on the caller's thread, wait for the store's lock up to the timeout given, and
+// return a Status; none throws.
+
+#include "store_types.h"
+
+#include <chrono>
+#include <memory>
+
+class MMS_UTIL_MsgHeaderBase;
+
+namespace tavmms::store
+{
+
+class TAVMMS_EXPORT MessageStore
+{
+public:
+    static constexpr std::chrono::milliseconds kDefaultLockTimeout{30000};
+
+    explicit MessageStore(std::chrono::milliseconds lockTimeout = kDefaultLockTimeout);
+    ~MessageStore();
+    MessageStore(const MessageStore&) = delete;
+    MessageStore& operator=(const MessageStore&) = delete;
+
+    // Keeps a composed message in Folder::Outbox (state ToSend) or Folder::Drafts (state Draft):
+    // the header takes its reports, expiry and priority from the stored sending options, its
+    // sender is the phone's owner when `message.from` is empty, and recipients without a name take
+    // their contact's. Invalid for another folder.
+    Added compose(const NewMessage& message, Folder folder = Folder::Outbox);
+    // Keeps a received message in Folder::Inbox (state Received, unread), addressed to the owner
+    // when `message.to` is empty. Blocked, with nothing written, when the block list is in use
+    // (feature flag 49) and holds the sender's address as received; Duplicate when a kept
+    // message has the same URI or Message-ID (both as their row fields hold them).
+    Added receive(const NewMessage& message);
+
+    // Writes the mail file of the message with row `id`. NotFound without a row; Exists when it
+    // has a mail file and `replace` is false. A new file is saved as an add saves it; a file
+    // replaced is saved by MMS_UTIL_MailFile, whose interrupted save the next use completes.
+    Added writeMailFile(unsigned int id, MMS_UTIL_MsgHeaderBase& header, const QByteArray& body,
+                        bool replace);
+
+    // The message's row, and its mail file's header and body.
+    ReadMessage read(unsigned int id);
+    // The rows `filter` lets through, in id order.
+    Listed list(const ListFilter& filter = {});
+    Status setRead(unsigned int id, bool read);
+    // Moves the message to `folder`; its state stays. Invalid for a number outside Folder.
+    Status move(unsigned int id, Folder folder);
+    // Deletes the message: its mail file (and a leftover of a save) and its row, so that a
+    // failure, or a program dying on the way, leaves both or neither. A row without a mail file is
+    // deleted all the same; NotFound when there is no row.
+    Removed remove(unsigned int id);
+    // Deletes each message in turn; a failure stops none of the others.
+    QList<Removed> remove(const QList<unsigned int>& ids);
+
+    std::chrono::milliseconds lockTimeout() const;
+
+private:
+    struct Impl;
+    std::unique_ptr<Impl> d;
+};
+
+} // namespace tavmms::store
+
+#endif

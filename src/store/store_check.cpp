@@ -1,0 +1,371 @@
+#include "store_check.h"
+
+#include "index_table.h"
+#include "mail_file_defect.h"
+#include "mail_file_io.h"
+#include "mail_file_names.h"
+#include "store_lock.h"
+
+#include "mms_util_common.h"
+
+#include <QFile>
+#include <QFileInfo>
+#include <QMap>
+#include <QStringList>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <dirent.h>
+#include <functional>
+#include <memory>
+
+namespace tavmms::store
+{
+
+namespace
+{
+
+QString errnoText(int error)
+{
+    return QString::fromLocal8Bit(std::strerror(error));
+}
+
+// A file of one message in the mail file directory.
+struct StoredFile {
+    bool present = false;
+    std::optional<MailFileDefect> defect; // why it does not load completely
+
+    bool loads() const { return present && !defect; }
+};
+
+// What the store holds of one message id.
+struct Message {
+    bool row = false;
+    StoredFile mail;     // "<id>.mms"
+    StoredFile leftover; // "<id>.mms.tmp"
+    StoredFile deleted;  // "<id>.mms.deleted"
+};
+
+// What the directory and the index hold.
+struct Store {
+    QMap<unsigned int, Message> messages; // in id order
+};
+
+// "1 row", "2 rows".
+QString counted(int count, const char* what)
+{
+    return QStringLiteral("%1 %2").arg(count).arg(QLatin1String(what)) +
+           (count == 1 ? QString() : QStringLiteral("s"));
+}
+
+// "3 mail files", "1 mail file and 2 leftovers".
+QString filesCounted(const CheckReport& report)
+{
+    const QString mailFiles = counted(report.mailFiles, "mail file");
+    return report.leftovers == 0
+               ? mailFiles
+               : mailFiles + QStringLiteral(" and ") + counted(report.leftovers, "leftover");
+}
+
+// Sorts `name` into the mail files, the leftovers of a save or a delete and the other entries.
+void addEntry(CheckReport* report, Store* store, const QString& name)
+{
+    const QString path = report->directory + name;
+    const QString suffix = name.endsWith(kLeftoverSuffix)  ? kLeftoverSuffix
+                           : name.endsWith(kDeletedSuffix) ? kDeletedSuffix
+                                                           : QString();
+    const std::optional<unsigned int> id = idOfMailFileName(name.chopped(suffix.size()));
+    const QFileInfo info(path);
+    if (!id) {
+        report->others.append({name, info.isDir() ? QStringLiteral("a directory")
+                                                  : QStringLiteral("not a mail file name")});
+        return;
+    }
+    if (!info.isFile()) {
+        report->others.append({name, QStringLiteral("not a regular file")});
+        return;
+    }
+    Message& message = store->messages[*id];
+    StoredFile& file = suffix == kLeftoverSuffix  ? message.leftover
+                       : suffix == kDeletedSuffix ? message.deleted
+                                                  : message.mail;
+    file.present = true;
+    file.defect = mailFileDefect(path);
+    ++(suffix.isEmpty() ? report->mailFiles : report->leftovers);
+}
+
+using Directory = std::unique_ptr<DIR, int (*)(DIR*)>;
+
+Status directoryFailure(const QString& directory, int error)
+{
+    return Status::failure(ErrorCode::Failed,
+                           QStringLiteral("cannot read the mail file directory '%1': %2")
+                               .arg(directory, errnoText(error)));
+}
+
+// Reads the mail file directory into `store`. A directory that does not exist reads as empty and
+// sets `missing`.
+Status readDirectory(CheckReport* report, Store* store, bool* missing)
+{
+    const QByteArray path = QFile::encodeName(report->directory);
+    const Directory directory(opendir(path.constData()), closedir);
+    const int error = errno;
+    *missing = !directory && error == ENOENT;
+    if (*missing)
+        return {};
+    if (!directory)
+        return directoryFailure(report->directory, error);
+    QStringList names;
+    for (;;) {
+        errno = 0; // readdir() tells the end from an error by it alone
+        const dirent* entry = readdir(directory.get());
+        if (!entry)
+            break;
+        const QString name = QFile::decodeName(entry->d_name);
+        if (name != QLatin1String(".") && name != QLatin1String(".."))
+            names.append(name);
+    }
+    if (errno != 0)
+        return directoryFailure(report->directory, errno);
+    names.sort();
+    for (const QString& name : names)
+        addEntry(report, store, name);
+    return {};
+}
+
+// Reads every row of the open index into `store`.
+Status readRows(CheckReport* report, Store* store)
+{
+    const int r = forEachRow(std::nullopt, [&](unsigned int id, const MMS_UTIL_DBStruct_T&) {
+        store->messages[id].row = true;
+        ++report->rows;
+    });
+    if (r == DB_OK)
+        return {};
+    return Status::failure(ErrorCode::Failed,
+                           QStringLiteral("cannot read the message index: %1").arg(resultText(r)));
+}
+
+// Judges the problems of the store one by one and, when asked, repairs them.
+class Checker
+{
+public:
+    Checker(CheckReport* report, const CheckOptions& options) : report_(report), options_(options)
+    {
+    }
+
+    // Checks the files and the row of message `id`, in an order in which each repair leaves the
+    // next check the message as it now stands: an interrupted delete goes first, then a file that
+    // does not load (with --force), so that a leftover that loads completely can take its place.
+    void check(unsigned int id, Message& message)
+    {
+        const QString name = mailFileName(id);
+        if (message.deleted.present && checkDeleted(name, message))
+            message.deleted = StoredFile();
+        if (message.mail.present && message.mail.defect) {
+            const QString text =
+                QStringLiteral("%1: does not load (%2)").arg(name, message.mail.defect->why);
+            // What could not be read may well be whole: it is for a person to look at.
+            if (message.mail.defect->unreadable)
+                kept(text, QStringLiteral("a file that cannot be read is never deleted"));
+            else if (forced(text, QStringLiteral("deletes it"), QStringLiteral("deleted"),
+                            [&] { return remove(name); }))
+                message.mail = StoredFile();
+        }
+        if (message.leftover.present && checkLeftover(name, message))
+            message.leftover = StoredFile();
+        if (message.row && !message.mail.present) {
+            if (forced(QStringLiteral("row %1: no mail file %2").arg(id).arg(name),
+                       QStringLiteral("deletes the row"), QStringLiteral("row deleted"),
+                       [&] { return deleteRow(id); }))
+                message.row = false;
+        }
+        if (!message.row && message.mail.loads()) {
+            if (forced(QStringLiteral("%1: no row").arg(name), QStringLiteral("deletes it"),
+                       QStringLiteral("deleted"), [&] { return remove(name); }))
+                message.mail = StoredFile();
+        }
+    }
+
+private:
+    // The mail file a delete set aside; true when it is gone or back in place.
+    bool checkDeleted(const QString& name, Message& message)
+    {
+        const QString deleted = name + kDeletedSuffix;
+        const QString start = deleted + QStringLiteral(": left by an interrupted delete");
+        if (message.row && !message.mail.present) {
+            const bool done = repairable(start + QStringLiteral(", whose row is still there"),
+                                         QStringLiteral("put back as %1").arg(name),
+                                         [&] { return rename(deleted, name); });
+            if (done)
+                message.mail = message.deleted;
+            return done;
+        }
+        return repairable(start, QStringLiteral("removed"), [&] { return remove(deleted); });
+    }
+
+    // The leftover of a save of `name`; true when it is gone or has become the mail file.
+    bool checkLeftover(const QString& name, Message& message)
+    {
+        const QString leftover = name + kLeftoverSuffix;
+        const QString start = leftover + QStringLiteral(": left by an interrupted save");
+        if (message.leftover.loads() && (!message.mail.present || message.mail.defect)) {
+            const auto renameIt = [&] { return rename(leftover, name); };
+            // The save got as far as removing the old file, and the new one is whole. Beside a
+            // mail file that does not load (kept without --force) it may be the only whole copy.
+            const bool done =
+                message.mail.present
+                    ? forced(start + QStringLiteral(" beside %1, which does not load; this loads "
+                                                    "completely")
+                                         .arg(name),
+                             QStringLiteral("puts it in place of %1").arg(name),
+                             QStringLiteral("put in place of %1").arg(name), renameIt)
+                    : repairable(start + QStringLiteral(", %1 is missing and this loads "
+                                                        "completely")
+                                             .arg(name),
+                                 QStringLiteral("renamed to %1").arg(name), renameIt);
+            if (done)
+                message.mail = message.leftover;
+            return done;
+        }
+        const QString text =
+            message.mail.present
+                ? start + QStringLiteral(" beside %1").arg(name)
+                : start + QStringLiteral(", does not load (%1)").arg(message.leftover.defect->why);
+        return repairable(text, QStringLiteral("removed"), [&] { return remove(leftover); });
+    }
+
+    // A problem that a repair repairs; true when it was.
+    bool repairable(const QString& text, const QString& done, const std::function<bool()>& repair)
+    {
+        return settle(text, options_.repair, QString(), done, repair);
+    }
+
+    // A problem that only a forced repair repairs, by doing what `would` says; true when it was.
+    bool forced(const QString& text, const QString& would, const QString& done,
+                const std::function<bool()>& repair)
+    {
+        return settle(text, options_.repair && options_.force, QStringLiteral("--force ") + would,
+                      done, repair);
+    }
+
+    // A problem that no repair touches, for the reason `why`.
+    void kept(const QString& text, const QString& why) { settle(text, false, why, QString(), {}); }
+
+    // Notes `text` as one problem. When `allowed`, `repair` is tried and the problem is repaired
+    // or failed; a problem a repair leaves alone notes why, `keptBecause`.
+    bool settle(const QString& text, bool allowed, const QString& keptBecause, const QString& done,
+                const std::function<bool()>& repair)
+    {
+        CheckProblem problem;
+        problem.text = text;
+        if (!allowed) {
+            if (options_.repair) {
+                problem.outcome = CheckProblem::Kept;
+                problem.note = keptBecause;
+            }
+            report_->problems.append(problem);
+            return false;
+        }
+        error_.clear();
+        const bool ok = repair();
+        problem.outcome = ok ? CheckProblem::Repaired : CheckProblem::RepairFailed;
+        problem.note = ok ? done : QString();
+        problem.error = error_;
+        report_->problems.append(problem);
+        if (ok)
+            ++report_->repaired;
+        return ok;
+    }
+
+    bool remove(const QString& name)
+    {
+        QFile file(report_->directory + name);
+        if (file.remove())
+            return true;
+        error_ = QStringLiteral("cannot remove '%1': %2").arg(file.fileName(), file.errorString());
+        return false;
+    }
+
+    bool rename(const QString& from, const QString& to)
+    {
+        const QString source = report_->directory + from;
+        const QString target = report_->directory + to;
+        if (renameWithoutReplacing(QFile::encodeName(source), QFile::encodeName(target)) == 0)
+            return true;
+        error_ =
+            QStringLiteral("cannot rename '%1' to '%2': %3").arg(source, target, errnoText(errno));
+        return false;
+    }
+
+    bool deleteRow(unsigned int id)
+    {
+        int r = MMS_UTIL_DBTable::del(id);
+        if (r == DB_OK)
+            r = commitOrAbort();
+        if (r == DB_OK)
+            return true;
+        error_ = QStringLiteral("cannot delete row %1: %2").arg(id).arg(resultText(r));
+        return false;
+    }
+
+    CheckReport* report_;
+    const CheckOptions& options_;
+    QString error_; // why the last repair failed
+};
+
+} // namespace
+
+CheckReport checkStore(const CheckOptions& options)
+{
+    CheckReport report;
+    report.directory = MMS_UTIL_Common::getMailFileDir();
+    // A check makes nothing it was not asked to repair: no index, no lock file in a working
+    // directory that is not there.
+    StoreLock lock;
+    if (QFileInfo::exists(MMS_UTIL_Common::getWorkDir())) {
+        report.status = lock.acquire(StoreLock::defaultPath(),
+                                     options.repair ? StoreLock::Exclusive : StoreLock::Shared,
+                                     options.lockTimeout);
+        if (!report.status.ok())
+            return report;
+    }
+    const IndexTable table(IndexTable::LeaveMissing);
+    if (!table.isMissing() && !table.isOpen()) {
+        report.status = Status::failure(ErrorCode::Failed, table.openError());
+        return report;
+    }
+    Store store;
+    bool missing = false;
+    if (table.isOpen())
+        report.status = readRows(&report, &store);
+    if (report.status.ok())
+        report.status = readDirectory(&report, &store, &missing);
+    if (!report.status.ok())
+        return report;
+    // Rows against a directory that is not there are more likely a wrong TAV_LOCAL_DOWNLOAD_PATH
+    // than messages that all went missing, and mail files without any index a wrong
+    // TAV_PLATFORM_DIR: nothing is judged, and nothing deleted.
+    if (missing && report.rows > 0) {
+        report.status =
+            Status::failure(ErrorCode::Failed,
+                            QStringLiteral("the mail file directory '%1' does not exist, but the "
+                                           "index holds %2; check TAV_LOCAL_DOWNLOAD_PATH")
+                                .arg(report.directory, counted(report.rows, "row")));
+        return report;
+    }
+    if (table.isMissing() && !store.messages.isEmpty()) {
+        report.status = Status::failure(
+            ErrorCode::Failed, QStringLiteral("there is no message index in '%1', but the mail "
+                                              "file directory holds %2; check TAV_PLATFORM_DIR")
+                                   .arg(databasePath(), filesCounted(report)));
+        return report;
+    }
+    Checker checker(&report, options);
+    for (auto it = store.messages.begin(); it != store.messages.end(); ++it)
+        checker.check(it.key(), it.value());
+    return report;
+}
+
+} // namespace tavmms::store

@@ -1,0 +1,142 @@
+#ifndef TAVMMS_STORE_TYPES_H
+#define TAVMMS_STORE_TYPES_H
+
+// What the message store's calls take and give: the folders and states it writes into a message's
+// row, the result of every call, and the parts of a message.
+
+#include "mms_content_type.h"
+#include "mms_util_dbstruct.h"
+#include "mms_util_entry.h"
+#include "tavmms_global.h"
+
+#include <QByteArray>
+#include <QDateTime>
+#include <QList>
+#include <QString>
+
+#include <memory>
+
+class MMS_UTIL_MsgHeaderBase;
+
+namespace tavmms::store
+{
+
+// The folder of a message, kept in its row (cmn_fld_folder_id). Numbers other applications wrote
+// are kept and shown as they are.
+enum class Folder : unsigned int {
+    Inbox = 1,  // received messages
+    Outbox = 2, // composed messages waiting to be sent
+    Sent = 3,   // messages the MMSC took
+    Drafts = 4, // composed messages not yet meant to be sent
+};
+
+// The state of a message, kept in its row (cmn_fld_send_receive_state).
+enum class State : unsigned short {
+    ToSend = 1,   // composed, waiting in the outbox
+    Received = 2, // came in from the network
+    Draft = 3,    // composed, kept as a draft
+    Sent = 4,     // taken by the MMSC
+};
+
+// "inbox", "outbox", "sent", "drafts"; empty for another number.
+TAVMMS_EXPORT QString folderName(unsigned int folder);
+// "to send", "received", "draft", "sent"; empty for another number.
+TAVMMS_EXPORT QString stateName(unsigned int state);
+
+// What went wrong, for a caller that acts on it; the text says it to a person.
+enum class ErrorCode {
+    None,
+    NotFound,  // no message has that id
+    Blocked,   // receive: the sender is on the block list
+    Duplicate, // receive: a message with that URI or Message-ID is kept already
+    Exists,    // the message has a mail file already, and replacing it was not asked for
+    Invalid,   // the call's arguments cannot be kept (a folder a composed message cannot go to)
+    NoSpace,   // the disk is full
+    Busy,      // another program held the store's lock longer than the call waits
+    Failed,    // anything else: the database or the file system failed
+};
+
+// The result of a call: done, or an error with one line of text (no line end) naming what failed
+// and why.
+struct TAVMMS_EXPORT Status {
+    ErrorCode code = ErrorCode::None;
+    QString text;
+
+    bool ok() const { return code == ErrorCode::None; }
+    static Status failure(ErrorCode code, const QString& text) { return {code, text}; }
+};
+
+// A message to keep. The entries' names are taken from the address book when they have none of
+// their own.
+struct TAVMMS_EXPORT NewMessage {
+    MMS_UTIL_Entry from;      // compose: when empty, the phone's owner
+    QList<MMS_UTIL_Entry> to; // receive: when empty, the phone's owner
+    QList<MMS_UTIL_Entry> cc;
+    QList<MMS_UTIL_Entry> bcc;
+    QString subject;
+    MMS_CONTENT_TYPE_T contentType = defaultContentType();
+    QByteArray body;
+    QString messageId;
+    QString uri; // the row's message URI; empty: a new "urn:uuid:" one
+
+    // application/vnd.wap.multipart.mixed, without parameters.
+    static MMS_CONTENT_TYPE_T defaultContentType();
+};
+
+// A message that was kept, or why not.
+struct TAVMMS_EXPORT Added {
+    Status status;
+    unsigned int id = 0; // the row
+    QString mailFile;    // the mail file named after it
+};
+
+// A message's row as the message lists show it.
+struct TAVMMS_EXPORT MessageRow {
+    unsigned int id = 0;
+    MMS_UTIL_DBStruct_T record{};
+
+    unsigned int folder() const { return record.cmn_fld_folder_id; }
+    unsigned int state() const { return record.cmn_fld_send_receive_state; }
+    bool isRead() const { return record.cmn_fld_msg_attr_read != 0; }
+    QString from() const;
+    QString to() const;
+    QString subject() const;
+    QString messageId() const;
+    QString uri() const;
+    // The message time; invalid when the row has none.
+    QDateTime time() const;
+    QString mailFile() const;
+};
+
+// Which rows a listing gives.
+struct TAVMMS_EXPORT ListFilter {
+    bool anyFolder = true;
+    unsigned int folder = 0; // when anyFolder is false
+};
+
+struct TAVMMS_EXPORT Listed {
+    Status status;
+    QList<MessageRow> rows; // in id order
+};
+
+// A message read whole: its row, and its mail file's header and body when the file loads.
+struct TAVMMS_EXPORT ReadMessage {
+    Status status; // NotFound when there is no row
+    MessageRow row;
+    std::shared_ptr<MMS_UTIL_MsgHeaderBase> header; // null when the mail file does not load
+    QByteArray body;
+    QString mailFileError; // why the mail file does not load ("no such file '...'"); empty when it
+                           // does
+};
+
+// A message deleted, or why not.
+struct TAVMMS_EXPORT Removed {
+    Status status;
+    unsigned int id = 0;
+    QString mailFile;
+    bool mailFileWasMissing = false; // the row had no mail file
+};
+
+} // namespace tavmms::store
+
+#endif

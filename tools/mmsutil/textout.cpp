@@ -1,0 +1,56 @@
+#include "textout.h"
+
+#include <QDateTime>
+
+namespace textout
+{
+
+QString oneLine(const QString& text)
+{
+    QString line;
+    for (const QChar c : text) {
+        if (c == QLatin1Char('\n'))
+            line += QStringLiteral("\\n");
+        else if (c == QLatin1Char('\t'))
+            line += QStringLiteral("\\t");
+        else if (c.unicode() < 0x20 || c.unicode() == 0x7f)
+            line += QStringLiteral("\\x%1").arg(c.unicode(), 2, 16, QLatin1Char('0'));
+        else
+            line += c;
+    }
+    return line;
+}
+
+QString timeText(quint32 seconds)
+{
+    return QDateTime::fromSecsSinceEpoch(seconds).toString(QStringLiteral("yyyy-MM-dd hh:mm:ss"));
+}
+
+QString columns(const QList<QStringList>& rows, const QList<int>& rightAligned)
+{
+    QList<qsizetype> widths;
+    for (const QStringList& row : rows) {
+        widths.resize(qMax(widths.size(), row.size()), 0);
+        for (qsizetype i = 0; i < row.size(); ++i)
+            widths[i] = qMax(widths[i], row.at(i).size());
+    }
+    QString text;
+    for (const QStringList& row : rows) {
+        QStringList cells;
+        for (qsizetype i = 0; i < row.size(); ++i) {
+            const int width = int(widths.at(i));
+            if (rightAligned.contains(int(i)))
+                cells << row.at(i).rightJustified(width);
+            else
+                cells << (i + 1 < row.size() ? row.at(i).leftJustified(width) : row.at(i));
+        }
+        QString line = cells.join(QStringLiteral("  "));
+        // A last cell that is empty would leave the blanks before it.
+        while (line.endsWith(QLatin1Char(' ')))
+            line.chop(1);
+        text += line + QLatin1Char('\n');
+    }
+    return text;
+}
+
+} // namespace textout
