@@ -5,12 +5,14 @@
 // half-made stays.
 
 #include "message_store.h"
+#include "store_lock.h"
 
 #include <tavmmsutility.h>
 
 #include "support/child_process.h"
 #include "support/failing_database.h"
 #include "support/index_table_helpers.h"
+#include "support/mailfile_helpers.h"
 #include "support/message_store.h"
 #include "support/mock_address_book.h"
 #include "support/mock_settings_store.h"
@@ -655,6 +657,376 @@ TEST_F(MessageStoreTest, RemoveFailingAtAnyDatabaseCallKeepsTheWholeMessage)
         EXPECT_EQ(each.rowCount(), 1);
         EXPECT_EQ(each.files(), QStringList{QStringLiteral("%1.mms").arg(composed.id)});
     }
+}
+
+// ---- a new message never takes the place of a file ----
+
+TEST_F(MessageStoreTest, ComposePassesOverAnIdWhoseFileOrLeftoverIsThere)
+{
+    ASSERT_TRUE(QDir().mkpath(store.mailFileDir()));
+    const QStringList taken = {QStringLiteral("1.mms"), QStringLiteral("2.mms.tmp")};
+    for (const QString& name : taken)
+        ASSERT_TRUE(tavmms_test::writeFileBytes(store.mailFileDir() + u'/' + name, name.toUtf8()));
+
+    const Added outcome = messages.compose(sampleMessage());
+
+    ASSERT_TRUE(outcome.status.ok()) << outcome.status.text.toStdString();
+    EXPECT_EQ(outcome.id, 3u);
+    EXPECT_EQ(tavmms_test::rowIds(store.database().path()), QList<QByteArray>{"3"});
+    for (const QString& name : taken)
+        EXPECT_EQ(tavmms_test::readFileBytes(store.mailFileDir() + u'/' + name), name.toUtf8());
+}
+
+TEST_F(MessageStoreTest, ComposeAfterTheIndexWasResetChangesNoEarlierFile)
+{
+    QList<QByteArray> before;
+    for (int i = 0; i < 3; ++i) {
+        const Added kept = messages.compose(sampleMessage());
+        ASSERT_TRUE(kept.status.ok());
+        before.append(tavmms_test::readFileBytes(kept.mailFile));
+    }
+    // A new, empty index gives its ids from 1 again.
+    tavmms_test::TempDatabase reset;
+    ASSERT_TRUE(reset.isValid());
+    const tavmms_test::ScopedIndexTableState state;
+
+    const Added first = messages.compose(sampleMessage());
+    const Added second = messages.compose(sampleMessage());
+
+    ASSERT_TRUE(first.status.ok()) << first.status.text.toStdString();
+    ASSERT_TRUE(second.status.ok()) << second.status.text.toStdString();
+    EXPECT_EQ(first.id, 4u);
+    EXPECT_EQ(second.id, 5u);
+    EXPECT_EQ(tavmms_test::rowIds(reset.path()), (QList<QByteArray>{"4", "5"}));
+    for (unsigned int id = 1; id <= 3; ++id)
+        EXPECT_EQ(tavmms_test::readFileBytes(store.mailFile(id)), before.at(int(id) - 1));
+}
+
+// ---- receive: duplicates ----
+
+TEST_F(MessageStoreTest, ReceiveRefusesAMessageWhoseUriOrMessageIdIsKeptAlready)
+{
+    NewMessage message = sampleMessage();
+    message.from = phone(QStringLiteral("+4915550199"));
+    message.messageId = QStringLiteral("m-17@mmsc.example");
+    message.uri = QStringLiteral("http://mmsc.example/get/17");
+    const Added kept = messages.receive(message);
+    ASSERT_TRUE(kept.status.ok()) << kept.status.text.toStdString();
+
+    NewMessage sameUri = message;
+    sameUri.messageId = QStringLiteral("m-18@mmsc.example");
+    NewMessage sameId = message;
+    sameId.uri = QStringLiteral("http://mmsc.example/get/18");
+    const Added byUri = messages.receive(sameUri);
+    const Added byId = messages.receive(sameId);
+
+    EXPECT_EQ(byUri.status.code, ErrorCode::Duplicate);
+    EXPECT_EQ(byUri.status.text,
+              QStringLiteral("message %1 has the same URI 'http://mmsc.example/get/17'; the "
+                             "message was not kept again")
+                  .arg(kept.id));
+    EXPECT_EQ(byId.status.code, ErrorCode::Duplicate);
+    EXPECT_EQ(byId.status.text, QStringLiteral("message %1 has the same Message-ID "
+                                               "'m-17@mmsc.example'; the message was not kept "
+                                               "again")
+                                    .arg(kept.id));
+    EXPECT_EQ(store.rowCount(), 1);
+    EXPECT_EQ(store.files(), QStringList{QStringLiteral("%1.mms").arg(kept.id)});
+    EXPECT_EQ(MMS_UTIL_DBTable::mmsTxn, nullptr);
+}
+
+TEST_F(MessageStoreTest, ReceiveWithoutUriOrMessageIdIsNoDuplicate)
+{
+    NewMessage message = sampleMessage();
+    message.from = phone(QStringLiteral("+4915550199"));
+
+    EXPECT_TRUE(messages.receive(message).status.ok());
+    EXPECT_TRUE(messages.receive(message).status.ok());
+
+    EXPECT_EQ(store.rowCount(), 2);
+}
+
+// ---- read, list, setRead, move ----
+
+TEST_F(MessageStoreTest, ReadGivesTheRowTheHeaderAndTheBody)
+{
+    const Added kept = messages.compose(sampleMessage());
+
+    const tavmms::store::ReadMessage message = messages.read(kept.id);
+
+    ASSERT_TRUE(message.status.ok()) << message.status.text.toStdString();
+    EXPECT_EQ(message.row.id, kept.id);
+    EXPECT_EQ(message.row.subject(), QStringLiteral("Lunch today?"));
+    EXPECT_EQ(message.row.folder(), unsigned(Folder::Outbox));
+    EXPECT_EQ(message.row.mailFile(), kept.mailFile);
+    ASSERT_TRUE(message.header);
+    EXPECT_EQ(message.header->subject, QStringLiteral("Lunch today?"));
+    EXPECT_EQ(message.body, sampleMessage().body);
+    EXPECT_TRUE(message.mailFileError.isEmpty());
+}
+
+TEST_F(MessageStoreTest, ReadOfAMessageWithoutItsMailFileGivesTheRowAndSaysWhy)
+{
+    const Added kept = messages.compose(sampleMessage());
+    ASSERT_TRUE(QFile::remove(kept.mailFile));
+
+    const tavmms::store::ReadMessage message = messages.read(kept.id);
+
+    EXPECT_TRUE(message.status.ok());
+    EXPECT_EQ(message.row.subject(), QStringLiteral("Lunch today?"));
+    EXPECT_FALSE(message.header);
+    EXPECT_EQ(message.mailFileError, QStringLiteral("no such file '%1'").arg(kept.mailFile));
+}
+
+TEST_F(MessageStoreTest, ReadOfAnUnknownIdIsNotFound)
+{
+    const tavmms::store::ReadMessage message = messages.read(42);
+
+    EXPECT_EQ(message.status.code, ErrorCode::NotFound);
+    EXPECT_EQ(message.status.text, QStringLiteral("no message 42"));
+}
+
+TEST_F(MessageStoreTest, ListGivesTheRowsInIdOrderAndOnlyThoseOfAFolder)
+{
+    NewMessage received = sampleMessage();
+    received.from = phone(QStringLiteral("+4915550199"));
+    const Added first = messages.compose(sampleMessage());
+    const Added second = messages.receive(received);
+    const Added third = messages.compose(sampleMessage(), Folder::Drafts);
+
+    const tavmms::store::Listed all = messages.list();
+    tavmms::store::ListFilter drafts;
+    drafts.anyFolder = false;
+    drafts.folder = unsigned(Folder::Drafts);
+    const tavmms::store::Listed onlyDrafts = messages.list(drafts);
+
+    ASSERT_TRUE(all.status.ok());
+    QList<unsigned int> ids;
+    for (const tavmms::store::MessageRow& row : all.rows)
+        ids.append(row.id);
+    EXPECT_EQ(ids, (QList<unsigned int>{first.id, second.id, third.id}));
+    EXPECT_EQ(all.rows.at(1).folder(), unsigned(Folder::Inbox));
+    EXPECT_FALSE(all.rows.at(1).isRead());
+    ASSERT_EQ(onlyDrafts.rows.size(), 1);
+    EXPECT_EQ(onlyDrafts.rows.at(0).id, third.id);
+}
+
+TEST_F(MessageStoreTest, SetReadAndMoveChangeTheirFieldAndNothingElse)
+{
+    NewMessage received = sampleMessage();
+    received.from = phone(QStringLiteral("+4915550199"));
+    const Added kept = messages.receive(received);
+    const MMS_UTIL_DBStruct_T before = store.row(kept.id);
+
+    ASSERT_TRUE(messages.setRead(kept.id, true).ok());
+    ASSERT_TRUE(messages.move(kept.id, Folder::Sent).ok());
+
+    MMS_UTIL_DBStruct_T expected = before;
+    expected.cmn_fld_msg_attr_read = 1;
+    expected.cmn_fld_folder_id = unsigned(Folder::Sent);
+    EXPECT_TRUE(tavmms_test::sameRecord(expected, store.row(kept.id)));
+    ASSERT_TRUE(messages.setRead(kept.id, false).ok());
+    EXPECT_EQ(store.row(kept.id).cmn_fld_msg_attr_read, 0);
+    EXPECT_EQ(MMS_UTIL_DBTable::mmsTxn, nullptr);
+}
+
+TEST_F(MessageStoreTest, SetReadAndMoveOfAnUnknownIdAreNotFound)
+{
+    EXPECT_EQ(messages.setRead(42, true).code, ErrorCode::NotFound);
+    EXPECT_EQ(messages.move(42, Folder::Inbox).code, ErrorCode::NotFound);
+    EXPECT_EQ(messages.move(42, Folder::Inbox).text, QStringLiteral("no message 42"));
+}
+
+TEST_F(MessageStoreTest, MoveToAFolderTheStoreDoesNotKnowIsRefused)
+{
+    const Added kept = messages.compose(sampleMessage());
+
+    const tavmms::store::Status status = messages.move(kept.id, Folder(9));
+
+    EXPECT_EQ(status.code, ErrorCode::Invalid);
+    EXPECT_EQ(status.text, QStringLiteral("there is no folder 9"));
+    EXPECT_EQ(store.row(kept.id).cmn_fld_folder_id, unsigned(Folder::Outbox));
+}
+
+TEST_F(MessageStoreTest, RemoveOfSeveralReportsEachAndGoesOnAfterAFailure)
+{
+    const Added first = messages.compose(sampleMessage());
+    const Added second = messages.compose(sampleMessage());
+
+    const QList<Removed> removed = messages.remove({first.id, 42, second.id});
+
+    ASSERT_EQ(removed.size(), 3);
+    EXPECT_TRUE(removed.at(0).status.ok());
+    EXPECT_EQ(removed.at(1).status.code, ErrorCode::NotFound);
+    EXPECT_TRUE(removed.at(2).status.ok());
+    EXPECT_EQ(store.rowCount(), 0);
+    EXPECT_EQ(store.files(), QStringList());
+}
+
+// ---- a mail file written for a row ----
+
+TEST_F(MessageStoreTest, WriteMailFileRefusesAnIdWithoutARow)
+{
+    MMS_UTIL_MsgHeaderBase header;
+
+    const Added written = messages.writeMailFile(9999, header, "body", false);
+
+    EXPECT_EQ(written.status.code, ErrorCode::NotFound);
+    EXPECT_EQ(written.status.text, QStringLiteral("no message 9999"));
+    EXPECT_FALSE(QFileInfo::exists(store.mailFile(9999)));
+}
+
+TEST_F(MessageStoreTest, WriteMailFileReplacesAMessagesFileOnlyWhenAsked)
+{
+    const Added kept = messages.compose(sampleMessage());
+    const QByteArray before = tavmms_test::readFileBytes(kept.mailFile);
+    MMS_UTIL_MsgHeaderBase header;
+    header.subject = QStringLiteral("Replaced");
+
+    const Added refused = messages.writeMailFile(kept.id, header, "new body", false);
+
+    EXPECT_EQ(refused.status.code, ErrorCode::Exists);
+    EXPECT_EQ(refused.status.text, QStringLiteral("message %1 has a mail file already ('%2')")
+                                       .arg(kept.id)
+                                       .arg(kept.mailFile));
+    EXPECT_EQ(tavmms_test::readFileBytes(kept.mailFile), before);
+
+    const Added replaced = messages.writeMailFile(kept.id, header, "new body", true);
+
+    ASSERT_TRUE(replaced.status.ok()) << replaced.status.text.toStdString();
+    const tavmms::store::ReadMessage message = messages.read(kept.id);
+    ASSERT_TRUE(message.header);
+    EXPECT_EQ(message.header->subject, QStringLiteral("Replaced"));
+    EXPECT_EQ(message.body, "new body");
+    EXPECT_EQ(store.files(), QStringList{QStringLiteral("%1.mms").arg(kept.id)});
+}
+
+TEST_F(MessageStoreTest, WriteMailFileGivesARowWithoutItsFileANewOne)
+{
+    const Added kept = messages.compose(sampleMessage());
+    ASSERT_TRUE(QFile::remove(kept.mailFile));
+    MMS_UTIL_MsgHeaderBase header;
+
+    const Added written = messages.writeMailFile(kept.id, header, "body", false);
+
+    ASSERT_TRUE(written.status.ok()) << written.status.text.toStdString();
+    EXPECT_EQ(messages.read(kept.id).body, "body");
+}
+
+// ---- what a program that died leaves is completed on the next use ----
+
+// A mail file as a save that was cut short leaves it.
+void putFile(const QString& path, const QByteArray& bytes)
+{
+    ASSERT_TRUE(QDir().mkpath(QFileInfo(path).path()));
+    ASSERT_TRUE(tavmms_test::writeFileBytes(path, bytes));
+}
+
+TEST_F(MessageStoreTest, TheNextUsePutsAWholeLeftoverOfARowInPlace)
+{
+    const Added kept = messages.compose(sampleMessage());
+    const QByteArray bytes = tavmms_test::readFileBytes(kept.mailFile);
+    // The save got as far as removing the old file.
+    ASSERT_TRUE(QFile::rename(kept.mailFile, kept.mailFile + QStringLiteral(".tmp")));
+
+    MessageStore next;
+    const tavmms::store::Listed listed = next.list();
+
+    ASSERT_TRUE(listed.status.ok());
+    EXPECT_EQ(store.files(), QStringList{QStringLiteral("%1.mms").arg(kept.id)});
+    EXPECT_EQ(tavmms_test::readFileBytes(kept.mailFile), bytes);
+}
+
+TEST_F(MessageStoreTest, TheNextUseRemovesATornLeftoverOfARowWithoutMailFile)
+{
+    const Added kept = messages.compose(sampleMessage());
+    const QByteArray bytes = tavmms_test::readFileBytes(kept.mailFile);
+    ASSERT_TRUE(QFile::remove(kept.mailFile));
+    ASSERT_NO_FATAL_FAILURE(putFile(kept.mailFile + QStringLiteral(".tmp"), bytes.chopped(3)));
+
+    MessageStore next;
+    ASSERT_TRUE(next.list().status.ok());
+
+    EXPECT_EQ(store.files(), QStringList());
+    EXPECT_EQ(store.rowCount(), 1);
+}
+
+TEST_F(MessageStoreTest, TheNextUsePutsBackAMailFileADeleteSetAside)
+{
+    const Added kept = messages.compose(sampleMessage());
+    const QByteArray bytes = tavmms_test::readFileBytes(kept.mailFile);
+    // The delete died before its row's deletion was committed.
+    ASSERT_TRUE(QFile::rename(kept.mailFile, kept.mailFile + QStringLiteral(".deleted")));
+
+    MessageStore next;
+    ASSERT_TRUE(next.list().status.ok());
+
+    EXPECT_EQ(store.files(), QStringList{QStringLiteral("%1.mms").arg(kept.id)});
+    EXPECT_EQ(tavmms_test::readFileBytes(kept.mailFile), bytes);
+}
+
+TEST_F(MessageStoreTest, TheNextUseRemovesASetAsideFileWhoseRowIsGone)
+{
+    ASSERT_NO_FATAL_FAILURE(putFile(store.mailFile(7) + QStringLiteral(".deleted"), "message"));
+
+    MessageStore next;
+    ASSERT_TRUE(next.list().status.ok());
+
+    EXPECT_EQ(store.files(), QStringList());
+}
+
+TEST_F(MessageStoreTest, TheNextUseLeavesFilesWithoutARowToARepair)
+{
+    // An add that died before its commit, and a leftover of one: neither has a row, and either may
+    // be the only copy of a message whose index was lost.
+    ASSERT_NO_FATAL_FAILURE(putFile(store.mailFile(7), "message"));
+    ASSERT_NO_FATAL_FAILURE(putFile(store.mailFile(8) + QStringLiteral(".tmp"), "message"));
+    const QStringList before = store.files();
+
+    MessageStore next;
+    ASSERT_TRUE(next.list().status.ok());
+
+    EXPECT_EQ(store.files(), before);
+}
+
+TEST_F(MessageStoreTest, ReadCompletesASaveCutShortSinceTheStoreWasFirstUsed)
+{
+    const Added kept = messages.compose(sampleMessage());
+    ASSERT_TRUE(messages.list().status.ok());
+    ASSERT_TRUE(QFile::rename(kept.mailFile, kept.mailFile + QStringLiteral(".tmp")));
+
+    const tavmms::store::ReadMessage message = messages.read(kept.id);
+
+    ASSERT_TRUE(message.header) << message.mailFileError.toStdString();
+    EXPECT_EQ(message.body, sampleMessage().body);
+    EXPECT_EQ(store.files(), QStringList{QStringLiteral("%1.mms").arg(kept.id)});
+}
+
+// ---- the store's lock ----
+
+TEST_F(MessageStoreTest, AWriterWaitsForARepairAndGivesUpAfterItsTimeout)
+{
+    ASSERT_TRUE(messages.compose(sampleMessage()).status.ok());
+    tavmms::store::StoreLock repair;
+    ASSERT_TRUE(repair
+                    .acquire(tavmms::store::StoreLock::defaultPath(),
+                             tavmms::store::StoreLock::Exclusive, 0ms)
+                    .ok());
+    MessageStore impatient(100ms);
+
+    const Added outcome = impatient.compose(sampleMessage());
+    const Removed removed = impatient.remove(1);
+
+    EXPECT_EQ(outcome.status.code, ErrorCode::Busy);
+    EXPECT_TRUE(outcome.status.text.startsWith(
+        QStringLiteral("the message store is busy: another program has held its lock")))
+        << outcome.status.text.toStdString();
+    EXPECT_EQ(removed.status.code, ErrorCode::Busy);
+    EXPECT_EQ(store.rowCount(), 1);
+    EXPECT_EQ(store.files(), QStringList{QStringLiteral("1.mms")});
+
+    repair.release();
+    EXPECT_TRUE(impatient.compose(sampleMessage()).status.ok());
 }
 
 } // namespace

@@ -74,9 +74,11 @@ Status StoreLock::acquire(const QString& path, Mode mode, std::chrono::milliseco
             return Status::failure(
                 ErrorCode::Busy,
                 QStringLiteral("the message store is busy: another program has held its lock "
-                               "'%1' for more than %2 ms (a check or repair may be running)")
+                               "'%1' for more than %2 ms (%3)")
                     .arg(path)
-                    .arg(timeout.count()));
+                    .arg(timeout.count())
+                    .arg(mode == Shared ? QStringLiteral("a repair may be running")
+                                        : QStringLiteral("messages are being read or written")));
         }
         std::this_thread::sleep_for(pause);
         pause = std::min(pause * 2, kLongestPause);
