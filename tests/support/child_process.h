@@ -52,6 +52,8 @@ public:
     // In the parent: waits for the child to end (killing it when `timeout` passes) and returns
     // its verdict, with everything it sent as the message.
     ChildVerdict finish(std::chrono::milliseconds timeout);
+    // In the parent: every line received so far, each ended by a newline.
+    const std::string& transcript() const { return transcript_; }
 
 private:
     int reap();
