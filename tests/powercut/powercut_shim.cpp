@@ -27,11 +27,13 @@
 #include <fcntl.h>
 #include <limits.h>
 #include <map>
+#include <memory>
 #include <mutex>
 #include <string>
 #include <sys/stat.h>
 #include <sys/uio.h>
 #include <unistd.h>
+#include <utility>
 
 namespace
 {
@@ -40,6 +42,16 @@ template <typename F> F next(const char* name)
 {
     return reinterpret_cast<F>(dlsym(RTLD_NEXT, name));
 }
+
+// Closes a descriptor when it goes.
+struct Descriptor {
+    int fd;
+    ~Descriptor()
+    {
+        if (fd >= 0)
+            ::close(fd);
+    }
+};
 
 struct Real {
     int (*open)(const char*, int, ...) = next<decltype(open)>("open");
@@ -86,91 +98,76 @@ struct Shim {
 
     void writeFile(const std::string& path, const std::string& text)
     {
-        const int fd = real.open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
-        if (fd < 0)
-            return;
-        for (size_t done = 0; done < text.size();) {
-            const ssize_t n = real.write(fd, text.data() + done, text.size() - done);
+        const Descriptor out{
+            real.open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644)};
+        for (size_t done = 0; out.fd >= 0 && done < text.size();) {
+            const ssize_t n = real.write(out.fd, text.data() + done, text.size() - done);
             if (n <= 0)
                 break;
             done += size_t(n);
         }
-        ::close(fd);
     }
 
     // Keeps the content that `fd` (a regular file) has now as its durable content.
     void keepFile(int fd)
     {
+        const Descriptor in{
+            real.open(("/proc/self/fd/" + std::to_string(fd)).c_str(), O_RDONLY | O_CLOEXEC)};
         struct stat st;
-        const std::string self = "/proc/self/fd/" + std::to_string(fd);
-        const int in = real.open(self.c_str(), O_RDONLY | O_CLOEXEC);
-        if (in < 0 || ::fstat(in, &st) != 0) {
-            if (in >= 0)
-                ::close(in);
+        if (in.fd < 0 || ::fstat(in.fd, &st) != 0)
             return;
-        }
         std::string content;
         char buffer[65536];
-        for (ssize_t n; (n = ::read(in, buffer, sizeof buffer)) > 0;)
+        for (ssize_t n; (n = ::read(in.fd, buffer, sizeof buffer)) > 0;)
             content.append(buffer, size_t(n));
-        ::close(in);
         writeFile(journal + "/files/" + identity(st), content);
+    }
+
+    // Calls `visit(dirfd, name, st)` for each file and directory in directory `fd`.
+    template <typename Visit> void forEachEntry(int fd, Visit visit)
+    {
+        Descriptor opened{real.openat(fd, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC)};
+        const std::unique_ptr<DIR, int (*)(DIR*)> dir(
+            opened.fd < 0 ? nullptr : ::fdopendir(opened.fd), ::closedir);
+        if (!dir)
+            return;
+        const int own = std::exchange(opened.fd, -1); // the stream closes it now
+        while (const dirent* entry = ::readdir(dir.get())) {
+            const std::string name = entry->d_name;
+            struct stat st;
+            if (name != "." && name != ".." &&
+                ::fstatat(own, name.c_str(), &st, AT_SYMLINK_NOFOLLOW) == 0 &&
+                (S_ISDIR(st.st_mode) || S_ISREG(st.st_mode)))
+                visit(own, name, st);
+        }
     }
 
     // Keeps the names that directory `fd` holds now as its durable names.
     void keepDirectory(int fd)
     {
-        struct stat st;
-        const int own = real.openat(fd, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-        DIR* dir = own < 0 ? nullptr : ::fdopendir(own);
-        if (!dir) {
-            if (own >= 0)
-                ::close(own);
-            return;
-        }
         std::string entries;
-        while (const dirent* entry = ::readdir(dir)) {
-            const std::string name = entry->d_name;
-            if (name == "." || name == ".." ||
-                ::fstatat(own, name.c_str(), &st, AT_SYMLINK_NOFOLLOW) != 0)
-                continue;
-            if (S_ISDIR(st.st_mode) || S_ISREG(st.st_mode))
-                entries += std::string(S_ISDIR(st.st_mode) ? "d " : "f ") + identity(st) + " " +
-                           name + "\n";
-        }
-        if (::fstat(own, &st) == 0)
+        forEachEntry(fd, [&](int, const std::string& name, const struct stat& st) {
+            entries +=
+                std::string(S_ISDIR(st.st_mode) ? "d " : "f ") + identity(st) + " " + name + "\n";
+        });
+        struct stat st;
+        if (::fstat(fd, &st) == 0)
             writeFile(journal + "/dirs/" + identity(st), entries);
-        ::closedir(dir);
     }
 
     // Keeps all that is under directory `fd` as durable, the directory itself included.
     void keepTree(int fd)
     {
         keepDirectory(fd);
-        const int own = real.openat(fd, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-        DIR* dir = own < 0 ? nullptr : ::fdopendir(own);
-        if (!dir) {
-            if (own >= 0)
-                ::close(own);
-            return;
-        }
-        while (const dirent* entry = ::readdir(dir)) {
-            const std::string name = entry->d_name;
-            struct stat st;
-            if (name == "." || name == ".." ||
-                ::fstatat(own, name.c_str(), &st, AT_SYMLINK_NOFOLLOW) != 0 ||
-                !(S_ISDIR(st.st_mode) || S_ISREG(st.st_mode)))
-                continue;
-            const int child = real.openat(own, name.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW);
-            if (child < 0)
-                continue;
+        forEachEntry(fd, [&](int dir, const std::string& name, const struct stat& st) {
+            const Descriptor child{real.openat(dir, name.c_str(), O_RDONLY | O_CLOEXEC)};
+            if (child.fd < 0)
+                return;
             if (S_ISDIR(st.st_mode))
-                keepTree(child);
+                keepTree(child.fd);
             else
-                keepFile(child);
-            ::close(child);
-        }
-        ::closedir(dir);
+                keepFile(child.fd);
+        });
     }
 
     // The absolute name of `path` seen from `dirfd`, its directory resolved.
@@ -243,12 +240,11 @@ Shim::Shim()
     real.mkdirat(AT_FDCWD, (journal + "/dirs").c_str(), 0755);
     real.mkdirat(AT_FDCWD, (journal + "/files").c_str(), 0755);
     log = real.open((journal + "/calls").c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0644);
-    const int fd = real.open(resolved, O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    const Descriptor top{real.open(resolved, O_RDONLY | O_DIRECTORY | O_CLOEXEC)};
     struct stat st;
-    if (fd < 0 || ::fstat(fd, &st) != 0)
+    if (top.fd < 0 || ::fstat(top.fd, &st) != 0)
         return;
-    keepTree(fd);
-    ::close(fd);
+    keepTree(top.fd);
     writeFile(journal + "/root", identity(st) + "\n");
     root = resolved; // from here on, calls are watched
 }
@@ -354,15 +350,6 @@ int open(const char* path, int flags, ...)
     return openName(AT_FDCWD, path, flags, mode);
 }
 
-int open64(const char* path, int flags, ...)
-{
-    va_list arguments;
-    va_start(arguments, flags);
-    const mode_t mode = modeOf(flags, arguments);
-    va_end(arguments);
-    return openName(AT_FDCWD, path, flags, mode);
-}
-
 int openat(int dirfd, const char* path, int flags, ...)
 {
     va_list arguments;
@@ -372,14 +359,9 @@ int openat(int dirfd, const char* path, int flags, ...)
     return openName(dirfd, path, flags, mode);
 }
 
-int openat64(int dirfd, const char* path, int flags, ...)
-{
-    va_list arguments;
-    va_start(arguments, flags);
-    const mode_t mode = modeOf(flags, arguments);
-    va_end(arguments);
-    return openName(dirfd, path, flags, mode);
-}
+// The 64-bit names are the same calls where off_t has 64 bits.
+int open64(const char* path, int flags, ...) __attribute__((alias("open")));
+int openat64(int dirfd, const char* path, int flags, ...) __attribute__((alias("openat")));
 
 ssize_t write(int fd, const void* data, size_t size)
 {
@@ -392,9 +374,7 @@ ssize_t pwrite(int fd, const void* data, size_t size, off_t offset)
 }
 
 ssize_t pwrite64(int fd, const void* data, size_t size, off_t offset)
-{
-    return pwrite(fd, data, size, offset);
-}
+    __attribute__((alias("pwrite")));
 
 ssize_t writev(int fd, const iovec* parts, int count)
 {
@@ -406,10 +386,7 @@ int ftruncate(int fd, off_t length)
     return changeThrough(fd, "ftruncate", [&] { return shim().real.ftruncate(fd, length); });
 }
 
-int ftruncate64(int fd, off_t length)
-{
-    return ftruncate(fd, length);
-}
+int ftruncate64(int fd, off_t length) __attribute__((alias("ftruncate")));
 
 int fsync(int fd)
 {
