@@ -1,0 +1,355 @@
+// A power cut in the middle of an mmsutil command that changes the store. The command runs with
+// the library of tests/powercut preloaded, which kills it at its N-th call that changes or syncs a
+// file under the store and keeps what a power cut would have left: only what was synced. The store
+// is rebuilt from that, for N = 1, 2, ... until the command completes (and once more after it
+// completes, as a cut right after it returns). Whatever the cut, the messages kept before stay
+// whole, the command's own message is whole or not there, and the store takes new messages.
+
+#include "mail_file_io.h"
+
+#include "support/message_store.h"
+#include "support/tool_process.h"
+
+#include <gtest/gtest.h>
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QMap>
+#include <QProcess>
+#include <QTemporaryDir>
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <iostream>
+#include <string>
+
+namespace
+{
+
+namespace fs = std::filesystem;
+using tavmms_test::ToolResult;
+
+// More calls than any store command makes: a command still not completed then never will.
+const long kMostCuts = 2000;
+
+struct Message {
+    unsigned id = 0;
+    QByteArray body;
+};
+
+// Builds directory `dir` anew as the journal's directory `identity` was last synced, and what is
+// under it: a file holds the content last synced for its inode, nothing when it never was.
+void rebuild(const fs::path& journal, const std::string& identity, const fs::path& dir)
+{
+    std::ifstream entries(journal / "dirs" / identity);
+    std::string type;
+    std::string child;
+    std::string name;
+    while (entries >> type >> child && entries.get() == ' ' && std::getline(entries, name)) {
+        const fs::path path = dir / name;
+        if (type == "d") {
+            fs::create_directory(path);
+            rebuild(journal, child, path);
+        } else if (fs::exists(journal / "files" / child)) {
+            fs::copy_file(journal / "files" / child, path);
+        } else {
+            std::ofstream{path};
+        }
+    }
+}
+
+// Gives `root` back what a power cut left of it, as the journal of the cut command tells.
+void restore(const fs::path& journal, const fs::path& root)
+{
+    for (const fs::directory_entry& entry : fs::directory_iterator(root))
+        fs::remove_all(entry.path());
+    std::ifstream rootIdentity(journal / "root");
+    std::string identity;
+    ASSERT_TRUE(rootIdentity >> identity) << "the journal has no root: " << journal;
+    rebuild(journal, identity, root);
+}
+
+QByteArray contentOf(const QString& path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+class PowerCutTest : public ::testing::Test
+{
+protected:
+    void SetUp() override
+    {
+#ifndef TAVMMS_POWERCUT_SHIM
+        GTEST_SKIP() << "in a sanitizer build the preloaded library would come before the "
+                        "sanitizer's runtime, which must be loaded first";
+#endif
+        ASSERT_TRUE(inputs.isValid() && setup.isValid() && work.isValid() && journal.isValid());
+        for (int i = 1; i <= 3; ++i) {
+            const Message message = compose(setup.path(), "kept body " + QByteArray::number(i) +
+                                                              QByteArray(64 * i, char(i)));
+            ASSERT_NE(message.id, 0u);
+            kept.append(message);
+        }
+    }
+
+    QString bodyFile(const QByteArray& body)
+    {
+        const QString path = inputs.filePath(QStringLiteral("body%1").arg(++bodies));
+        QFile file(path);
+        EXPECT_TRUE(file.open(QIODevice::WriteOnly) && file.write(body) == body.size());
+        return path;
+    }
+
+    static QString mailFile(const QString& store, unsigned id)
+    {
+        return store + QStringLiteral("/download/mms/mailfile/%1.mms").arg(id);
+    }
+
+    ToolResult run(const QString& store, const QStringList& arguments)
+    {
+        return tavmms_test::runOnStore(QStringLiteral(TAVMMS_MMSUTIL_PATH), store, arguments);
+    }
+
+    // Composes a message with `body` in `store`; its id is 0 after a failure.
+    Message compose(const QString& store, const QByteArray& body)
+    {
+        const ToolResult result =
+            run(store, {QStringLiteral("compose"), QStringLiteral("--to"),
+                        QStringLiteral("+15550101"), QStringLiteral("--subject"),
+                        QStringLiteral("Hello"), QStringLiteral("--body"), bodyFile(body)});
+        EXPECT_EQ(result.exitCode, 0) << result.err.toStdString();
+        return Message{result.out.split(' ').constFirst().toUInt(), body};
+    }
+
+    // Runs mmsutil `arguments` on the work store, killed at its call `at`; whether it was.
+    bool runCutAt(const QStringList& arguments, long at)
+    {
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.insert(QStringLiteral("TAV_PLATFORM_DIR"), work.filePath("platform"));
+        environment.insert(QStringLiteral("TAV_LOCAL_DOWNLOAD_PATH"), work.filePath("download"));
+        environment.insert(QStringLiteral("TZ"), QStringLiteral("UTC"));
+#ifdef TAVMMS_POWERCUT_SHIM
+        environment.insert(QStringLiteral("LD_PRELOAD"), QStringLiteral(TAVMMS_POWERCUT_SHIM));
+#endif
+        environment.insert(QStringLiteral("TAVMMS_POWERCUT_ROOT"), work.path());
+        environment.insert(QStringLiteral("TAVMMS_POWERCUT_JOURNAL"), journal.path());
+        environment.insert(QStringLiteral("TAVMMS_POWERCUT_AT"), QString::number(at));
+        QProcess process;
+        process.setWorkingDirectory(work.path());
+        process.setProcessEnvironment(environment);
+        process.start(QStringLiteral(TAVMMS_MMSUTIL_PATH), arguments);
+        process.closeWriteChannel();
+        EXPECT_TRUE(process.waitForFinished(30000)) << "the command hung";
+        const bool cut = QFile::exists(journal.filePath(QStringLiteral("cut")));
+        EXPECT_EQ(process.exitStatus() == QProcess::CrashExit, cut)
+            << process.readAllStandardError().toStdString();
+        if (!cut) {
+            EXPECT_EQ(process.exitCode(), 0) << process.readAllStandardError().toStdString();
+        }
+        return cut;
+    }
+
+    // The ids of the rows that `mmsutil list` gives; the first use of the store after the cut,
+    // which completes what the cut left.
+    QList<unsigned> listedIds()
+    {
+        const ToolResult result =
+            run(work.path(), {QStringLiteral("list"), QStringLiteral("--json")});
+        EXPECT_EQ(result.exitCode, 0) << result.err.toStdString();
+        QList<unsigned> ids;
+        for (const QJsonValue row : QJsonDocument::fromJson(result.out).array())
+            ids.append(unsigned(row.toObject().value(QStringLiteral("id")).toInt()));
+        return ids;
+    }
+
+    // Whether message `id` of the work store has a mail file that loads whole with `body`.
+    bool loadsWith(unsigned id, const QByteArray& body)
+    {
+        QString error;
+        const auto loaded = tavmms::store::loadMailFile(mailFile(work.path(), id), &error);
+        if (!loaded) {
+            ADD_FAILURE() << error.toStdString();
+            return false;
+        }
+        return QByteArray(reinterpret_cast<const char*>(loaded->body.get()),
+                          qsizetype(loaded->bodyLength)) == body;
+    }
+
+    // What `mmsutil check` finds is at most a mail file without a row, of a message not kept.
+    void expectOnlyFilesWithoutRows()
+    {
+        const ToolResult result = run(work.path(), {QStringLiteral("check")});
+        const QList<QByteArray> lines = result.out.trimmed().split('\n');
+        for (qsizetype i = 0; i + 1 < lines.size(); ++i) {
+            const QByteArray& line = lines[i];
+            const unsigned id = line.left(line.indexOf('.')).toUInt();
+            EXPECT_TRUE(line.endsWith(".mms: no row") && !isKept(id)) << line.toStdString();
+        }
+        EXPECT_TRUE(result.err.isEmpty()) << result.err.toStdString();
+    }
+
+    bool isKept(unsigned id) const
+    {
+        return std::any_of(kept.begin(), kept.end(),
+                           [id](const Message& message) { return message.id == id; });
+    }
+
+    // A new message takes an id of its own: every mail file there stays as it is.
+    void expectComposeReplacesNothing()
+    {
+        const QDir directory(work.filePath(QStringLiteral("download/mms/mailfile")));
+        QMap<QString, QByteArray> before;
+        for (const QString& name : tavmms_test::namesIn(directory.path()))
+            before.insert(name, contentOf(directory.filePath(name)));
+        const Message added = compose(work.path(), "a body after the cut");
+        ASSERT_NE(added.id, 0u);
+        EXPECT_FALSE(before.contains(QStringLiteral("%1.mms").arg(added.id))) << added.id;
+        for (auto it = before.cbegin(); it != before.cend(); ++it)
+            EXPECT_EQ(contentOf(directory.filePath(it.key())), it.value())
+                << it.key().toStdString();
+        EXPECT_TRUE(loadsWith(added.id, added.body));
+    }
+
+    // Runs `operation` on a copy of the kept store, cut at each of its calls in turn, and checks
+    // the store each cut leaves: the kept messages but `changed` stay as they were, and
+    // `checkOwn` judges the rows listed, knowing whether the operation completed. Gives the
+    // number of cut points.
+    long cutEverywhere(const QStringList& operation, unsigned changed,
+                       const std::function<void(const QList<unsigned>&, bool)>& checkOwn)
+    {
+        for (long at = 1; at <= kMostCuts; ++at) {
+            for (QTemporaryDir* dir : {&work, &journal}) {
+                for (const fs::directory_entry& entry :
+                     fs::directory_iterator(dir->path().toStdString()))
+                    fs::remove_all(entry.path());
+            }
+            fs::copy(setup.path().toStdString(), work.path().toStdString(),
+                     fs::copy_options::recursive);
+            const bool cut = runCutAt(operation, at);
+            SCOPED_TRACE(cut ? "cut at " +
+                                   contentOf(journal.filePath(QStringLiteral("cut"))).toStdString()
+                             : "after all " + std::to_string(at - 1) + " calls");
+            restore(journal.path().toStdString(), work.path().toStdString());
+            const QList<unsigned> ids = listedIds();
+            for (const Message& message : kept) {
+                if (message.id == changed)
+                    continue;
+                EXPECT_TRUE(ids.contains(message.id)) << message.id;
+                EXPECT_EQ(contentOf(mailFile(work.path(), message.id)),
+                          contentOf(mailFile(setup.path(), message.id)))
+                    << message.id;
+            }
+            checkOwn(ids, !cut);
+            expectOnlyFilesWithoutRows();
+            expectComposeReplacesNothing();
+            if (HasFailure()) {
+                ADD_FAILURE() << "the calls up to the cut:\n"
+                              << contentOf(journal.filePath(QStringLiteral("calls"))).toStdString();
+                return at;
+            }
+            if (!cut)
+                return at - 1;
+        }
+        ADD_FAILURE() << operation.join(' ').toStdString() << " is cut after " << kMostCuts
+                      << " calls still";
+        return kMostCuts;
+    }
+
+    // For an add: the one new row, when there is one, has its whole mail file; the add that
+    // completed has its row.
+    void checkAdd(const QStringList& operation, const QByteArray& body)
+    {
+        const long cuts =
+            cutEverywhere(operation, 0, [&](const QList<unsigned>& ids, bool completed) {
+                QList<unsigned> added;
+                for (const unsigned id : ids) {
+                    if (!isKept(id))
+                        added.append(id);
+                }
+                EXPECT_LE(added.size(), 1);
+                if (completed) {
+                    EXPECT_EQ(added.size(), 1);
+                }
+                for (const unsigned id : added)
+                    EXPECT_TRUE(loadsWith(id, body)) << id;
+            });
+        EXPECT_TRUE(databaseSyncWatched());
+        std::cout << operation.constFirst().toStdString() << ": " << cuts << " cut points\n";
+    }
+
+    // Whether the last command's commit was seen syncing the database's log: were SQLite's own
+    // calls not watched, the cuts would spare the database.
+    bool databaseSyncWatched()
+    {
+        const QByteArray log = QFile::encodeName(QFileInfo(work.path()).canonicalFilePath()) +
+                               "/platform/device.db-wal";
+        return contentOf(journal.filePath(QStringLiteral("calls")))
+            .contains("fdatasync " + log + '\n');
+    }
+
+    QTemporaryDir inputs;
+    QTemporaryDir setup;   // the store with the kept messages
+    QTemporaryDir work;    // the store each cut command runs on
+    QTemporaryDir journal; // what the cut command left durable
+    QList<Message> kept;
+    int bodies = 0;
+};
+
+TEST_F(PowerCutTest, ComposeCutAtAnyCallKeepsEveryKeptMessage)
+{
+    const QByteArray body = "the composed body \x01\x02";
+    checkAdd({QStringLiteral("compose"), QStringLiteral("--to"), QStringLiteral("+15550102"),
+              QStringLiteral("--subject"), QStringLiteral("New"), QStringLiteral("--body"),
+              bodyFile(body)},
+             body);
+}
+
+TEST_F(PowerCutTest, ReceiveCutAtAnyCallKeepsEveryKeptMessage)
+{
+    const QByteArray body = "the received body \x03\x04";
+    checkAdd({QStringLiteral("receive"), bodyFile(body), QStringLiteral("--from"),
+              QStringLiteral("+15550103"), QStringLiteral("--subject"), QStringLiteral("In")},
+             body);
+}
+
+TEST_F(PowerCutTest, DeleteCutAtAnyCallLeavesTheMessageWholeOrGone)
+{
+    const Message victim = kept.value(1);
+    const long cuts = cutEverywhere({QStringLiteral("delete"), QString::number(victim.id)},
+                                    victim.id, [&](const QList<unsigned>& ids, bool completed) {
+                                        EXPECT_FALSE(completed && ids.contains(victim.id));
+                                        if (ids.contains(victim.id)) {
+                                            EXPECT_EQ(contentOf(mailFile(work.path(), victim.id)),
+                                                      contentOf(mailFile(setup.path(), victim.id)));
+                                        }
+                                    });
+    EXPECT_TRUE(databaseSyncWatched());
+    std::cout << "delete: " << cuts << " cut points\n";
+}
+
+TEST_F(PowerCutTest, ReplacingAMailFileCutAtAnyCallLeavesTheOldOrTheNewFile)
+{
+    const Message victim = kept.value(1);
+    const QByteArray body = "the replacing body \x05\x06";
+    const long cuts = cutEverywhere(
+        {QStringLiteral("mailfile"), QStringLiteral("write"), QStringLiteral("--id"),
+         QString::number(victim.id), QStringLiteral("--replace"), QStringLiteral("--from"),
+         QStringLiteral("+15550100"), QStringLiteral("--to"), QStringLiteral("+15550104"),
+         QStringLiteral("--body"), bodyFile(body)},
+        victim.id, [&](const QList<unsigned>& ids, bool completed) {
+            EXPECT_TRUE(ids.contains(victim.id));
+            const bool old = contentOf(mailFile(work.path(), victim.id)) ==
+                             contentOf(mailFile(setup.path(), victim.id));
+            EXPECT_TRUE(completed ? loadsWith(victim.id, body) : old || loadsWith(victim.id, body));
+        });
+    std::cout << "mailfile write --replace: " << cuts << " cut points\n";
+}
+
+} // namespace
