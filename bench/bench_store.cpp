@@ -9,8 +9,11 @@
 //                       temporary name, synced, renamed to a new name and the directory synced.
 //                       Counters library_us, raw_us and their ratio, both sides having met the same
 //                       disk, and rows: the messages the store held at the end of the run.
-// BM_StoreList/N        MessageStore::list of a store of N rows (rows alone, added in one
-//                       transaction: a listing reads no mail file).
+// BM_Paired_StoreList/N MessageStore::list of a store of N rows, paired with one SELECT of the
+//                       same columns of N rows in id order on the engine driven directly, each row
+//                       filled into a record as the library fills it. The rows (made by makeRecord,
+//                       without mail files, which a listing does not read) are added once in one
+//                       transaction, to a device database of their own.
 //
 // Each run of BM_Paired_StoreAdd keeps its own messages (one store object, as an application
 // keeps one) and deletes them afterwards, with the raw rows and files, so that every run starts
@@ -21,7 +24,10 @@
 
 #include <tavmmsutility.h>
 
+#include "db_service.h"
+#include "index_table.h"
 #include "message_store.h"
+#include "sqlite_database.h"
 
 #include "bench_directory.h"
 #include "paired_timing.h"
@@ -35,7 +41,10 @@
 #include <QFile>
 
 #include <cstdio>
+#include <map>
+#include <memory>
 #include <unistd.h>
+#include <utility>
 #include <vector>
 
 namespace
@@ -204,12 +213,80 @@ void BM_Paired_StoreAdd(benchmark::State& state)
     }
 }
 
+// A device database of its own holding `rows` index rows, and the same rows in a raw database
+// beside it.
+struct ListedRows {
+    explicit ListedRows(unsigned rows)
+        : database(benchDirectory() + QStringLiteral("/list-%1.db").arg(rows)),
+          raw(RawDatabase::open(benchDirectory() + QStringLiteral("/list-%1-raw.db").arg(rows)))
+    {
+        std::vector<unsigned> rawIds;
+        ok = raw && raw->fill(rows, &rawIds) && fillLibrary(rows);
+    }
+
+    bool fillLibrary(unsigned rows)
+    {
+        const tavplatform::ScopedDatabaseService installed(&database);
+        const tavmms::store::IndexTable table;
+        tavmms::store::Transaction txn;
+        bool filled = table.isOpen() && txn.begin() == DB_OK;
+        for (unsigned serial = 0; filled && serial < rows; ++serial) {
+            unsigned id = 0;
+            filled = MMS_UTIL_DBTable::add(makeRecord(serial), &id) == DB_OK &&
+                     MMS_UTIL_DBTable::commitTxn() == DB_OK;
+        }
+        return filled && txn.commit() == DB_OK;
+    }
+
+    tavplatform::SqliteDatabase database;
+    const std::unique_ptr<RawDatabase> raw;
+    bool ok = false;
+};
+
+// The rows of `rows`, made on first use and kept for the process; null when they cannot be made.
+ListedRows* listedRows(unsigned rows)
+{
+    static std::map<unsigned, std::unique_ptr<ListedRows>> made;
+    std::unique_ptr<ListedRows>& listed = made[rows];
+    if (!listed)
+        listed = std::make_unique<ListedRows>(rows);
+    return listed->ok ? listed.get() : nullptr;
+}
+
+void BM_Paired_StoreList(benchmark::State& state)
+{
+    const auto rows = unsigned(state.range(0));
+    ListedRows* listed = listedRows(rows);
+    if (!listed) {
+        state.SkipWithError("cannot fill the databases");
+        return;
+    }
+    const tavplatform::ScopedDatabaseService installed(&listed->database);
+    MessageStore store;
+    std::vector<std::pair<unsigned, MMS_UTIL_DBStruct_T>> rawRows;
+    PairedTiming timing;
+    for (auto _ : state) {
+        const bool ok = timing.run(
+            [&] {
+                const tavmms::store::Listed all = store.list();
+                return all.status.ok() && all.rows.size() == rows;
+            },
+            [&] { return listed->raw->readAll(&rawRows) && rawRows.size() == rows; });
+        if (!ok) {
+            state.SkipWithError("a listing failed or missed rows");
+            break;
+        }
+    }
+    timing.report(state);
+}
+
 BENCHMARK(BM_Paired_StoreAdd)
     ->Arg(1024)
     ->Arg(100 * 1024)
     ->Arg(300 * 1024)
     ->UseRealTime()
     ->Unit(benchmark::kMicrosecond);
+BENCHMARK(BM_Paired_StoreList)->Arg(1000)->Arg(10000)->UseRealTime()->Unit(benchmark::kMicrosecond);
 
 } // namespace
 

@@ -140,10 +140,12 @@ std::unique_ptr<RawDatabase> RawDatabase::open(const QString& path)
     raw->insert_ =
         raw->prepare("INSERT INTO " + table + " (" + columns + ") VALUES (" + placeholders + ")");
     raw->select_ = raw->prepare("SELECT " + columns + " FROM " + table + " WHERE id = ?");
+    raw->selectAll_ = raw->prepare("SELECT " + columns + ", id FROM " + table + " ORDER BY id");
     raw->find_ = raw->prepare("SELECT id FROM " + table +
                               " WHERE mms_fld_msguri_name = ? ORDER BY mms_fld_msguri_name, id "
                               "LIMIT 1");
-    if (!raw->begin_ || !raw->commit_ || !raw->insert_ || !raw->select_ || !raw->find_)
+    if (!raw->begin_ || !raw->commit_ || !raw->insert_ || !raw->select_ || !raw->selectAll_ ||
+        !raw->find_)
         return nullptr;
     return raw;
 }
@@ -221,6 +223,22 @@ bool RawDatabase::read(unsigned id, MMS_UTIL_DBStruct_T* record)
         storeRow(s, record);
     sqlite3_reset(s);
     return run(commit_.get()) && found;
+}
+
+bool RawDatabase::readAll(std::vector<std::pair<unsigned, MMS_UTIL_DBStruct_T>>* rows)
+{
+    rows->clear();
+    if (!run(begin_.get()))
+        return false;
+    sqlite3_stmt* s = selectAll_.get();
+    int stepped;
+    while ((stepped = sqlite3_step(s)) == SQLITE_ROW) {
+        rows->emplace_back(unsigned(sqlite3_column_int64(s, MMS_UTIL_DBBINDING_ENTRIES)),
+                           MMS_UTIL_DBStruct_T{});
+        storeRow(s, &rows->back().second);
+    }
+    sqlite3_reset(s);
+    return run(commit_.get()) && stepped == SQLITE_DONE;
 }
 
 unsigned RawDatabase::find(const char* uri)

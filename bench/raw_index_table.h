@@ -13,6 +13,7 @@
 
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 // What RawDatabase::find() answers when no row has the URI.
@@ -33,6 +34,8 @@ public:
 
     bool add(MMS_UTIL_DBStruct_T record, unsigned* id);
     bool read(unsigned id, MMS_UTIL_DBStruct_T* record);
+    // Every row's id and record in id order, in one transaction, in place of what `rows` held.
+    bool readAll(std::vector<std::pair<unsigned, MMS_UTIL_DBStruct_T>>* rows);
     unsigned find(const char* uri);
     bool fill(unsigned rows, std::vector<unsigned>* ids);
     // Deletes every row; the ids go on from the last one given, as AUTOINCREMENT has them.
@@ -49,7 +52,7 @@ private:
     bool insert(const MMS_UTIL_DBStruct_T& record, unsigned* id);
 
     ConnectionPtr db_;
-    StatementPtr begin_, commit_, insert_, select_, find_;
+    StatementPtr begin_, commit_, insert_, select_, selectAll_, find_;
 };
 
 #endif
