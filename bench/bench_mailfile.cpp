@@ -20,6 +20,7 @@
 #include <tavmmsutility.h>
 
 #include "bench_directory.h"
+#include "message_body.h"
 #include "paired_timing.h"
 #include "raw_file.h"
 
@@ -74,17 +75,6 @@ std::unique_ptr<MMS_UTIL_MsgHeaderBase> makeHeader()
     header->priority = MMS_UTIL_PRIORITY_HIGH;
     header->deliveryReport = true;
     return header;
-}
-
-QByteArray makeBody(qsizetype size)
-{
-    QByteArray body(size, Qt::Uninitialized);
-    quint32 state = 12345;
-    for (char& byte : body) {
-        state = state * 1103515245u + 12345u;
-        byte = char(state >> 24);
-    }
-    return body;
 }
 
 QString benchFile(const char* name)

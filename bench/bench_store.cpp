@@ -30,6 +30,7 @@
 #include "sqlite_database.h"
 
 #include "bench_directory.h"
+#include "message_body.h"
 #include "paired_timing.h"
 #include "raw_file.h"
 #include "raw_index_table.h"
@@ -75,35 +76,22 @@ QString downloadDirectory()
     return true;
 }();
 
-QByteArray makeBody(qsizetype size)
-{
-    QByteArray body(size, Qt::Uninitialized);
-    quint32 state = 12345;
-    for (char& byte : body) {
-        state = state * 1103515245u + 12345u;
-        byte = char(state >> 24);
-    }
-    return body;
-}
-
-MMS_UTIL_Entry entry(const QString& name, MMS_UTIL_ADDR_TYPE_T type, const QString& address)
-{
-    MMS_UTIL_Entry made;
-    made.name = name;
-    made.type = type;
-    made.address = address;
-    return made;
-}
-
 // A message as a composer hands it over: from the phone's owner (left empty), to two numbers the
 // address book is asked to name and one named e-mail address.
 NewMessage composedMessage(const QByteArray& body)
 {
     NewMessage message;
-    message.to = {
-        entry(QString(), MMS_UTIL_ADDR_PLMN, QStringLiteral("+15550101")),
-        entry(QString(), MMS_UTIL_ADDR_PLMN, QStringLiteral("+15550102")),
-        entry(QStringLiteral("Carla"), MMS_UTIL_ADDR_EMAIL, QStringLiteral("carla@example.org"))};
+    MMS_UTIL_Entry number;
+    number.type = MMS_UTIL_ADDR_PLMN;
+    number.address = QStringLiteral("+15550101");
+    message.to.append(number);
+    number.address = QStringLiteral("+15550102");
+    message.to.append(number);
+    MMS_UTIL_Entry carla;
+    carla.name = QStringLiteral("Carla");
+    carla.type = MMS_UTIL_ADDR_EMAIL;
+    carla.address = QStringLiteral("carla@example.org");
+    message.to.append(carla);
     message.subject = QStringLiteral("Photos from the weekend");
     message.contentType = MMS_CONTENT_TYPE_T{QStringLiteral("application"),
                                              QStringLiteral("vnd.wap.multipart.related"),
