@@ -132,11 +132,11 @@ public:
     bool add()
     {
         const unsigned serial = serial_++;
-        MMS_UTIL_DBStruct_T record = makeRecord(serial);
+        setUri(&record_, serial);
         unsigned id = 0;
         const QByteArray name = path(serial);
         const QByteArray temporary = name + ".tmp";
-        return database()->add(record, &id) && writeSyncedFile(temporary, bytes_) &&
+        return database()->add(record_, &id) && writeSyncedFile(temporary, bytes_) &&
                ::rename(temporary.constData(), name.constData()) == 0 && syncDirectory(directory_);
     }
 
@@ -154,6 +154,7 @@ private:
 
     const QByteArray bytes_;
     const QByteArray directory_;
+    MMS_UTIL_DBStruct_T record_ = makeRecord(0); // made once: only its URI changes from row to row
     unsigned serial_ = 0;
 };
 
