@@ -20,7 +20,9 @@
 #include <tavmmsutility.h>
 
 #include "bench_directory.h"
+#include "message_body.h"
 #include "paired_timing.h"
+#include "raw_file.h"
 
 #include <benchmark/benchmark.h>
 
@@ -73,17 +75,6 @@ std::unique_ptr<MMS_UTIL_MsgHeaderBase> makeHeader()
     header->priority = MMS_UTIL_PRIORITY_HIGH;
     header->deliveryReport = true;
     return header;
-}
-
-QByteArray makeBody(qsizetype size)
-{
-    QByteArray body(size, Qt::Uninitialized);
-    quint32 state = 12345;
-    for (char& byte : body) {
-        state = state * 1103515245u + 12345u;
-        byte = char(state >> 24);
-    }
-    return body;
 }
 
 QString benchFile(const char* name)
@@ -155,18 +146,6 @@ QByteArray mailFileBytes(QByteArray body, MMS_UTIL_MsgHeaderBase* header)
     return bytes;
 }
 
-bool writeAll(int fd, const char* data, size_t length)
-{
-    while (length > 0) {
-        const ssize_t written = ::write(fd, data, length);
-        if (written <= 0)
-            return false;
-        data += written;
-        length -= size_t(written);
-    }
-    return true;
-}
-
 bool readBack(const char* path, std::vector<char>& buffer)
 {
     const int fd = ::open(path, O_RDONLY | O_CLOEXEC);
@@ -201,25 +180,13 @@ public:
 
     bool run()
     {
-        const int fd = ::open(tmp_.constData(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
-        if (fd < 0)
-            return false;
-        const bool written =
-            writeAll(fd, bytes_.constData(), size_t(bytes_.size())) && ::fsync(fd) == 0;
-        ::close(fd);
-        if (!written)
+        if (!writeSyncedFile(tmp_, bytes_))
             return false;
         ::unlink(path_.constData());
         if (::rename(tmp_.constData(), path_.constData()) != 0)
             return false;
-        if (!dir_.isEmpty()) {
-            const int dirFd = ::open(dir_.constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-            const bool synced = dirFd >= 0 && ::fsync(dirFd) == 0;
-            if (dirFd >= 0)
-                ::close(dirFd);
-            if (!synced)
-                return false;
-        }
+        if (!dir_.isEmpty() && !syncDirectory(dir_))
+            return false;
         const bool read = readBack(path_.constData(), buffer_);
         benchmark::DoNotOptimize(buffer_.data());
         return read;

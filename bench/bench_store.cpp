@@ -1,0 +1,282 @@
+// A message kept through the message store against the work that any store keeping it durably
+// must do: one committed row and one mail file whose name survives a power cut.
+//
+// BM_Paired_StoreAdd/N  MessageStore::compose of a message with an N-byte body, paired with its
+//                       raw counterpart: the same kind of index row inserted and committed with the
+//                       engine driven directly (a table of its own in a database file of its own
+//                       beside the store's, set up as the store's: WAL, synchronous=FULL), and the
+//                       bytes of the mail file the store wrote for the message written under a
+//                       temporary name, synced, renamed to a new name and the directory synced.
+//                       Counters library_us, raw_us and their ratio, both sides having met the same
+//                       disk, and rows: the messages the store held at the end of the run.
+// BM_Paired_StoreList/N MessageStore::list of a store of N rows, paired with one SELECT of the
+//                       same columns of N rows in id order on the engine driven directly, each row
+//                       filled into a record as the library fills it. The rows (made by makeRecord,
+//                       without mail files, which a listing does not read) are added once in one
+//                       transaction, to a device database of their own.
+//
+// Each run of BM_Paired_StoreAdd keeps its own messages (one store object, as an application
+// keeps one) and deletes them afterwards, with the raw rows and files, so that every run starts
+// from an empty store and the store grows only by the iterations of the run. The store's
+// directories (TAV_PLATFORM_DIR, TAV_LOCAL_DOWNLOAD_PATH) are set to a fresh directory under
+// $TAVMMS_BENCH_DIR, else under the system's temporary directory, or under the current directory
+// when that one is a tmpfs (which would hide the cost of syncing).
+
+#include <tavmmsutility.h>
+
+#include "db_service.h"
+#include "index_table.h"
+#include "message_store.h"
+#include "sqlite_database.h"
+
+#include "bench_directory.h"
+#include "message_body.h"
+#include "paired_timing.h"
+#include "raw_file.h"
+#include "raw_index_table.h"
+
+#include <benchmark/benchmark.h>
+#include <sqlite3.h>
+
+#include <QDir>
+#include <QFile>
+
+#include <cstdio>
+#include <map>
+#include <memory>
+#include <unistd.h>
+#include <utility>
+#include <vector>
+
+namespace
+{
+
+using tavmms::store::Added;
+using tavmms::store::Folder;
+using tavmms::store::MessageStore;
+using tavmms::store::NewMessage;
+
+QString platformDirectory()
+{
+    return benchDirectory() + QStringLiteral("/platform");
+}
+
+QString downloadDirectory()
+{
+    return benchDirectory() + QStringLiteral("/download");
+}
+
+// Named among the context lines on top of the report, which are gathered before main() runs; the
+// store's directories are set before anything of the platform reads them.
+[[maybe_unused]] const bool contextAdded = [] {
+    addBenchDirectoryContext();
+    benchmark::AddCustomContext("sqlite_version", sqlite3_libversion());
+    qputenv("TAV_PLATFORM_DIR", QFile::encodeName(platformDirectory()));
+    qputenv("TAV_LOCAL_DOWNLOAD_PATH", QFile::encodeName(downloadDirectory()));
+    return true;
+}();
+
+// A message as a composer hands it over: from the phone's owner (left empty), to two numbers the
+// address book is asked to name and one named e-mail address.
+NewMessage composedMessage(const QByteArray& body)
+{
+    NewMessage message;
+    MMS_UTIL_Entry number;
+    number.type = MMS_UTIL_ADDR_PLMN;
+    number.address = QStringLiteral("+15550101");
+    message.to.append(number);
+    number.address = QStringLiteral("+15550102");
+    message.to.append(number);
+    MMS_UTIL_Entry carla;
+    carla.name = QStringLiteral("Carla");
+    carla.type = MMS_UTIL_ADDR_EMAIL;
+    carla.address = QStringLiteral("carla@example.org");
+    message.to.append(carla);
+    message.subject = QStringLiteral("Photos from the weekend");
+    message.contentType = MMS_CONTENT_TYPE_T{QStringLiteral("application"),
+                                             QStringLiteral("vnd.wap.multipart.related"),
+                                             QStringLiteral("type=application/smil")};
+    message.body = body;
+    return message;
+}
+
+QByteArray fileBytes(const QString& path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+// The raw counterpart of an add: a row inserted and committed, then a new file saved by rename
+// with the file and its directory synced. The rows go to one database kept for the whole process,
+// as the store's are; each run deletes its rows and files when it ends.
+class RawStore
+{
+public:
+    explicit RawStore(QByteArray bytes)
+        : bytes_(std::move(bytes)),
+          directory_(QFile::encodeName(downloadDirectory() + QStringLiteral("/mms/rawfile")))
+    {
+    }
+    ~RawStore()
+    {
+        for (unsigned serial = 0; serial < serial_; ++serial)
+            ::unlink(path(serial).constData());
+        if (database())
+            database()->clear();
+    }
+    RawStore(const RawStore&) = delete;
+    RawStore& operator=(const RawStore&) = delete;
+
+    bool ok() const { return database() && QDir().mkpath(QFile::decodeName(directory_)); }
+
+    bool add()
+    {
+        const unsigned serial = serial_++;
+        setUri(&record_, serial);
+        unsigned id = 0;
+        const QByteArray name = path(serial);
+        const QByteArray temporary = name + ".tmp";
+        return database()->add(record_, &id) && writeSyncedFile(temporary, bytes_) &&
+               ::rename(temporary.constData(), name.constData()) == 0 && syncDirectory(directory_);
+    }
+
+private:
+    static RawDatabase* database()
+    {
+        static const std::unique_ptr<RawDatabase> opened =
+            RawDatabase::open(platformDirectory() + QStringLiteral("/raw-index.db"));
+        return opened.get();
+    }
+    QByteArray path(unsigned serial) const
+    {
+        return directory_ + '/' + QByteArray::number(serial) + ".mms";
+    }
+
+    const QByteArray bytes_;
+    const QByteArray directory_;
+    MMS_UTIL_DBStruct_T record_ = makeRecord(0); // made once: only its URI changes from row to row
+    unsigned serial_ = 0;
+};
+
+// The library's compose and the raw add in turn (which goes first alternates). The time is the
+// pair's; the counters are each side's and their ratio.
+void BM_Paired_StoreAdd(benchmark::State& state)
+{
+    const NewMessage message = composedMessage(makeBody(state.range(0)));
+    MessageStore store;
+    // A first message, not timed, gives the bytes of the file the raw side writes, and has the
+    // store object do once what it does on its first use.
+    const Added first = store.compose(message, Folder::Outbox);
+    if (!first.status.ok()) {
+        state.SkipWithError(qPrintable(first.status.text));
+        return;
+    }
+    QList<unsigned int> kept{first.id};
+    RawStore raw(fileBytes(first.mailFile));
+    if (!raw.ok()) {
+        state.SkipWithError("cannot set up the raw database or directory");
+        return;
+    }
+    PairedTiming timing;
+    for (auto _ : state) {
+        const bool ok = timing.run(
+            [&] {
+                const Added added = store.compose(message, Folder::Outbox);
+                if (added.status.ok())
+                    kept.append(added.id);
+                return added.status.ok();
+            },
+            [&] { return raw.add(); });
+        if (!ok) {
+            state.SkipWithError("an add failed");
+            break;
+        }
+    }
+    timing.report(state);
+    state.counters["rows"] = double(kept.size());
+    for (const tavmms::store::Removed& removed : store.remove(kept)) {
+        if (!removed.status.ok()) {
+            std::fprintf(stderr, "cannot delete message %u: %s\n", removed.id,
+                         qPrintable(removed.status.text));
+        }
+    }
+}
+
+// A device database of its own holding `rows` index rows, and the same rows in a raw database
+// beside it.
+struct ListedRows {
+    explicit ListedRows(unsigned rows)
+        : database(benchDirectory() + QStringLiteral("/list-%1.db").arg(rows)),
+          raw(RawDatabase::open(benchDirectory() + QStringLiteral("/list-%1-raw.db").arg(rows)))
+    {
+        std::vector<unsigned> rawIds;
+        ok = raw && raw->fill(rows, &rawIds) && fillLibrary(rows);
+    }
+
+    bool fillLibrary(unsigned rows)
+    {
+        const tavplatform::ScopedDatabaseService installed(&database);
+        const tavmms::store::IndexTable table;
+        tavmms::store::Transaction txn;
+        bool filled = table.isOpen() && txn.begin() == DB_OK;
+        for (unsigned serial = 0; filled && serial < rows; ++serial) {
+            unsigned id = 0;
+            filled = MMS_UTIL_DBTable::add(makeRecord(serial), &id) == DB_OK &&
+                     MMS_UTIL_DBTable::commitTxn() == DB_OK;
+        }
+        return filled && txn.commit() == DB_OK;
+    }
+
+    tavplatform::SqliteDatabase database;
+    const std::unique_ptr<RawDatabase> raw;
+    bool ok = false;
+};
+
+// The rows of `rows`, made on first use and kept for the process; null when they cannot be made.
+ListedRows* listedRows(unsigned rows)
+{
+    static std::map<unsigned, std::unique_ptr<ListedRows>> made;
+    std::unique_ptr<ListedRows>& listed = made[rows];
+    if (!listed)
+        listed = std::make_unique<ListedRows>(rows);
+    return listed->ok ? listed.get() : nullptr;
+}
+
+void BM_Paired_StoreList(benchmark::State& state)
+{
+    const auto rows = unsigned(state.range(0));
+    ListedRows* listed = listedRows(rows);
+    if (!listed) {
+        state.SkipWithError("cannot fill the databases");
+        return;
+    }
+    const tavplatform::ScopedDatabaseService installed(&listed->database);
+    MessageStore store;
+    std::vector<std::pair<unsigned, MMS_UTIL_DBStruct_T>> rawRows;
+    PairedTiming timing;
+    for (auto _ : state) {
+        const bool ok = timing.run(
+            [&] {
+                const tavmms::store::Listed all = store.list();
+                return all.status.ok() && all.rows.size() == rows;
+            },
+            [&] { return listed->raw->readAll(&rawRows) && rawRows.size() == rows; });
+        if (!ok) {
+            state.SkipWithError("a listing failed or missed rows");
+            break;
+        }
+    }
+    timing.report(state);
+}
+
+BENCHMARK(BM_Paired_StoreAdd)
+    ->Arg(1024)
+    ->Arg(100 * 1024)
+    ->Arg(300 * 1024)
+    ->UseRealTime()
+    ->Unit(benchmark::kMicrosecond);
+BENCHMARK(BM_Paired_StoreList)->Arg(1000)->Arg(10000)->UseRealTime()->Unit(benchmark::kMicrosecond);
+
+} // namespace
+
+BENCHMARK_MAIN();
