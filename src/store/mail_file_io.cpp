@@ -89,16 +89,11 @@ struct Descriptor {
     }
 };
 
-QList<QByteArray> headerLines(MMS_UTIL_MsgHeaderBase& header)
-{
-    return headerBlock(header).split('\n');
-}
-
 // The key of the first line in which the two header blocks differ, or nothing when they agree.
-QString firstDifference(MMS_UTIL_MsgHeaderBase& written, MMS_UTIL_MsgHeaderBase& read)
+QString firstDifference(const QByteArray& written, const QByteArray& read)
 {
-    const QList<QByteArray> expected = headerLines(written);
-    const QList<QByteArray> actual = headerLines(read);
+    const QList<QByteArray> expected = written.split('\n');
+    const QList<QByteArray> actual = read.split('\n');
     for (qsizetype i = 0; i < qMax(expected.size(), actual.size()); ++i) {
         const QByteArray line = expected.value(i);
         if (line != actual.value(i)) {
@@ -165,12 +160,14 @@ int renameWithoutReplacing(const QByteArray& from, const QByteArray& to)
 
 Status saveNewMailFile(const QString& path, MMS_UTIL_MsgHeaderBase& header, const QByteArray& body)
 {
+    return saveNewMailFile(path, headerBlock(header), body);
+}
+
+Status saveNewMailFile(const QString& path, const QByteArray& block, const QByteArray& body)
+{
     const QByteArray target = QFile::encodeName(path);
     const QByteArray temporary = target + ".tmp";
     const QString what = QStringLiteral("cannot write the mail file '%1'").arg(path);
-    if (::access(target.constData(), F_OK) == 0)
-        return fileFailure(what, EEXIST);
-    const QByteArray block = headerBlock(header);
     unsigned char record[16];
     putWord(record, quint32(16 + body.size()));
     putWord(record + 4, 0);
@@ -193,21 +190,17 @@ Status saveNewMailFile(const QString& path, MMS_UTIL_MsgHeaderBase& header, cons
     return {};
 }
 
-QString readBackDifference(const QString& path, MMS_UTIL_MsgHeaderBase& header,
-                           const QByteArray& body)
+QString readBackDifference(const QByteArray& block)
 {
-    MMS_UTIL_MailFile back(path);
-    const int loaded = back.loadMailFile();
-    const std::unique_ptr<MMS_UTIL_MsgHeaderBase> readHeader(back.header);
-    const std::unique_ptr<unsigned char[]> readBody(back.body);
-    if (loaded != MMS_UTIL_MAILFILE_OK || !readHeader)
-        return QStringLiteral("the mail file '%1' does not load back").arg(path);
-    if (QByteArrayView(readBody.get(), back.bodyLength) != body)
-        return QStringLiteral("the mail file '%1' reads back a different body").arg(path);
-    const QString key = firstDifference(header, *readHeader);
-    if (!key.isEmpty())
-        return QStringLiteral("the mail file '%1' reads back a different %2 line").arg(path, key);
-    return QString();
+    QByteArray bytes = block;
+    QBuffer buffer(&bytes);
+    buffer.open(QIODevice::ReadOnly);
+    QTextStream stream(&buffer);
+    stream.setEncoding(QStringConverter::Utf8);
+    MMS_UTIL_MsgHeaderBase read;
+    MMS_UTIL_MailFile reader{QString()};
+    reader.readMsgHeaderFrom(stream, &read);
+    return firstDifference(block, headerBlock(read));
 }
 
 std::optional<LoadedMailFile> loadMailFile(const QString& path, QString* error)

@@ -29,16 +29,20 @@ TAVMMS_EXPORT int renameWithoutReplacing(const QByteArray& from, const QByteArra
 TAVMMS_EXPORT int linkWithoutReplacing(const QByteArray& from, const QByteArray& to);
 TAVMMS_EXPORT int placeholderWithoutReplacing(const QByteArray& from, const QByteArray& to);
 
-// Writes a new mail file `path` holding `header` and `body`: "<path>.tmp" made with O_EXCL,
-// synced, renamed to `path` without replacing anything, and the directory synced. On failure
-// nothing of it stays; Exists when `path` or its ".tmp" is there already, NoSpace on a full disk.
+// Writes a new mail file `path` holding the header text block `block` and `body`: "<path>.tmp"
+// made with O_EXCL, synced, renamed to `path` without replacing anything, and the directory
+// synced. On failure nothing of it stays; Exists when `path` or its ".tmp" is there already,
+// NoSpace on a full disk.
+TAVMMS_EXPORT Status saveNewMailFile(const QString& path, const QByteArray& block,
+                                     const QByteArray& body);
+// The same with the block of `header`.
 TAVMMS_EXPORT Status saveNewMailFile(const QString& path, MMS_UTIL_MsgHeaderBase& header,
                                      const QByteArray& body);
 
-// Reads the mail file `path` back whole; an error naming what differs from `header` and `body`,
-// or nothing when it holds exactly that.
-TAVMMS_EXPORT QString readBackDifference(const QString& path, MMS_UTIL_MsgHeaderBase& header,
-                                         const QByteArray& body);
+// The key of the first line in which the header read back from `block` would be written
+// otherwise ("To:" for a name the entry text form cannot carry), or nothing when `block` reads
+// back as it stands: what a reader of the mail file will find.
+TAVMMS_EXPORT QString readBackDifference(const QByteArray& block);
 
 // A mail file read with MMS_UTIL_MailFile::loadMailFile(), owning the header and body it hands
 // out.

@@ -314,18 +314,24 @@ Added MessageStore::Impl::keep(MMS_UTIL_MsgHeaderBase& header, const NewMessage&
     }
 
     added.mailFile = MMS_UTIL_Common::msgDBIDToMailFileName(added.id);
-    added.status = saveNewMailFile(added.mailFile, header, message.body);
+    // A header that would read back otherwise is refused before anything is written.
+    const QByteArray block = headerBlock(header);
+    const QString key = readBackDifference(block);
+    if (!key.isEmpty()) {
+        added.status = failed(QStringLiteral("the mail file '%1' reads back a different %2 line; "
+                                             "nothing was kept")
+                                  .arg(added.mailFile, key));
+        return added;
+    }
+    added.status = saveNewMailFile(added.mailFile, block, message.body);
     if (!added.status.ok()) {
         added.status.text += QStringLiteral("; nothing was kept");
         return added;
     }
-    QString error = readBackDifference(added.mailFile, header, message.body);
-    if (error.isEmpty()) {
-        r = txn.commit();
-        if (r == DB_OK)
-            return added;
-        error = QStringLiteral("cannot commit the message's row: %1").arg(resultText(r));
-    }
+    r = txn.commit();
+    if (r == DB_OK)
+        return added;
+    QString error = QStringLiteral("cannot commit the message's row: %1").arg(resultText(r));
     // The row was never committed: the file is this call's alone.
     const QByteArray path = QFile::encodeName(added.mailFile);
     if (::unlink(path.constData()) != 0 && errno != ENOENT)
