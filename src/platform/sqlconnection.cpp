@@ -17,6 +17,9 @@ namespace tavplatform::sql
 namespace
 {
 
+const char kBeginImmediate[] = "BEGIN IMMEDIATE";
+const char kCommit[] = "COMMIT";
+const char kRollback[] = "ROLLBACK";
 const char kBeginScoped[] = "SAVEPOINT tav_scoped";
 const char kRollbackScoped[] = "ROLLBACK TO tav_scoped";
 const char kReleaseScoped[] = "RELEASE tav_scoped";
@@ -269,6 +272,31 @@ ScopedWaitLimit::ScopedWaitLimit(std::chrono::milliseconds limit) : previous_(wa
 ScopedWaitLimit::~ScopedWaitLimit()
 {
     waitDeadline = previous_;
+}
+
+WriteTransaction::WriteTransaction(Connection& connection) : connection_(connection) {}
+
+WriteTransaction::~WriteTransaction()
+{
+    // After some failures (a full disk, an I/O error) the engine has rolled back by itself, and
+    // this rollback fails harmlessly.
+    if (open_)
+        connection_.execCached(kRollback);
+}
+
+Status WriteTransaction::begin()
+{
+    const Status status = connection_.execCached(kBeginImmediate);
+    open_ = status == Status::Ok;
+    return status;
+}
+
+Status WriteTransaction::commit()
+{
+    const Status status = connection_.execCached(kCommit);
+    if (status == Status::Ok)
+        open_ = false;
+    return status;
 }
 
 ScopedTransaction::ScopedTransaction(Connection& connection) : connection_(connection) {}

@@ -140,6 +140,25 @@ private:
     const std::optional<std::chrono::steady_clock::time_point> previous_;
 };
 
+// A write transaction that takes the write lock at begin(), waiting for it as any statement waits,
+// so that none of its statements can then be refused for a lock; rolls back unless commit() ran,
+// also when the commit failed.
+class TAVPLATFORM_EXPORT WriteTransaction
+{
+public:
+    explicit WriteTransaction(Connection& connection);
+    ~WriteTransaction();
+    WriteTransaction(const WriteTransaction&) = delete;
+    WriteTransaction& operator=(const WriteTransaction&) = delete;
+
+    Status begin();
+    Status commit();
+
+private:
+    Connection& connection_;
+    bool open_ = false;
+};
+
 // A savepoint that rolls back unless commit() ran; usable inside and outside a transaction.
 class TAVPLATFORM_EXPORT ScopedTransaction
 {
