@@ -401,12 +401,8 @@ ChildVerdict diskFilledByOthers(const QString& directory)
         if (!writeText(kGroup, kKey, QStringLiteral("kept")))
             return ChildVerdict::fail(refused(kKey));
     }
-    QFile filler(directory + QStringLiteral("/filler"));
-    if (!filler.open(QIODevice::WriteOnly))
-        return ChildVerdict::fail("cannot make the file that fills the disk");
-    const QByteArray block(4096, 'f');
-    while (filler.write(block) == block.size() && filler.flush()) {
-    }
+    if (const std::string why = tavmms_test::fillDisk(directory); !why.empty())
+        return ChildVerdict::fail(why);
     InstalledSettingsStore installed(path);
     SETUP_SET_Manager manager(AM_Global::APP_MMS, true);
     QString value;
@@ -424,18 +420,6 @@ TEST_F(SettingsStoreProcessesTest, DiskFilledByOtherFilesStillReadsAndRefusesWit
 {
     ChildProcess child([&](ChildProcess&) { return diskFilledByOthers(temp.path()); });
     EXPECT_CHILD_PASSES(child, 60s);
-}
-
-// Fills the disk of `path`'s directory with another file.
-bool fillDiskBeside(const QString& path)
-{
-    QFile filler(path + QStringLiteral(".filler"));
-    if (!filler.open(QIODevice::WriteOnly))
-        return false;
-    const QByteArray block(4096, 'f');
-    while (filler.write(block) == block.size() && filler.flush()) {
-    }
-    return true;
 }
 
 // The values of the batch, as a new store reads them: "old" both, as before the batch.
@@ -463,8 +447,8 @@ ChildVerdict batchCommittedOnAFullDisk(const QString& directory)
         if (!writeText(kGroup, kFirst, QStringLiteral("old")) ||
             !writeText(kGroup, kSecond, QStringLiteral("old")))
             return ChildVerdict::fail(refused(kFirst));
-        if (!fillDiskBeside(path))
-            return ChildVerdict::fail("cannot make the file that fills the disk");
+        if (const std::string why = tavmms_test::fillDisk(directory); !why.empty())
+            return ChildVerdict::fail(why);
         ScopedSettingsBatch batch;
         if (!batch.begin())
             return ChildVerdict::fail("the batch did not begin, errno " + std::to_string(errno));
