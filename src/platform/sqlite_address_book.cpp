@@ -192,7 +192,7 @@ struct SqliteAddressBook::Impl {
         Status status = readKeyRegion(&current);
         if (status != Status::Ok || current == region)
             return status;
-        sql::WriteTransaction transaction(*connection);
+        sql::ScopedTransaction transaction(*connection, sql::ScopedTransaction::Write);
         if ((status = transaction.begin()) != Status::Ok ||
             (status = rekeyNumbers(region)) != Status::Ok)
             return status;
@@ -350,7 +350,7 @@ SqliteAddressBook::importContacts(const QList<Contact>& contacts)
     Status status = d->openConnection();
     if (status != Status::Ok)
         return std::nullopt;
-    sql::WriteTransaction transaction(*d->connection);
+    sql::ScopedTransaction transaction(*d->connection, sql::ScopedTransaction::Write);
     ImportCounts counts;
     status = transaction.begin();
     if (status == Status::Ok)
@@ -397,7 +397,7 @@ SqliteAddressBook::removeContacts(const QList<Address>& addresses)
     const QString region = addressBookRegion();
     if (d->openConnection() != Status::Ok)
         return std::nullopt;
-    sql::WriteTransaction transaction(*d->connection);
+    sql::ScopedTransaction transaction(*d->connection, sql::ScopedTransaction::Write);
     Status status = transaction.begin();
     if (status == Status::Ok)
         status = d->rekeyNumbers(region);

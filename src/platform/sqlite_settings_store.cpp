@@ -63,7 +63,7 @@ struct SqliteSettingsStore::Impl {
     std::unique_ptr<sql::Connection> connection;
     int openings = 0; // open() calls not yet closed
     int refusal = 0;  // errno of the first write refused since the store was opened or flushed
-    std::optional<sql::WriteTransaction> batch;
+    std::optional<sql::ScopedTransaction> batch;
     int batchDepth = 0; // beginBatch() calls not yet ended
     int batchLost = 0;  // errno of what dropped the open batch; 0 while it holds
 
@@ -296,7 +296,7 @@ bool SqliteSettingsStore::beginBatch()
     }
     Status status = d->openConnection();
     if (status == Status::Ok) {
-        d->batch.emplace(*d->connection);
+        d->batch.emplace(*d->connection, sql::ScopedTransaction::Write);
         status = d->batch->begin();
     }
     if (status != Status::Ok) {
