@@ -1,6 +1,6 @@
-// mmsutil's commands that write several settings, run in-process over a double of the settings
-// store: each holds one batch around all that it reads and writes, commits it only when every
-// write was taken, drops it when one was refused, and ends with the commit's result.
+// mmsutil's commands that write settings, run in-process over a double of the settings store:
+// each holds one batch around all that it reads and writes, commits it only when every write was
+// taken, drops it when one was refused, and ends with the commit's result.
 
 #include "commands.h"
 
@@ -10,7 +10,9 @@
 #include <gtest/gtest.h>
 
 #include <cerrno>
+#include <functional>
 #include <optional>
+#include <string>
 
 namespace
 {
@@ -40,9 +42,36 @@ int runCommand(const QList<cli::Command>& commands, const QString& name,
     return -1;
 }
 
-class MmsutilBatchTest : public ::testing::Test
+// How a command's batch ends.
+enum class Outcome {
+    Committed,     // every write taken, and the commit
+    WriteRefused,  // one write refused: the batch is dropped
+    CommitRefused, // every write taken, the commit not
+};
+
+class MmsutilBatchTest : public ::testing::TestWithParam<Outcome>
 {
 protected:
+    // The command's batch: begun, then what `inside` expects (given the errno that refuses its
+    // write, 0 for none), then the end that the outcome makes.
+    void expectBatch(const std::function<void(int refusal)>& inside)
+    {
+        EXPECT_CALL(store, beginBatch()).WillOnce(Return(true));
+        if (GetParam() == Outcome::WriteRefused) {
+            inside(EIO);
+            EXPECT_CALL(store, abortBatch());
+        } else {
+            inside(0);
+            EXPECT_CALL(store, commitBatch())
+                .WillOnce(storeOutcome(GetParam() == Outcome::CommitRefused ? ENOSPC : 0));
+        }
+    }
+    // The command's exit status for the outcome.
+    int expectedExit() const
+    {
+        return GetParam() == Outcome::Committed ? cli::ExitOk : cli::ExitFailed;
+    }
+
     // The sending options read as the command starts: none is stored.
     void expectSendingOptionsRead()
     {
@@ -54,24 +83,17 @@ protected:
         EXPECT_CALL(store, close());
     }
 
-    // The sending options written, the read report refused with `error` unless it is 0.
-    void expectSendingOptionsWritten(int readReportError = 0)
+    // The sending options written, up to the read report when it is refused.
+    void expectSendingOptionsWritten(int refusal)
     {
         EXPECT_CALL(store, open(3, true));
         expectWrite(store, kGlobal, QStringLiteral("MMS_Delivery_Report"), true);
-        expectWrite(store, kGlobal, QStringLiteral("MMS_Read_Report"), false, readReportError);
-        if (readReportError == 0) {
+        expectWrite(store, kGlobal, QStringLiteral("MMS_Read_Report"), false, refusal);
+        if (refusal == 0) {
             expectWrite(store, kGlobal, QStringLiteral("MMS_Expire_After_Sec"), 300u);
             expectWrite(store, kGlobal, QStringLiteral("MMS_Send_Priority"), 129);
         }
         EXPECT_CALL(store, close());
-    }
-
-    int sendingSet()
-    {
-        return runCommand(sendingCommands(), QStringLiteral("sending set"),
-                          {QStringLiteral("--delivery-report"), QStringLiteral("on"),
-                           QStringLiteral("--expiry"), QStringLiteral("300")});
     }
 
     // The check that the profile is listed.
@@ -84,166 +106,111 @@ protected:
     }
 
     // One value of the profile written through its own writer, in a batch that joins the
-    // command's; refused with `error` unless it is 0.
+    // command's; refused with `refusal` unless it is 0.
     void expectProfileValueWritten(const QString& key, const tavmms_test::StoreValue& value,
-                                   int error = 0)
+                                   int refusal = 0)
     {
         EXPECT_CALL(store, beginBatch()).WillOnce(Return(true));
         EXPECT_CALL(store, open(3, true));
-        expectWrite(store, kProfile, key, value, error);
+        expectWrite(store, kProfile, key, value, refusal);
         EXPECT_CALL(store, close());
-        if (error == 0)
+        if (refusal == 0)
             EXPECT_CALL(store, commitBatch()).WillOnce(Return(true));
         else
             EXPECT_CALL(store, abortBatch());
-    }
-
-    int profileSet()
-    {
-        return runCommand(profileCommands(), QStringLiteral("profile set"),
-                          {kProfile, QStringLiteral("--server-uri"), QStringLiteral("http://a"),
-                           QStringLiteral("--wap-gateway"), QStringLiteral("7"),
-                           QStringLiteral("--secure-type"), QStringLiteral("2")});
-    }
-
-    // The profile's name taken off the list, then its values removed, the latter refused with
-    // `error` unless it is 0.
-    void expectProfileDeleted(int error = 0)
-    {
-        EXPECT_CALL(store, open(3, true));
-        EXPECT_CALL(store, removeEntry(kProfileList, kProfile)).WillOnce(Return(true));
-        EXPECT_CALL(store, clearGroup(kProfile)).WillOnce(storeOutcome(error));
-        EXPECT_CALL(store, close());
-    }
-
-    int profileDel()
-    {
-        return runCommand(profileCommands(), QStringLiteral("profile del"), {kProfile});
     }
 
     StrictMock<MockSettingsStore> store;
     ScopedSettingsStoreService installed{&store};
 };
 
-// ---- sending set
-
-TEST_F(MmsutilBatchTest, SendingSetReadsAndWritesTheOptionsInOneBatchAndCommitsIt)
+TEST_P(MmsutilBatchTest, SendingSetReadsAndWritesTheOptionsInOneBatchCommittedWhenAllAreTaken)
 {
     InSequence order;
-    EXPECT_CALL(store, beginBatch()).WillOnce(Return(true));
-    expectSendingOptionsRead();
-    expectSendingOptionsWritten();
-    EXPECT_CALL(store, commitBatch()).WillOnce(Return(true));
+    expectBatch([&](int refusal) {
+        expectSendingOptionsRead();
+        expectSendingOptionsWritten(refusal);
+    });
 
-    EXPECT_EQ(sendingSet(), cli::ExitOk);
+    EXPECT_EQ(runCommand(sendingCommands(), QStringLiteral("sending set"),
+                         {QStringLiteral("--delivery-report"), QStringLiteral("on"),
+                          QStringLiteral("--expiry"), QStringLiteral("300")}),
+              expectedExit());
 }
 
-TEST_F(MmsutilBatchTest, SendingSetDropsTheBatchWhenAWriteIsRefused)
+TEST_P(MmsutilBatchTest, ProfileSetWritesEveryValueInOneBatchCommittedWhenAllAreTaken)
 {
     InSequence order;
-    EXPECT_CALL(store, beginBatch()).WillOnce(Return(true));
-    expectSendingOptionsRead();
-    expectSendingOptionsWritten(EIO);
-    EXPECT_CALL(store, abortBatch());
+    expectBatch([&](int refusal) {
+        expectProfileListed();
+        expectProfileValueWritten(QStringLiteral("MMS_Server_Address"), QStringLiteral("http://a"));
+        expectProfileValueWritten(QStringLiteral("MMS_WAP_Gateway"), 7u, refusal);
+        if (refusal == 0)
+            expectProfileValueWritten(QStringLiteral("MMS_Secure_Connection_Type"), 2u);
+    });
 
-    EXPECT_EQ(sendingSet(), cli::ExitFailed);
+    EXPECT_EQ(runCommand(profileCommands(), QStringLiteral("profile set"),
+                         {kProfile, QStringLiteral("--server-uri"), QStringLiteral("http://a"),
+                          QStringLiteral("--wap-gateway"), QStringLiteral("7"),
+                          QStringLiteral("--secure-type"), QStringLiteral("2")}),
+              expectedExit());
 }
 
-TEST_F(MmsutilBatchTest, SendingSetFailsWhenTheCommitFails)
+TEST_P(MmsutilBatchTest, ProfileDelTakesTheNameAndTheValuesAwayInOneBatch)
 {
     InSequence order;
-    EXPECT_CALL(store, beginBatch()).WillOnce(Return(true));
-    expectSendingOptionsRead();
-    expectSendingOptionsWritten();
-    EXPECT_CALL(store, commitBatch()).WillOnce(storeOutcome(ENOSPC));
+    expectBatch([&](int refusal) {
+        expectProfileListed();
+        EXPECT_CALL(store, open(3, true));
+        EXPECT_CALL(store, removeEntry(kProfileList, kProfile)).WillOnce(Return(true));
+        EXPECT_CALL(store, clearGroup(kProfile)).WillOnce(storeOutcome(refusal));
+        EXPECT_CALL(store, close());
+    });
 
-    EXPECT_EQ(sendingSet(), cli::ExitFailed);
+    EXPECT_EQ(runCommand(profileCommands(), QStringLiteral("profile del"), {kProfile}),
+              expectedExit());
 }
 
-TEST_F(MmsutilBatchTest, SendingSetWhoseBatchCannotBeginReadsAndWritesNothing)
-{
-    EXPECT_CALL(store, beginBatch()).WillOnce(storeOutcome(EBUSY));
-
-    EXPECT_EQ(sendingSet(), cli::ExitFailed);
-}
-
-// ---- profile set
-
-TEST_F(MmsutilBatchTest, ProfileSetWritesEveryValueInOneBatchAndCommitsIt)
+TEST_P(MmsutilBatchTest, SettingsSetWritesItsValueInABatchOfItsOwn)
 {
     InSequence order;
-    EXPECT_CALL(store, beginBatch()).WillOnce(Return(true));
-    expectProfileListed();
-    expectProfileValueWritten(QStringLiteral("MMS_Server_Address"), QStringLiteral("http://a"));
-    expectProfileValueWritten(QStringLiteral("MMS_WAP_Gateway"), 7u);
-    expectProfileValueWritten(QStringLiteral("MMS_Secure_Connection_Type"), 2u);
-    EXPECT_CALL(store, commitBatch()).WillOnce(Return(true));
-
-    EXPECT_EQ(profileSet(), cli::ExitOk);
-}
-
-TEST_F(MmsutilBatchTest, ProfileSetDropsEveryValueWhenOneIsRefused)
-{
-    InSequence order;
-    EXPECT_CALL(store, beginBatch()).WillOnce(Return(true));
-    expectProfileListed();
-    expectProfileValueWritten(QStringLiteral("MMS_Server_Address"), QStringLiteral("http://a"));
-    expectProfileValueWritten(QStringLiteral("MMS_WAP_Gateway"), 7u, ENOSPC);
-    EXPECT_CALL(store, abortBatch());
-
-    EXPECT_EQ(profileSet(), cli::ExitFailed);
-}
-
-TEST_F(MmsutilBatchTest, ProfileSetFailsWhenTheCommitFails)
-{
-    InSequence order;
-    EXPECT_CALL(store, beginBatch()).WillOnce(Return(true));
-    expectProfileListed();
-    expectProfileValueWritten(QStringLiteral("MMS_Server_Address"), QStringLiteral("http://a"));
-    expectProfileValueWritten(QStringLiteral("MMS_WAP_Gateway"), 7u);
-    expectProfileValueWritten(QStringLiteral("MMS_Secure_Connection_Type"), 2u);
-    EXPECT_CALL(store, commitBatch()).WillOnce(storeOutcome(EIO));
-
-    EXPECT_EQ(profileSet(), cli::ExitFailed);
-}
-
-// ---- profile del
-
-TEST_F(MmsutilBatchTest, ProfileDelTakesTheNameAndTheValuesAwayInOneBatch)
-{
-    InSequence order;
-    EXPECT_CALL(store, beginBatch()).WillOnce(Return(true));
-    expectProfileListed();
-    expectProfileDeleted();
-    EXPECT_CALL(store, commitBatch()).WillOnce(Return(true));
-
-    EXPECT_EQ(profileDel(), cli::ExitOk);
-}
-
-TEST_F(MmsutilBatchTest, ProfileDelKeepsTheNameListedWhenItsValuesCannotGo)
-{
-    InSequence order;
-    EXPECT_CALL(store, beginBatch()).WillOnce(Return(true));
-    expectProfileListed();
-    expectProfileDeleted(EIO);
-    EXPECT_CALL(store, abortBatch());
-
-    EXPECT_EQ(profileDel(), cli::ExitFailed);
-}
-
-// ---- settings set
-
-TEST_F(MmsutilBatchTest, SettingsSetWritesItsValueInABatchOfItsOwn)
-{
-    InSequence order;
-    EXPECT_CALL(store, beginBatch()).WillOnce(Return(true));
-    EXPECT_CALL(store, open(3, true));
-    expectWrite(store, kGlobal, QStringLiteral("MMS_MT_Size_Limitation"), 300);
-    EXPECT_CALL(store, close());
-    EXPECT_CALL(store, commitBatch()).WillOnce(storeOutcome(ENOSPC));
+    expectBatch([&](int refusal) {
+        EXPECT_CALL(store, open(3, true));
+        expectWrite(store, kGlobal, QStringLiteral("MMS_MT_Size_Limitation"), 300, refusal);
+        EXPECT_CALL(store, close());
+    });
 
     EXPECT_EQ(runCommand(settingsCommands(), QStringLiteral("settings set"),
                          {QStringLiteral("max-mt-size"), QStringLiteral("300")}),
+              expectedExit());
+}
+
+std::string outcomeName(const ::testing::TestParamInfo<Outcome>& info)
+{
+    switch (info.param) {
+    case Outcome::Committed:
+        return "Committed";
+    case Outcome::WriteRefused:
+        return "WriteRefused";
+    case Outcome::CommitRefused:
+        break;
+    }
+    return "CommitRefused";
+}
+
+INSTANTIATE_TEST_SUITE_P(Outcomes, MmsutilBatchTest,
+                         ::testing::Values(Outcome::Committed, Outcome::WriteRefused,
+                                           Outcome::CommitRefused),
+                         outcomeName);
+
+TEST(MmsutilBatchBeginTest, CommandWhoseBatchCannotBeginReadsAndWritesNothing)
+{
+    StrictMock<MockSettingsStore> store;
+    const ScopedSettingsStoreService installed(&store);
+    EXPECT_CALL(store, beginBatch()).WillOnce(storeOutcome(EBUSY));
+
+    EXPECT_EQ(runCommand(sendingCommands(), QStringLiteral("sending set"),
+                         {QStringLiteral("--expiry"), QStringLiteral("300")}),
               cli::ExitFailed);
 }
 

@@ -518,17 +518,25 @@ TEST_F(LockedSettingsStoreTest, ReadGivesTheCommittedValueAtOnce)
     EXPECT_LT(timer.elapsed(), 1000);
 }
 
-TEST_F(LockedSettingsStoreTest, WriteWaitsForItsTimeoutThenIsRefusedAsBusy)
+TEST_F(LockedSettingsStoreTest, WriteOrBatchWaitsForItsTimeoutThenIsRefusedAsBusy)
 {
     const int timeoutMs = 200;
     SqliteSettingsStore waiting(temp.path(), timeoutMs);
-    QElapsedTimer timer;
-    timer.start();
-    errno = 0;
-    EXPECT_FALSE(waiting.writeText(kGroup, kKey, QStringLiteral("waiting"), false));
-    EXPECT_EQ(errno, EBUSY);
-    EXPECT_GE(timer.elapsed(), timeoutMs);
+    // A batch takes the write lock as it begins.
+    const std::function<bool()> waits[] = {
+        [&] { return waiting.writeText(kGroup, kKey, QStringLiteral("waiting"), false); },
+        [&] { return waiting.beginBatch(); },
+    };
+    for (const auto& wait : waits) {
+        QElapsedTimer timer;
+        timer.start();
+        errno = 0;
+        EXPECT_FALSE(wait());
+        EXPECT_EQ(errno, EBUSY);
+        EXPECT_GE(timer.elapsed(), timeoutMs);
+    }
     ASSERT_EQ(other->exec("COMMIT"), tavplatform::sql::Status::Ok);
+    // Nothing was left open: the write now stands on its own.
     EXPECT_TRUE(waiting.writeText(kGroup, kKey, QStringLiteral("waiting"), false));
     EXPECT_EQ(text(kGroup, kKey), QStringLiteral("waiting"));
 }
@@ -716,22 +724,6 @@ TEST_F(SettingsBatchTest, FlushAfterACommittedBatchPutsItIntoTheDatabaseFile)
     ASSERT_NE(look, nullptr);
     EXPECT_EQ(tavmms_test::queryText(*look, "SELECT value FROM settings WHERE key = 'first'"),
               "new");
-}
-
-TEST_F(LockedSettingsStoreTest, BatchWaitsForTheLockItsTimeoutThenIsRefusedAsBusy)
-{
-    const int timeoutMs = 200;
-    SqliteSettingsStore waiting(temp.path(), timeoutMs);
-    QElapsedTimer timer;
-    timer.start();
-    errno = 0;
-    EXPECT_FALSE(waiting.beginBatch());
-    EXPECT_EQ(errno, EBUSY);
-    EXPECT_GE(timer.elapsed(), timeoutMs);
-    // Nothing was left open: after the other commits, a write stands on its own.
-    ASSERT_EQ(other->exec("COMMIT"), tavplatform::sql::Status::Ok);
-    EXPECT_TRUE(waiting.writeText(kGroup, kKey, QStringLiteral("waited"), false));
-    EXPECT_EQ(text(kGroup, kKey), QStringLiteral("waited"));
 }
 
 // ---- refused writes

@@ -19,6 +19,7 @@
 
 #include <cerrno>
 #include <chrono>
+#include <functional>
 #include <string>
 #include <thread>
 
@@ -221,6 +222,17 @@ QStringList batchValues(const QString& path)
     return {first, second};
 }
 
+// Writes "old" to both values, then begins `batch`; why that failed, nothing when it did not.
+std::string writeOldAndBegin(ScopedSettingsBatch& batch)
+{
+    if (!writeText(kGroup, kFirst, QStringLiteral("old")) ||
+        !writeText(kGroup, kSecond, QStringLiteral("old")))
+        return refused(kFirst);
+    if (!batch.begin())
+        return "the batch did not begin, errno " + std::to_string(errno);
+    return {};
+}
+
 TEST_F(SettingsStoreProcessesTest, AnotherProcessSeesNoneOfABatchBeforeItsCommitAndAllAfter)
 {
     // The child writes "old", then "new" in a batch that it commits once the parent has looked
@@ -228,12 +240,9 @@ TEST_F(SettingsStoreProcessesTest, AnotherProcessSeesNoneOfABatchBeforeItsCommit
     const QString looked = temp.filePath(QStringLiteral("looked"));
     ChildProcess writer([&](ChildProcess& self) {
         InstalledSettingsStore installed(path());
-        if (!writeText(kGroup, kFirst, QStringLiteral("old")) ||
-            !writeText(kGroup, kSecond, QStringLiteral("old")))
-            return ChildVerdict::fail(refused(kFirst));
         ScopedSettingsBatch batch;
-        if (!batch.begin())
-            return ChildVerdict::fail("the batch did not begin, errno " + std::to_string(errno));
+        if (const std::string why = writeOldAndBegin(batch); !why.empty())
+            return ChildVerdict::fail(why);
         if (!writeText(kGroup, kFirst, QStringLiteral("new")) ||
             !writeText(kGroup, kSecond, QStringLiteral("new")))
             return ChildVerdict::fail(refused(kFirst));
@@ -422,9 +431,27 @@ TEST_F(SettingsStoreProcessesTest, DiskFilledByOtherFilesStillReadsAndRefusesWit
     EXPECT_CHILD_PASSES(child, 60s);
 }
 
-// The values of the batch, as a new store reads them: "old" both, as before the batch.
-ChildVerdict oldValuesStay(const QString& path)
+// On a small tmpfs of its own: both values are written "old", then `change` runs inside a batch,
+// whose commit must then fail with ENOSPC; afterwards both values read "old". `change` says why
+// it went wrong, nothing when it did not.
+ChildVerdict batchRefusedForSpace(const QString& directory,
+                                  const std::function<std::string()>& change)
 {
+    if (const std::string why = onASmallDisk(directory); !why.empty())
+        return ChildVerdict::skip(why);
+    const QString path = directory + QStringLiteral("/settings.db");
+    {
+        InstalledSettingsStore installed(path);
+        ScopedSettingsBatch batch;
+        std::string why = writeOldAndBegin(batch);
+        if (why.empty())
+            why = change();
+        if (!why.empty())
+            return ChildVerdict::fail(why);
+        errno = 0;
+        if (batch.commit() || errno != ENOSPC)
+            return ChildVerdict::fail("the commit gave errno " + std::to_string(errno));
+    }
     const QStringList values = batchValues(path);
     if (values != QStringList{QStringLiteral("old"), QStringLiteral("old")})
         return ChildVerdict::fail("after the failed batch the values read " +
@@ -434,78 +461,43 @@ ChildVerdict oldValuesStay(const QString& path)
     return ChildVerdict::pass();
 }
 
-// On a small tmpfs of its own: "old" is written, other files fill the disk, and a batch changes
-// both values, the second to more than the disk holds. The writes are taken, the commit fails with
-// ENOSPC, and both values stay old.
-ChildVerdict batchCommittedOnAFullDisk(const QString& directory)
-{
-    if (const std::string why = onASmallDisk(directory); !why.empty())
-        return ChildVerdict::skip(why);
-    const QString path = directory + QStringLiteral("/settings.db");
-    {
-        InstalledSettingsStore installed(path);
-        if (!writeText(kGroup, kFirst, QStringLiteral("old")) ||
-            !writeText(kGroup, kSecond, QStringLiteral("old")))
-            return ChildVerdict::fail(refused(kFirst));
-        if (const std::string why = tavmms_test::fillDisk(directory); !why.empty())
-            return ChildVerdict::fail(why);
-        ScopedSettingsBatch batch;
-        if (!batch.begin())
-            return ChildVerdict::fail("the batch did not begin, errno " + std::to_string(errno));
-        if (!writeText(kGroup, kFirst, QStringLiteral("new")) ||
-            !writeText(kGroup, kSecond, QString(100000, QChar(u'n'))))
-            return ChildVerdict::fail(refused(kSecond));
-        errno = 0;
-        if (batch.commit() || errno != ENOSPC)
-            return ChildVerdict::fail("the commit on a full disk gave errno " +
-                                      std::to_string(errno));
-    }
-    return oldValuesStay(path);
-}
-
 TEST_F(SettingsStoreProcessesTest, FullDiskAtCommitFailsWithENOSPCAndLeavesTheOldValues)
 {
-    ChildProcess child([&](ChildProcess&) { return batchCommittedOnAFullDisk(temp.path()); });
+    // Other files fill the disk, then the batch changes both values, the second to more than the
+    // disk holds: the writes are taken, the commit is not.
+    const QString directory = temp.path();
+    ChildProcess child([&](ChildProcess&) {
+        return batchRefusedForSpace(directory, [&]() -> std::string {
+            if (std::string why = tavmms_test::fillDisk(directory); !why.empty())
+                return why;
+            if (!writeText(kGroup, kFirst, QStringLiteral("new")) ||
+                !writeText(kGroup, kSecond, QString(100000, QChar(u'n'))))
+                return refused(kSecond);
+            return {};
+        });
+    });
     EXPECT_CHILD_PASSES(child, 60s);
-}
-
-// On a small tmpfs of its own: a batch writes "new", then a value too big for the engine's cache,
-// which the full disk refuses; the engine drops the whole transaction with it. What the batch
-// writes after that is refused too (else it would be stored on its own), the commit fails with
-// ENOSPC, and nothing of the batch is stored.
-ChildVerdict batchRefusedOnAFullDisk(const QString& directory)
-{
-    if (const std::string why = onASmallDisk(directory); !why.empty())
-        return ChildVerdict::skip(why);
-    const QString path = directory + QStringLiteral("/settings.db");
-    {
-        InstalledSettingsStore installed(path);
-        if (!writeText(kGroup, kFirst, QStringLiteral("old")) ||
-            !writeText(kGroup, kSecond, QStringLiteral("old")))
-            return ChildVerdict::fail(refused(kFirst));
-        ScopedSettingsBatch batch;
-        if (!batch.begin())
-            return ChildVerdict::fail("the batch did not begin, errno " + std::to_string(errno));
-        if (!writeText(kGroup, kFirst, QStringLiteral("new")))
-            return ChildVerdict::fail(refused(kFirst));
-        errno = 0;
-        if (writeText(QStringLiteral("huge"), kKey, QString(4 * 1024 * 1024, QChar(u'h'))) ||
-            errno != ENOSPC)
-            return ChildVerdict::fail("the huge write gave errno " + std::to_string(errno));
-        errno = 0;
-        if (writeText(kGroup, kSecond, QStringLiteral("new")) || errno != ENOSPC)
-            return ChildVerdict::fail("the write after the refusal gave errno " +
-                                      std::to_string(errno));
-        errno = 0;
-        if (batch.commit() || errno != ENOSPC)
-            return ChildVerdict::fail("the commit gave errno " + std::to_string(errno));
-    }
-    return oldValuesStay(path);
 }
 
 TEST_F(SettingsStoreProcessesTest, FullDiskInsideABatchDropsAllOfIt)
 {
-    ChildProcess child([&](ChildProcess&) { return batchRefusedOnAFullDisk(temp.path()); });
+    // A value too big for the engine's cache is refused by the full disk, and the engine drops
+    // the whole transaction with it. What the batch writes after that is refused too (else it
+    // would be stored on its own).
+    ChildProcess child([&](ChildProcess&) {
+        return batchRefusedForSpace(temp.path(), []() -> std::string {
+            if (!writeText(kGroup, kFirst, QStringLiteral("new")))
+                return refused(kFirst);
+            errno = 0;
+            if (writeText(QStringLiteral("huge"), kKey, QString(4 * 1024 * 1024, QChar(u'h'))) ||
+                errno != ENOSPC)
+                return "the huge write gave errno " + std::to_string(errno);
+            errno = 0;
+            if (writeText(kGroup, kSecond, QStringLiteral("new")) || errno != ENOSPC)
+                return "the write after the refusal gave errno " + std::to_string(errno);
+            return {};
+        });
+    });
     EXPECT_CHILD_PASSES(child, 60s);
 }
 
