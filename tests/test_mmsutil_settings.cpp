@@ -10,6 +10,7 @@
 
 #include "support/child_process.h"
 #include "support/mount_namespace.h"
+#include "support/sql_queries.h"
 #include "support/tool_process.h"
 
 #include <gtest/gtest.h>
@@ -918,12 +919,8 @@ ChildVerdict writeOnAFullDisk(const std::function<ToolResult(const QStringList&)
         !runOk({QStringLiteral("profile"), QStringLiteral("add"), kProfile}) ||
         !runOk({QStringLiteral("profile"), QStringLiteral("default"), kProfile}))
         return ChildVerdict::fail("the values before the disk filled were not written");
-    QFile filler(platformDir + QStringLiteral("/filler"));
-    if (!filler.open(QIODevice::WriteOnly))
-        return ChildVerdict::fail("cannot make the file that fills the disk");
-    const QByteArray block(4096, 'f');
-    while (filler.write(block) == block.size() && filler.flush()) {
-    }
+    if (const std::string why = tavmms_test::fillDisk(platformDir); !why.empty())
+        return ChildVerdict::fail(why);
     for (const QStringList& arguments : hugeWrites()) {
         const ToolResult result = run(arguments);
         const std::string command = arguments.mid(0, 2).join(QLatin1Char(' ')).toStdString();
@@ -947,6 +944,134 @@ TEST_F(MmsutilSettingsTest, AFullDiskIsReportedAsStorageIsFull)
     ChildProcess child([&](ChildProcess&) {
         return writeOnAFullDisk([&](const QStringList& arguments) { return run(arguments); },
                                 platformDir());
+    });
+    EXPECT_CHILD_PASSES(child, 120s);
+}
+
+// ---- commands that change several values
+
+// Makes the store refuse, as it refuses a statement, every change of `event` (INSERT, UPDATE or
+// DELETE) of the rows that `when` picks: the kind of refusal that is not a full disk.
+void refuseChanges(const QString& path, const std::string& event, const std::string& when)
+{
+    const auto look = tavmms_test::lookInto(path);
+    ASSERT_NE(look, nullptr);
+    const std::string trigger = "CREATE TRIGGER refuse_" + event + " BEFORE " + event +
+                                " ON settings WHEN " + when +
+                                " BEGIN SELECT RAISE(ABORT, 'refused'); END";
+    ASSERT_EQ(look->exec(trigger.c_str()), tavplatform::sql::Status::Ok);
+}
+
+const char kRefusedWrite[] = ": the settings store refused the change (Invalid argument)\n";
+
+TEST_F(MmsutilSettingsTest, SendingSetLeavesEveryOptionAsItWasWhenOneIsRefused)
+{
+    ok({QStringLiteral("sending"), QStringLiteral("set"), QStringLiteral("--delivery-report"),
+        QStringLiteral("on"), QStringLiteral("--read-report"), QStringLiteral("on"),
+        QStringLiteral("--expiry"), QStringLiteral("300"), QStringLiteral("--priority"),
+        QStringLiteral("Low")});
+    const QJsonObject before = json({QStringLiteral("sending"), QStringLiteral("show")});
+    refuseChanges(storePath(), "UPDATE", "NEW.key = 'MMS_Expire_After_Sec'");
+
+    const ToolResult result =
+        run({QStringLiteral("sending"), QStringLiteral("set"), QStringLiteral("--delivery-report"),
+             QStringLiteral("off"), QStringLiteral("--read-report"), QStringLiteral("off"),
+             QStringLiteral("--expiry"), QStringLiteral("5"), QStringLiteral("--priority"),
+             QStringLiteral("High")});
+
+    expectFailure(result);
+    EXPECT_EQ(result.err.toStdString(),
+              std::string("mmsutil: cannot set the sending options") + kRefusedWrite);
+    EXPECT_EQ(json({QStringLiteral("sending"), QStringLiteral("show")}), before);
+}
+
+// "profile set" of every value of the profile to `value` (a number), the data connection's name
+// `connection`.
+QStringList setWholeProfile(const QString& value, const QString& connection)
+{
+    return {QStringLiteral("profile"),
+            QStringLiteral("set"),
+            kProfile,
+            QStringLiteral("--server-uri"),
+            QStringLiteral("http://mmsc.example/") + value,
+            QStringLiteral("--data-connect-profile"),
+            connection,
+            QStringLiteral("--wap-gateway"),
+            value,
+            QStringLiteral("--connection-type"),
+            value,
+            QStringLiteral("--secure-type"),
+            value};
+}
+
+const QStringList kShowProfile{QStringLiteral("profile"), QStringLiteral("show"), kProfile,
+                               QStringLiteral("--json")};
+
+TEST_F(MmsutilSettingsTest, ProfileSetLeavesEveryValueAsItWasWhenOneIsRefused)
+{
+    ok({QStringLiteral("profile"), QStringLiteral("add"), kProfile});
+    ok(setWholeProfile(QStringLiteral("1"), QStringLiteral("Old")));
+    const QByteArray before = ok(kShowProfile);
+    refuseChanges(storePath(), "UPDATE", "NEW.key = 'MMS_Connection_Type'");
+
+    const ToolResult result = run(setWholeProfile(QStringLiteral("2"), QStringLiteral("New")));
+
+    expectFailure(result);
+    EXPECT_EQ(result.err.toStdString(),
+              std::string("mmsutil: cannot set connection-type of profile \"Operator MMS\"") +
+                  kRefusedWrite);
+    EXPECT_EQ(ok(kShowProfile).toStdString(), before.toStdString());
+}
+
+TEST_F(MmsutilSettingsTest, ProfileDelKeepsTheProfileListedWhenItsValuesCannotGo)
+{
+    ok({QStringLiteral("profile"), QStringLiteral("add"), kProfile});
+    ok(setWholeProfile(QStringLiteral("1"), QStringLiteral("Old")));
+    const QByteArray before = ok(kShowProfile);
+    refuseChanges(storePath(), "DELETE", "OLD.grp = 'Operator MMS'");
+
+    const ToolResult result = run({QStringLiteral("profile"), QStringLiteral("del"), kProfile});
+
+    expectFailure(result);
+    EXPECT_EQ(result.err.toStdString(),
+              std::string("mmsutil: cannot delete profile \"Operator MMS\"") + kRefusedWrite);
+    EXPECT_EQ(ok(kShowProfile).toStdString(), before.toStdString());
+}
+
+// On a small tmpfs of its own: a profile's values are written, other files fill the disk, and
+// then "profile set" changes them all, one to more than the disk holds. The commit is refused,
+// reported as "storage is full", and every value reads as before.
+ChildVerdict changeProfileOnAFullDisk(const std::function<ToolResult(const QStringList&)>& run,
+                                      const QString& platformDir)
+{
+    if (const std::string why = tavmms_test::enterPrivateMountNamespace(); !why.empty())
+        return ChildVerdict::skip("no private mount namespace for a small file system: " + why);
+    if (const std::string why = tavmms_test::mountSmallTmpfs(platformDir, 256); !why.empty())
+        return ChildVerdict::skip("no small file system to fill: " + why);
+    if (run({QStringLiteral("profile"), QStringLiteral("add"), kProfile}).exitCode != 0 ||
+        run(setWholeProfile(QStringLiteral("1"), QStringLiteral("Old"))).exitCode != 0)
+        return ChildVerdict::fail("the values before the disk filled were not written");
+    const QByteArray before = run(kShowProfile).out;
+    if (const std::string why = tavmms_test::fillDisk(platformDir); !why.empty())
+        return ChildVerdict::fail(why);
+    const ToolResult result = run(setWholeProfile(QStringLiteral("2"), QString(kHugeLength, 'n')));
+    if (result.exitCode != 1 ||
+        result.err != "mmsutil: cannot set profile \"Operator MMS\": storage is full\n")
+        return ChildVerdict::fail("profile set on a full disk exited with " +
+                                  std::to_string(result.exitCode) + ": " +
+                                  result.err.left(200).toStdString());
+    const QByteArray after = run(kShowProfile).out;
+    if (after != before)
+        return ChildVerdict::fail("the profile read " + before.toStdString() + " before and " +
+                                  after.toStdString() + " after");
+    return ChildVerdict::pass();
+}
+
+TEST_F(MmsutilSettingsTest, AFullDiskLeavesEveryValueOfAProfileSetAsItWas)
+{
+    ChildProcess child([&](ChildProcess&) {
+        return changeProfileOnAFullDisk(
+            [&](const QStringList& arguments) { return run(arguments); }, platformDir());
     });
     EXPECT_CHILD_PASSES(child, 120s);
 }

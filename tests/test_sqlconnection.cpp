@@ -1,5 +1,5 @@
 // The RAII layer over the SQL engine: connection settings, cached statements, bound values,
-// savepoint transactions and the mapping of the engine's result codes.
+// savepoint and write transactions and the mapping of the engine's result codes.
 
 #include "sqlconnection.h"
 
@@ -487,6 +487,32 @@ TEST_F(SqlConnectionTest, ScopedTransactionInsideAnOpenTransactionLeavesItOpen)
     EXPECT_TRUE(connection->inTransaction());
     ASSERT_EQ(connection->exec("COMMIT"), Status::Ok);
     EXPECT_EQ(values(), QList<QByteArray>{"before"});
+}
+
+TEST_F(SqlConnectionTest, WriteTransactionTakesTheWriteLockAtItsBeginning)
+{
+    auto waiting = open(100);
+    ASSERT_NE(waiting, nullptr);
+    ScopedTransaction transaction(*connection, ScopedTransaction::Write);
+    ASSERT_EQ(transaction.begin(), Status::Ok);
+
+    EXPECT_EQ(insert(*waiting, "refused"), Status::Busy);
+    ASSERT_EQ(insert(*connection, "kept"), Status::Ok);
+    ASSERT_EQ(transaction.commit(), Status::Ok);
+    EXPECT_FALSE(connection->inTransaction());
+    EXPECT_EQ(insert(*waiting, "later"), Status::Ok);
+    EXPECT_EQ(values(), (QList<QByteArray>{"kept", "later"}));
+}
+
+TEST_F(SqlConnectionTest, WriteTransactionRollsBackWithoutCommit)
+{
+    {
+        ScopedTransaction transaction(*connection, ScopedTransaction::Write);
+        ASSERT_EQ(transaction.begin(), Status::Ok);
+        ASSERT_EQ(insert(*connection, "dropped"), Status::Ok);
+    }
+    EXPECT_TRUE(values().isEmpty());
+    EXPECT_FALSE(connection->inTransaction());
 }
 
 TEST_F(SqlConnectionTest, ConstraintFailureIsReported)

@@ -1,7 +1,7 @@
 // The settings store on SQLite, on a file of its own: defaults, conversions between the typed
 // forms, listing and removal, names that mean something to SQL, visibility through new objects,
-// persistence, flush, refused writes and files that cannot serve as the store. The feature flags
-// kept in it are here too.
+// persistence, flush, refused writes, batches and files that cannot serve as the store. The
+// feature flags kept in it are here too.
 
 #include "setup_set_manager.h"
 #include "setup_utility.h"
@@ -33,6 +33,7 @@ namespace
 using tavmms_test::ChildProcess;
 using tavmms_test::ChildVerdict;
 using tavmms_test::TempSettingsStore;
+using tavplatform::ScopedSettingsBatch;
 using tavplatform::SqliteSettingsStore;
 
 const QString kGroup = QStringLiteral("group");
@@ -517,17 +518,25 @@ TEST_F(LockedSettingsStoreTest, ReadGivesTheCommittedValueAtOnce)
     EXPECT_LT(timer.elapsed(), 1000);
 }
 
-TEST_F(LockedSettingsStoreTest, WriteWaitsForItsTimeoutThenIsRefusedAsBusy)
+TEST_F(LockedSettingsStoreTest, WriteOrBatchWaitsForItsTimeoutThenIsRefusedAsBusy)
 {
     const int timeoutMs = 200;
     SqliteSettingsStore waiting(temp.path(), timeoutMs);
-    QElapsedTimer timer;
-    timer.start();
-    errno = 0;
-    EXPECT_FALSE(waiting.writeText(kGroup, kKey, QStringLiteral("waiting"), false));
-    EXPECT_EQ(errno, EBUSY);
-    EXPECT_GE(timer.elapsed(), timeoutMs);
+    // A batch takes the write lock as it begins.
+    const std::function<bool()> waits[] = {
+        [&] { return waiting.writeText(kGroup, kKey, QStringLiteral("waiting"), false); },
+        [&] { return waiting.beginBatch(); },
+    };
+    for (const auto& wait : waits) {
+        QElapsedTimer timer;
+        timer.start();
+        errno = 0;
+        EXPECT_FALSE(wait());
+        EXPECT_EQ(errno, EBUSY);
+        EXPECT_GE(timer.elapsed(), timeoutMs);
+    }
     ASSERT_EQ(other->exec("COMMIT"), tavplatform::sql::Status::Ok);
+    // Nothing was left open: the write now stands on its own.
     EXPECT_TRUE(waiting.writeText(kGroup, kKey, QStringLiteral("waiting"), false));
     EXPECT_EQ(text(kGroup, kKey), QStringLiteral("waiting"));
 }
@@ -551,6 +560,170 @@ TEST_F(SqliteSettingsStoreTest, FlushPutsEveryValueIntoTheDatabaseFileItself)
 TEST_F(SqliteSettingsStoreTest, FlushOfAStoreWithNothingWrittenSucceeds)
 {
     EXPECT_TRUE(store().flush());
+}
+
+// ---- batches
+
+const QString kFirst = QStringLiteral("first");
+const QString kSecond = QStringLiteral("second");
+const QString kGone = QStringLiteral("gone");
+const QString kMissing = QStringLiteral("<missing>");
+
+// A store holding "old" under three keys, and a second connection to its file that reads what
+// another process would.
+class SettingsBatchTest : public SqliteSettingsStoreTest
+{
+protected:
+    void SetUp() override
+    {
+        SqliteSettingsStoreTest::SetUp();
+        for (const QString& key : {kFirst, kSecond, kGone})
+            ASSERT_TRUE(store().writeText(kGroup, key, QStringLiteral("old"), false));
+    }
+
+    // Changes the first two keys to `value` and removes the third, as one caller's change.
+    void change(const QString& value)
+    {
+        ASSERT_TRUE(store().writeText(kGroup, kFirst, value, false));
+        ASSERT_TRUE(store().writeText(kGroup, kSecond, value, false));
+        ASSERT_TRUE(store().removeEntry(kGroup, kGone));
+    }
+
+    // The three values as the second connection reads them.
+    QStringList seenByOther()
+    {
+        QStringList values;
+        for (const QString& key : {kFirst, kSecond, kGone}) {
+            QString value;
+            other.readText(kGroup, key, value, kMissing, false);
+            values << value;
+        }
+        return values;
+    }
+
+    const QStringList allOld{QStringLiteral("old"), QStringLiteral("old"), QStringLiteral("old")};
+    const QStringList allNew{QStringLiteral("new"), QStringLiteral("new"), kMissing};
+    SqliteSettingsStore other{temp.path()};
+};
+
+TEST_F(SettingsBatchTest, CommitMakesAllTheBatchsValuesVisibleTogether)
+{
+    ScopedSettingsBatch batch(store());
+    ASSERT_TRUE(batch.begin());
+    change(QStringLiteral("new"));
+    EXPECT_EQ(seenByOther(), allOld);
+
+    EXPECT_TRUE(batch.commit());
+
+    EXPECT_EQ(seenByOther(), allNew);
+    temp.reopen();
+    EXPECT_EQ(text(kGroup, kFirst), QStringLiteral("new"));
+}
+
+TEST_F(SettingsBatchTest, BatchDropsItsWritesUnlessCommitted)
+{
+    {
+        ScopedSettingsBatch batch(store());
+        ASSERT_TRUE(batch.begin());
+        change(QStringLiteral("new"));
+    }
+    EXPECT_EQ(seenByOther(), allOld);
+    EXPECT_EQ(store().entries(kGroup).values(), allOld);
+}
+
+TEST_F(SettingsBatchTest, ReadsInsideABatchSeeItsOwnWrites)
+{
+    ScopedSettingsBatch batch(store());
+    ASSERT_TRUE(batch.begin());
+    change(QStringLiteral("new"));
+
+    EXPECT_EQ(text(kGroup, kFirst), QStringLiteral("new"));
+    EXPECT_EQ(text(kGroup, kGone), kMissing);
+    EXPECT_EQ(store().entries(kGroup).keys(), (QStringList{kFirst, kSecond}));
+}
+
+TEST_F(SettingsBatchTest, WritesOutsideABatchAreVisibleToOthersAtOnce)
+{
+    change(QStringLiteral("new"));
+
+    EXPECT_EQ(seenByOther(), allNew);
+}
+
+TEST_F(SettingsBatchTest, BatchHoldsTheWriteLockFromItsBeginning)
+{
+    SqliteSettingsStore waiting(temp.path(), 100);
+    ScopedSettingsBatch batch(store());
+    ASSERT_TRUE(batch.begin());
+
+    errno = 0;
+    EXPECT_FALSE(waiting.writeInt(kGroup, kKey, 1));
+    EXPECT_EQ(errno, EBUSY);
+    ASSERT_TRUE(batch.commit());
+    EXPECT_TRUE(waiting.writeInt(kGroup, kKey, 1));
+}
+
+TEST_F(SettingsBatchTest, BatchBegunInsideAnotherJoinsItAndStoresNothingBeforeTheOuterCommit)
+{
+    ScopedSettingsBatch outer(store());
+    ASSERT_TRUE(outer.begin());
+    {
+        ScopedSettingsBatch inner(store());
+        ASSERT_TRUE(inner.begin());
+        change(QStringLiteral("new"));
+        EXPECT_TRUE(inner.commit());
+    }
+    EXPECT_EQ(seenByOther(), allOld);
+
+    EXPECT_TRUE(outer.commit());
+    EXPECT_EQ(seenByOther(), allNew);
+}
+
+TEST_F(SettingsBatchTest, AbortInsideANestedBatchDropsTheWholeBatch)
+{
+    ScopedSettingsBatch outer(store());
+    ASSERT_TRUE(outer.begin());
+    ASSERT_TRUE(store().writeText(kGroup, kFirst, QStringLiteral("new"), false));
+    {
+        ScopedSettingsBatch inner(store());
+        ASSERT_TRUE(inner.begin());
+    }
+    // What the outer batch writes now is dropped with it.
+    errno = 0;
+    EXPECT_FALSE(store().writeText(kGroup, kSecond, QStringLiteral("new"), false));
+    EXPECT_EQ(errno, ECANCELED);
+
+    errno = 0;
+    EXPECT_FALSE(outer.commit());
+    EXPECT_EQ(errno, ECANCELED);
+    EXPECT_EQ(seenByOther(), allOld);
+    EXPECT_EQ(text(kGroup, kFirst), QStringLiteral("old"));
+}
+
+TEST_F(SettingsBatchTest, CommitOrAbortWithoutABatchChangesNothing)
+{
+    errno = 0;
+    EXPECT_FALSE(store().commitBatch());
+    EXPECT_EQ(errno, EINVAL);
+    store().abortBatch();
+    change(QStringLiteral("new"));
+    EXPECT_EQ(seenByOther(), allNew);
+}
+
+TEST_F(SettingsBatchTest, FlushAfterACommittedBatchPutsItIntoTheDatabaseFile)
+{
+    ScopedSettingsBatch batch(store());
+    ASSERT_TRUE(batch.begin());
+    change(QStringLiteral("new"));
+    ASSERT_TRUE(store().flush()); // inside the batch: nothing refused so far
+    ASSERT_TRUE(batch.commit());
+    ASSERT_TRUE(store().flush());
+
+    const QString copy = temp.directory() + QStringLiteral("/copy.db");
+    ASSERT_TRUE(QFile::copy(temp.path(), copy));
+    auto look = tavmms_test::lookInto(copy);
+    ASSERT_NE(look, nullptr);
+    EXPECT_EQ(tavmms_test::queryText(*look, "SELECT value FROM settings WHERE key = 'first'"),
+              "new");
 }
 
 // ---- refused writes
@@ -630,6 +803,48 @@ TEST_F(RefusingSettingsStoreTest, RefusalInsideANestedOpeningIsReportedByTheOute
     EXPECT_NE(errno, ENOSPC);
 }
 
+TEST_F(RefusingSettingsStoreTest, RefusedWriteInsideABatchKeepsTheEarlierOnesAndTheyCommit)
+{
+    ScopedSettingsBatch batch(store());
+    ASSERT_TRUE(batch.begin());
+    ASSERT_TRUE(store().writeText(kGroup, QStringLiteral("earlier"), QStringLiteral("new"), false));
+    errno = 0;
+    EXPECT_FALSE(store().writeText(kGroup, refused, QStringLiteral("new"), false));
+    EXPECT_NE(errno, 0);
+    EXPECT_NE(errno, ENOSPC);
+    ASSERT_TRUE(store().writeText(kGroup, QStringLiteral("later"), QStringLiteral("new"), false));
+
+    EXPECT_TRUE(batch.commit());
+
+    SqliteSettingsStore other(temp.path());
+    EXPECT_EQ(other.entries(kGroup), (Entries{{QStringLiteral("earlier"), QStringLiteral("new")},
+                                              {QStringLiteral("later"), QStringLiteral("new")},
+                                              {refused, QStringLiteral("former")}}));
+}
+
+TEST_F(RefusingSettingsStoreTest, FlushInsideABatchReportsTheRefusalAndLeavesTheBatchOpen)
+{
+    store().open(AM_Global::APP_MMS, false);
+    ScopedSettingsBatch batch(store());
+    ASSERT_TRUE(batch.begin());
+    ASSERT_TRUE(store().writeInt(kGroup, kKey, 1));
+    errno = 0;
+    ASSERT_FALSE(store().writeInt(kGroup, refused, 1));
+    const int refusal = errno;
+    errno = 0;
+    EXPECT_FALSE(store().flush());
+    EXPECT_EQ(errno, refusal);
+    ASSERT_TRUE(store().writeInt(kGroup, kKey, 2));
+    EXPECT_TRUE(store().flush());
+
+    EXPECT_TRUE(batch.commit());
+    store().close();
+    SqliteSettingsStore other(temp.path());
+    int value = 0;
+    EXPECT_TRUE(other.readInt(kGroup, kKey, value, 0));
+    EXPECT_EQ(value, 2);
+}
+
 // ---- files that cannot serve as the store
 
 void expectEveryWriteFails(SqliteSettingsStore& store, int expectedErrno)
@@ -642,6 +857,7 @@ void expectEveryWriteFails(SqliteSettingsStore& store, int expectedErrno)
         [&] { return store.removeEntry(kGroup, kKey); },
         [&] { return store.clearGroup(kGroup); },
         [&] { return store.flush(); },
+        [&] { return store.beginBatch(); },
     };
     for (const auto& write : writes) {
         errno = 0;

@@ -1,8 +1,8 @@
 // The settings store on SQLite shared by processes: values written by one are read by the others,
-// two writers at once lose nothing, and a full disk refuses a write without harming what was
-// there. Every writer is a forked child; the parent opens the store only after its children are
-// gone (or, where it reads at the same time, never), since an SQLite connection must never cross
-// fork().
+// two writers at once lose nothing, a batch is seen whole or not at all, and a full disk refuses a
+// write (or a batch's commit) without harming what was there. Every writer is a forked child; the
+// parent opens the store only after its children are gone (or, where it reads at the same time,
+// never), since an SQLite connection must never cross fork().
 
 #include "settings_service.h"
 #include "setup_set_manager.h"
@@ -19,6 +19,7 @@
 
 #include <cerrno>
 #include <chrono>
+#include <functional>
 #include <string>
 #include <thread>
 
@@ -28,6 +29,7 @@ namespace
 using namespace std::chrono_literals;
 using tavmms_test::ChildProcess;
 using tavmms_test::ChildVerdict;
+using tavplatform::ScopedSettingsBatch;
 using tavplatform::SqliteSettingsStore;
 
 const QString kGroup = QStringLiteral("group");
@@ -204,6 +206,66 @@ INSTANTIATE_TEST_SUITE_P(Transactions, OpeningAFileWithoutLogTest,
                              return std::string(info.index == 0 ? "Reading" : "Writing");
                          });
 
+// ---- a batch seen from another process
+
+const QString kFirst = QStringLiteral("first");
+const QString kSecond = QStringLiteral("second");
+
+// The two values of a batch as this process reads them, through a store of its own.
+QStringList batchValues(const QString& path)
+{
+    SqliteSettingsStore store(path);
+    QString first;
+    QString second;
+    store.readText(kGroup, kFirst, first, QString(), false);
+    store.readText(kGroup, kSecond, second, QString(), false);
+    return {first, second};
+}
+
+// Writes "old" to both values, then begins `batch`; why that failed, nothing when it did not.
+std::string writeOldAndBegin(ScopedSettingsBatch& batch)
+{
+    if (!writeText(kGroup, kFirst, QStringLiteral("old")) ||
+        !writeText(kGroup, kSecond, QStringLiteral("old")))
+        return refused(kFirst);
+    if (!batch.begin())
+        return "the batch did not begin, errno " + std::to_string(errno);
+    return {};
+}
+
+TEST_F(SettingsStoreProcessesTest, AnotherProcessSeesNoneOfABatchBeforeItsCommitAndAllAfter)
+{
+    // The child writes "old", then "new" in a batch that it commits once the parent has looked
+    // (the parent says so by making a file).
+    const QString looked = temp.filePath(QStringLiteral("looked"));
+    ChildProcess writer([&](ChildProcess& self) {
+        InstalledSettingsStore installed(path());
+        ScopedSettingsBatch batch;
+        if (const std::string why = writeOldAndBegin(batch); !why.empty())
+            return ChildVerdict::fail(why);
+        if (!writeText(kGroup, kFirst, QStringLiteral("new")) ||
+            !writeText(kGroup, kSecond, QStringLiteral("new")))
+            return ChildVerdict::fail(refused(kFirst));
+        self.send("written");
+        const auto deadline = std::chrono::steady_clock::now() + 20s;
+        while (!QFile::exists(looked) && std::chrono::steady_clock::now() < deadline)
+            std::this_thread::sleep_for(1ms);
+        if (!batch.commit())
+            return ChildVerdict::fail("the commit failed, errno " + std::to_string(errno));
+        self.send("committed");
+        return ChildVerdict::pass();
+    });
+    ASSERT_EQ(writer.receiveLine(30s), std::optional<std::string>("written"))
+        << writer.finish(1s).message;
+
+    EXPECT_EQ(batchValues(path()), (QStringList{QStringLiteral("old"), QStringLiteral("old")}));
+    QFile(looked).open(QIODevice::WriteOnly);
+    ASSERT_EQ(writer.receiveLine(30s), std::optional<std::string>("committed"))
+        << writer.finish(1s).message;
+    EXPECT_EQ(batchValues(path()), (QStringList{QStringLiteral("new"), QStringLiteral("new")}));
+    EXPECT_CHILD_PASSES(writer, 30s);
+}
+
 // ---- two writers at the same time
 
 const int kWrites = 1000;
@@ -348,12 +410,8 @@ ChildVerdict diskFilledByOthers(const QString& directory)
         if (!writeText(kGroup, kKey, QStringLiteral("kept")))
             return ChildVerdict::fail(refused(kKey));
     }
-    QFile filler(directory + QStringLiteral("/filler"));
-    if (!filler.open(QIODevice::WriteOnly))
-        return ChildVerdict::fail("cannot make the file that fills the disk");
-    const QByteArray block(4096, 'f');
-    while (filler.write(block) == block.size() && filler.flush()) {
-    }
+    if (const std::string why = tavmms_test::fillDisk(directory); !why.empty())
+        return ChildVerdict::fail(why);
     InstalledSettingsStore installed(path);
     SETUP_SET_Manager manager(AM_Global::APP_MMS, true);
     QString value;
@@ -370,6 +428,76 @@ ChildVerdict diskFilledByOthers(const QString& directory)
 TEST_F(SettingsStoreProcessesTest, DiskFilledByOtherFilesStillReadsAndRefusesWithENOSPC)
 {
     ChildProcess child([&](ChildProcess&) { return diskFilledByOthers(temp.path()); });
+    EXPECT_CHILD_PASSES(child, 60s);
+}
+
+// On a small tmpfs of its own: both values are written "old", then `change` runs inside a batch,
+// whose commit must then fail with ENOSPC; afterwards both values read "old". `change` says why
+// it went wrong, nothing when it did not.
+ChildVerdict batchRefusedForSpace(const QString& directory,
+                                  const std::function<std::string()>& change)
+{
+    if (const std::string why = onASmallDisk(directory); !why.empty())
+        return ChildVerdict::skip(why);
+    const QString path = directory + QStringLiteral("/settings.db");
+    {
+        InstalledSettingsStore installed(path);
+        ScopedSettingsBatch batch;
+        std::string why = writeOldAndBegin(batch);
+        if (why.empty())
+            why = change();
+        if (!why.empty())
+            return ChildVerdict::fail(why);
+        errno = 0;
+        if (batch.commit() || errno != ENOSPC)
+            return ChildVerdict::fail("the commit gave errno " + std::to_string(errno));
+    }
+    const QStringList values = batchValues(path);
+    if (values != QStringList{QStringLiteral("old"), QStringLiteral("old")})
+        return ChildVerdict::fail("after the failed batch the values read " +
+                                  values.join(QLatin1Char(',')).toStdString());
+    if (const QByteArray integrity = integrityOf(path); integrity != "ok")
+        return ChildVerdict::fail("integrity check: " + integrity.toStdString());
+    return ChildVerdict::pass();
+}
+
+TEST_F(SettingsStoreProcessesTest, FullDiskAtCommitFailsWithENOSPCAndLeavesTheOldValues)
+{
+    // Other files fill the disk, then the batch changes both values, the second to more than the
+    // disk holds: the writes are taken, the commit is not.
+    const QString directory = temp.path();
+    ChildProcess child([&](ChildProcess&) {
+        return batchRefusedForSpace(directory, [&]() -> std::string {
+            if (std::string why = tavmms_test::fillDisk(directory); !why.empty())
+                return why;
+            if (!writeText(kGroup, kFirst, QStringLiteral("new")) ||
+                !writeText(kGroup, kSecond, QString(100000, QChar(u'n'))))
+                return refused(kSecond);
+            return {};
+        });
+    });
+    EXPECT_CHILD_PASSES(child, 60s);
+}
+
+TEST_F(SettingsStoreProcessesTest, FullDiskInsideABatchDropsAllOfIt)
+{
+    // A value too big for the engine's cache is refused by the full disk, and the engine drops
+    // the whole transaction with it. What the batch writes after that is refused too (else it
+    // would be stored on its own).
+    ChildProcess child([&](ChildProcess&) {
+        return batchRefusedForSpace(temp.path(), []() -> std::string {
+            if (!writeText(kGroup, kFirst, QStringLiteral("new")))
+                return refused(kFirst);
+            errno = 0;
+            if (writeText(QStringLiteral("huge"), kKey, QString(4 * 1024 * 1024, QChar(u'h'))) ||
+                errno != ENOSPC)
+                return "the huge write gave errno " + std::to_string(errno);
+            errno = 0;
+            if (writeText(kGroup, kSecond, QStringLiteral("new")) || errno != ENOSPC)
+                return "the write after the refusal gave errno " + std::to_string(errno);
+            return {};
+        });
+    });
     EXPECT_CHILD_PASSES(child, 60s);
 }
 

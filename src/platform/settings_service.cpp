@@ -2,6 +2,8 @@
 
 #include "sqlite_settings_store.h"
 
+#include <cerrno>
+
 namespace tavplatform
 {
 
@@ -39,6 +41,30 @@ SettingsStoreService& settingsStoreService()
 SettingsStoreService* setSettingsStoreService(SettingsStoreService* service)
 {
     return storeSlot().install(service);
+}
+
+ScopedSettingsBatch::ScopedSettingsBatch(SettingsStoreService& store) : store_(store) {}
+
+ScopedSettingsBatch::~ScopedSettingsBatch()
+{
+    if (open_)
+        store_.abortBatch();
+}
+
+bool ScopedSettingsBatch::begin()
+{
+    open_ = store_.beginBatch();
+    return open_;
+}
+
+bool ScopedSettingsBatch::commit()
+{
+    if (!open_) {
+        errno = EINVAL;
+        return false;
+    }
+    open_ = false; // a failed commit has ended the batch too
+    return store_.commitBatch();
 }
 
 FeatureFlagService& featureFlagService()

@@ -53,6 +53,25 @@ public:
     // also when a write since the store was opened (or last flushed) was refused, so that a caller
     // that writes several values and checks only the flush learns of it.
     virtual bool flush() = 0;
+
+    // A batch: the writes made between beginBatch() and commitBatch() reach the store together or
+    // not at all, and until the commit other processes read the values as they were before it.
+    // Reads inside a batch see its writes. A write refused inside a batch leaves the batch's
+    // earlier writes in it, as outside one it leaves the earlier values stored; a caller that
+    // wants all or nothing drops the batch when a write fails.
+    //
+    // beginBatch(): true once the batch is open; false with errno set when it cannot be (EBUSY
+    // when another process keeps the store too long), and no batch is open.
+    // commitBatch(): ends the batch; true once its writes are stored durably, else false with
+    // errno set (ENOSPC when the storage is full, EIO...) and none of them stored.
+    // abortBatch(): ends the batch and drops its writes.
+    //
+    // A batch begun inside another joins it: its commit stores nothing yet (the outer commit
+    // does), and its abort drops the whole batch, so that the outer commit then fails with
+    // ECANCELED. Use ScopedSettingsBatch rather than these calls.
+    virtual bool beginBatch() = 0;
+    virtual bool commitBatch() = 0;
+    virtual void abortBatch() = 0;
 };
 
 // The phone's feature flags behind SETUP_Utility.
@@ -76,6 +95,30 @@ TAVPLATFORM_EXPORT SettingsStoreService& settingsStoreService();
 TAVPLATFORM_EXPORT SettingsStoreService* setSettingsStoreService(SettingsStoreService* service);
 TAVPLATFORM_EXPORT FeatureFlagService& featureFlagService();
 TAVPLATFORM_EXPORT FeatureFlagService* setFeatureFlagService(FeatureFlagService* service);
+
+// A batch of the settings store for the life of a scope, dropped unless commit() ran: the writes
+// made through SETUP_SET_Manager between begin() and commit() reach the store together or not at
+// all (see SettingsStoreService::beginBatch).
+class TAVPLATFORM_EXPORT ScopedSettingsBatch
+{
+public:
+    // The batch will be on `store`, the store installed now unless another is given; it stays
+    // on that store even when another is installed meanwhile.
+    explicit ScopedSettingsBatch(SettingsStoreService& store = settingsStoreService());
+    ~ScopedSettingsBatch();
+    ScopedSettingsBatch(const ScopedSettingsBatch&) = delete;
+    ScopedSettingsBatch& operator=(const ScopedSettingsBatch&) = delete;
+
+    // True once the batch is open, else false with errno set.
+    bool begin();
+    // Ends the batch: true once its writes are stored, else false with errno set and none of
+    // them stored (EINVAL when the batch was not open).
+    bool commit();
+
+private:
+    SettingsStoreService& store_;
+    bool open_ = false;
+};
 
 // Install a service (a test double) for the life of a scope.
 using ScopedSettingsStoreService = ScopedService<SettingsStoreService, &setSettingsStoreService>;

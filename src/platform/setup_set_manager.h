@@ -16,8 +16,9 @@ enum Apps {
 
 // The phone's settings store, opened for one application. Making one is cheap: the connection
 // behind it is kept for the process. Every value written is visible to the next read through a
-// new object in this process and, once written, in every other process. See
-// tavplatform::SettingsStoreService for how typed forms convert.
+// new object in this process and, once written, in every other process; inside a batch
+// (tavplatform::ScopedSettingsBatch), other processes see the batch's values only once it is
+// committed. See tavplatform::SettingsStoreService for how typed forms convert.
 class TAVPLATFORM_EXPORT SETUP_SET_Manager
 {
 public:
@@ -52,7 +53,8 @@ public:
     bool clearGroup(QString group);
     // Makes everything written durable. False with errno set when that fails, and also when a
     // write since the store was opened (or last flushed) was refused, so that a caller that
-    // checks only the flush learns of it.
+    // checks only the flush learns of it. Inside a batch, what it writes becomes durable at the
+    // batch's commit; the flush then only reports a refused write.
     bool flush();
 };
 

@@ -17,9 +17,22 @@ namespace tavplatform::sql
 namespace
 {
 
+const char kBeginImmediate[] = "BEGIN IMMEDIATE";
+const char kCommit[] = "COMMIT";
+const char kRollback[] = "ROLLBACK";
 const char kBeginScoped[] = "SAVEPOINT tav_scoped";
 const char kRollbackScoped[] = "ROLLBACK TO tav_scoped";
 const char kReleaseScoped[] = "RELEASE tav_scoped";
+
+// The statements of each kind of transaction, by ScopedTransaction::Kind.
+const struct {
+    const char* begin;
+    const char* commit;
+    const char* rollback[2];
+} kTransactionStatements[] = {
+    {kBeginScoped, kReleaseScoped, {kRollbackScoped, kReleaseScoped}},
+    {kBeginImmediate, kCommit, {kRollback, nullptr}},
+};
 
 // The deadline of the innermost ScopedWaitLimit on this thread, if any.
 thread_local std::optional<std::chrono::steady_clock::time_point> waitDeadline;
@@ -271,26 +284,33 @@ ScopedWaitLimit::~ScopedWaitLimit()
     waitDeadline = previous_;
 }
 
-ScopedTransaction::ScopedTransaction(Connection& connection) : connection_(connection) {}
+ScopedTransaction::ScopedTransaction(Connection& connection, Kind kind)
+    : connection_(connection), kind_(kind)
+{
+}
 
 ScopedTransaction::~ScopedTransaction()
 {
-    if (open_) {
-        connection_.execCached(kRollbackScoped);
-        connection_.execCached(kReleaseScoped);
+    if (!open_)
+        return;
+    // After some failures (a full disk, an I/O error) the engine has already rolled a write
+    // transaction back by itself, and this rollback fails harmlessly.
+    for (const char* statement : kTransactionStatements[kind_].rollback) {
+        if (statement)
+            connection_.execCached(statement);
     }
 }
 
 Status ScopedTransaction::begin()
 {
-    const Status status = connection_.execCached(kBeginScoped);
+    const Status status = connection_.execCached(kTransactionStatements[kind_].begin);
     open_ = status == Status::Ok;
     return status;
 }
 
 Status ScopedTransaction::commit()
 {
-    const Status status = connection_.execCached(kReleaseScoped);
+    const Status status = connection_.execCached(kTransactionStatements[kind_].commit);
     if (status == Status::Ok)
         open_ = false;
     return status;

@@ -140,11 +140,19 @@ private:
     const std::optional<std::chrono::steady_clock::time_point> previous_;
 };
 
-// A savepoint that rolls back unless commit() ran; usable inside and outside a transaction.
+// A transaction that rolls back unless commit() ran, also when the commit failed.
 class TAVPLATFORM_EXPORT ScopedTransaction
 {
 public:
-    explicit ScopedTransaction(Connection& connection);
+    enum Kind {
+        // A savepoint: usable inside and outside a transaction.
+        Savepoint,
+        // A transaction of its own that takes the write lock at begin(), waiting for it as any
+        // statement waits, so that none of its statements can then be refused for a lock.
+        Write,
+    };
+
+    explicit ScopedTransaction(Connection& connection, Kind kind = Savepoint);
     ~ScopedTransaction();
     ScopedTransaction(const ScopedTransaction&) = delete;
     ScopedTransaction& operator=(const ScopedTransaction&) = delete;
@@ -154,6 +162,7 @@ public:
 
 private:
     Connection& connection_;
+    const Kind kind_;
     bool open_ = false;
 };
 

@@ -53,9 +53,6 @@ const char kSelectContact[] = "SELECT id, uid, name, organization FROM contacts 
 const char kSelectContactAddresses[] =
     "SELECT contact, kind, value, label FROM addresses WHERE contact = ? ORDER BY kind, position";
 const char kDeleteContact[] = "DELETE FROM contacts WHERE id = ?";
-const char kBeginImmediate[] = "BEGIN IMMEDIATE";
-const char kCommit[] = "COMMIT";
-const char kRollback[] = "ROLLBACK";
 
 // The region the numbers' keys were made for, in book_state.
 const QString kKeyRegion = QStringLiteral("number_region");
@@ -110,38 +107,6 @@ QString identityOf(const Contact& contact)
         QCryptographicHash::hash(parts.join(QChar(0x1F)).toUtf8(), QCryptographicHash::Sha256);
     return QStringLiteral("content:") + QString::fromLatin1(digest.toHex());
 }
-
-// A write transaction that takes the write lock at once, and rolls back unless committed.
-class WriteTransaction
-{
-public:
-    explicit WriteTransaction(sql::Connection& connection) : connection_(connection) {}
-    ~WriteTransaction()
-    {
-        if (open_)
-            connection_.execCached(kRollback);
-    }
-    WriteTransaction(const WriteTransaction&) = delete;
-    WriteTransaction& operator=(const WriteTransaction&) = delete;
-
-    Status begin()
-    {
-        const Status status = connection_.execCached(kBeginImmediate);
-        open_ = status == Status::Ok;
-        return status;
-    }
-    Status commit()
-    {
-        const Status status = connection_.execCached(kCommit);
-        if (status == Status::Ok)
-            open_ = false;
-        return status;
-    }
-
-private:
-    sql::Connection& connection_;
-    bool open_ = false;
-};
 
 } // namespace
 
@@ -227,7 +192,7 @@ struct SqliteAddressBook::Impl {
         Status status = readKeyRegion(&current);
         if (status != Status::Ok || current == region)
             return status;
-        WriteTransaction transaction(*connection);
+        sql::ScopedTransaction transaction(*connection, sql::ScopedTransaction::Write);
         if ((status = transaction.begin()) != Status::Ok ||
             (status = rekeyNumbers(region)) != Status::Ok)
             return status;
@@ -385,7 +350,7 @@ SqliteAddressBook::importContacts(const QList<Contact>& contacts)
     Status status = d->openConnection();
     if (status != Status::Ok)
         return std::nullopt;
-    WriteTransaction transaction(*d->connection);
+    sql::ScopedTransaction transaction(*d->connection, sql::ScopedTransaction::Write);
     ImportCounts counts;
     status = transaction.begin();
     if (status == Status::Ok)
@@ -432,7 +397,7 @@ SqliteAddressBook::removeContacts(const QList<Address>& addresses)
     const QString region = addressBookRegion();
     if (d->openConnection() != Status::Ok)
         return std::nullopt;
-    WriteTransaction transaction(*d->connection);
+    sql::ScopedTransaction transaction(*d->connection, sql::ScopedTransaction::Write);
     Status status = transaction.begin();
     if (status == Status::Ok)
         status = d->rekeyNumbers(region);

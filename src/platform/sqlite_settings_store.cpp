@@ -5,6 +5,7 @@
 
 #include <cerrno>
 #include <limits>
+#include <optional>
 #include <utility>
 
 namespace tavplatform
@@ -62,6 +63,9 @@ struct SqliteSettingsStore::Impl {
     std::unique_ptr<sql::Connection> connection;
     int openings = 0; // open() calls not yet closed
     int refusal = 0;  // errno of the first write refused since the store was opened or flushed
+    std::optional<sql::ScopedTransaction> batch;
+    int batchDepth = 0; // beginBatch() calls not yet ended
+    int batchLost = 0;  // errno of what dropped the open batch; 0 while it holds
 
     Status openConnection()
     {
@@ -88,6 +92,8 @@ struct SqliteSettingsStore::Impl {
             use->bindText(index++, value);
         while ((status = use->step()) == Status::Row)
             row(*statement);
+        if (status != Status::Ok && batch && batchLost == 0 && !connection->inTransaction())
+            batchLost = errnoOf(status);
         return status;
     }
 
@@ -117,13 +123,34 @@ struct SqliteSettingsStore::Impl {
     // Runs a statement that changes the store; false with errno set when it fails.
     bool change(const char* text, std::initializer_list<QByteArray> values)
     {
-        const Status status = run(text, values, [](sql::Statement&) {});
-        if (status == Status::Ok)
+        int error = 0;
+        // Once its transaction is gone, a write of the batch would be a transaction of its own,
+        // stored whatever becomes of the batch: it is refused instead.
+        if (batch && batchLost != 0)
+            error = batchLost;
+        else if (const Status status = run(text, values, [](sql::Statement&) {});
+                 status != Status::Ok)
+            error = errnoOf(status);
+        if (error == 0)
             return true;
-        errno = errnoOf(status);
         if (refusal == 0)
-            refusal = errno;
+            refusal = error;
+        errno = error;
         return false;
+    }
+
+    // Ends the open batch, committing it when `keep` and nothing dropped it; the errno of its
+    // failure, 0 when committed.
+    int endBatch(bool keep)
+    {
+        batchDepth = 0;
+        int error = std::exchange(batchLost, 0);
+        if (keep && error == 0) {
+            if (const Status status = batch->commit(); status != Status::Ok)
+                error = errnoOf(status);
+        }
+        batch.reset(); // rolls back what was not committed
+        return error;
     }
 
     bool store(const QString& group, const QString& key, const QString& value)
@@ -241,21 +268,67 @@ bool SqliteSettingsStore::clearGroup(const QString& group)
 
 bool SqliteSettingsStore::flush()
 {
-    // Every write is durable once it returns, so what is left to do is to move the log into the
-    // database file, and to tell a caller that ignored the writes' results that one was refused.
+    // Every write outside a batch is durable once it returns, so what is left to do is to move
+    // the log into the database file, and to tell a caller that ignored the writes' results that
+    // one was refused. A checkpoint cannot move a batch's writes before its commit.
     const int refused = std::exchange(d->refusal, 0);
-    Status status = d->openConnection();
-    if (status == Status::Ok)
-        status = d->connection->exec(kCheckpoint);
-    if (status != Status::Ok) {
-        errno = errnoOf(status);
-        return false;
+    int error = d->batchLost;
+    if (!d->batch) {
+        Status status = d->openConnection();
+        if (status == Status::Ok)
+            status = d->connection->exec(kCheckpoint);
+        error = status == Status::Ok ? 0 : errnoOf(status);
     }
-    if (refused != 0) {
-        errno = refused;
+    if (error == 0)
+        error = refused;
+    if (error != 0) {
+        errno = error;
         return false;
     }
     return true;
+}
+
+bool SqliteSettingsStore::beginBatch()
+{
+    if (d->batch) {
+        ++d->batchDepth;
+        return true;
+    }
+    Status status = d->openConnection();
+    if (status == Status::Ok) {
+        d->batch.emplace(*d->connection, sql::ScopedTransaction::Write);
+        status = d->batch->begin();
+    }
+    if (status != Status::Ok) {
+        d->batch.reset();
+        errno = errnoOf(status);
+        return false;
+    }
+    d->batchDepth = 1;
+    return true;
+}
+
+bool SqliteSettingsStore::commitBatch()
+{
+    int error = EINVAL; // no batch is open
+    if (d->batch)
+        error = --d->batchDepth > 0 ? d->batchLost : d->endBatch(true);
+    if (error == 0)
+        return true;
+    errno = error;
+    return false;
+}
+
+void SqliteSettingsStore::abortBatch()
+{
+    if (!d->batch)
+        return;
+    if (--d->batchDepth > 0) {
+        if (d->batchLost == 0)
+            d->batchLost = ECANCELED;
+        return;
+    }
+    d->endBatch(false);
 }
 
 bool StoreFeatureFlags::getFlexBit(int id, bool& value)

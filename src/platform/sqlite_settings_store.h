@@ -10,8 +10,12 @@ namespace tavplatform
 
 // The settings store on SQLite: one file (its log files kept beside it), one row per group and
 // key with the value as text, opened on first use and kept open (with its prepared statements) for
-// the process. Each write is a transaction of its own with synchronous=FULL, so it is durable when
-// it returns true.
+// the process. Outside a batch each write is a transaction of its own with synchronous=FULL, so it
+// is durable when it returns true. A batch is one transaction that takes the write lock when it
+// begins (waiting for it as a write does), so that no write inside it is refused for a lock; other
+// processes keep reading the values as they were until its commit. When the engine drops the
+// transaction by itself after a failed write (a full disk, an I/O error), the rest of the batch
+// is refused with that write's errno and its commit fails so.
 class TAVPLATFORM_EXPORT SqliteSettingsStore : public SettingsStoreService
 {
 public:
@@ -41,7 +45,13 @@ public:
     QMap<QString, QString> entries(const QString& group) override;
     bool removeEntry(const QString& group, const QString& key) override;
     bool clearGroup(const QString& group) override;
+    // Inside a batch, nothing is durable before the commit: flush() then only reports a write
+    // refused (or a batch dropped) since the store was opened, and the log is moved into the
+    // file by a flush after the commit.
     bool flush() override;
+    bool beginBatch() override;
+    bool commitBatch() override;
+    void abortBatch() override;
 
 private:
     struct Impl;

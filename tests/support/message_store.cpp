@@ -63,13 +63,7 @@ std::string fillASmallDisk(const QString& directory)
         return "no private mount namespace for a small file system: " + why;
     if (const std::string why = mountSmallTmpfs(directory, 256); !why.empty())
         return "no small file system to fill: " + why;
-    QFile filler(directory + QStringLiteral("/filler"));
-    if (!filler.open(QIODevice::WriteOnly))
-        return "cannot make the file that fills the disk";
-    const QByteArray block(4096, 'f');
-    while (filler.write(block) == block.size() && filler.flush()) {
-    }
-    return {};
+    return fillDisk(directory);
 }
 
 } // namespace tavmms_test

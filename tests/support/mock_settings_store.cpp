@@ -100,6 +100,9 @@ void delegateTo(MockSettingsStore& mock, SettingsStoreService& real)
     TAVMMS_PASS_ON(removeEntry);
     TAVMMS_PASS_ON(clearGroup);
     TAVMMS_PASS_ON(flush);
+    TAVMMS_PASS_ON(beginBatch);
+    TAVMMS_PASS_ON(commitBatch);
+    TAVMMS_PASS_ON(abortBatch);
 #undef TAVMMS_PASS_ON
 }
 

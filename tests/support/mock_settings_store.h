@@ -50,6 +50,9 @@ public:
     MOCK_METHOD(bool, removeEntry, (const QString& group, const QString& key), (override));
     MOCK_METHOD(bool, clearGroup, (const QString& group), (override));
     MOCK_METHOD(bool, flush, (), (override));
+    MOCK_METHOD(bool, beginBatch, (), (override));
+    MOCK_METHOD(bool, commitBatch, (), (override));
+    MOCK_METHOD(void, abortBatch, (), (override));
 };
 
 // A GoogleMock double of the feature flags. Install it for a scope with

@@ -48,4 +48,15 @@ std::string makeReadOnly(const QString& path)
     return {};
 }
 
+std::string fillDisk(const QString& path)
+{
+    QFile filler(path + QStringLiteral("/filler"));
+    if (!filler.open(QIODevice::WriteOnly))
+        return "cannot make the file that fills the disk";
+    const QByteArray block(4096, 'f');
+    while (filler.write(block) == block.size() && filler.flush()) {
+    }
+    return {};
+}
+
 } // namespace tavmms_test

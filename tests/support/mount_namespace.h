@@ -18,6 +18,9 @@ std::string enterPrivateMountNamespace();
 std::string mountSmallTmpfs(const QString& path, int sizeKiB);
 // Makes the directory `path` read-only, even for root, by binding it onto itself read-only.
 std::string makeReadOnly(const QString& path);
+// Fills the file system of the directory `path` with a file named "filler" in it, until a write
+// is refused.
+std::string fillDisk(const QString& path);
 
 } // namespace tavmms_test
 

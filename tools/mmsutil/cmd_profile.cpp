@@ -55,11 +55,15 @@ int runDel(const cli::Command& command, const QStringList& arguments)
     if (const std::optional<int> stop = parseNamed(parser, command, arguments))
         return *stop;
     const QString name = parser.positionalArguments().constFirst();
-    if (!cli::profileListed(name))
-        return cli::ExitFailed;
-    return cli::reportChange(cli::callWriter([&] { return MMS_UTIL_Setting::delProfile(name); }),
-                             cli::kWriterCodes,
-                             QStringLiteral("cannot delete profile %1").arg(cli::quoted(name)));
+    const QString what = QStringLiteral("cannot delete profile %1").arg(cli::quoted(name));
+    // The name leaves the list and its values go with it, or nothing changes.
+    return cli::changeTogether(what, [&]() -> int {
+        if (!cli::profileListed(name))
+            return cli::ExitFailed;
+        return cli::reportChange(
+            cli::callWriter([&] { return MMS_UTIL_Setting::delProfile(name); }), cli::kWriterCodes,
+            what);
+    });
 }
 
 int runShow(const cli::Command& command, const QStringList& arguments)
@@ -103,9 +107,9 @@ int runSet(const cli::Command& command, const QStringList& arguments)
             setting.kind == cli::Kind::Number ? QStringLiteral("N") : QStringLiteral("TEXT")));
     QCommandLineParser parser;
     parser.setApplicationDescription(command.summary +
-                                     QStringLiteral(" Values not given stay as they are; the "
-                                                    "others are written in the order below, up "
-                                                    "to the first that fails."));
+                                     QStringLiteral(" Values not given stay as they are. The "
+                                                    "others are written together: when one "
+                                                    "cannot be written, none changes."));
     parser.addOptions(options);
     if (const std::optional<int> stop = parseNamed(parser, command, arguments))
         return *stop;
@@ -123,13 +127,16 @@ int runSet(const cli::Command& command, const QStringList& arguments)
     if (changes.isEmpty())
         return cli::usageError(command.name, QStringLiteral("give at least one value to set"));
     const QString name = parser.positionalArguments().constFirst();
-    if (!cli::profileListed(name))
-        return cli::ExitFailed;
-    for (const auto& [setting, value] : changes) {
-        if (const int status = cli::changeSetting(*setting, name, value))
-            return status;
-    }
-    return cli::ExitOk;
+    return cli::changeTogether(
+        QStringLiteral("cannot set profile %1").arg(cli::quoted(name)), [&]() -> int {
+            if (!cli::profileListed(name))
+                return cli::ExitFailed;
+            for (const auto& [setting, value] : changes) {
+                if (const int status = cli::changeSetting(*setting, name, value))
+                    return status;
+            }
+            return cli::ExitOk;
+        });
 }
 
 int runDefault(const cli::Command& command, const QStringList& arguments)

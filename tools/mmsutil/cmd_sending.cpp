@@ -61,9 +61,9 @@ int runSet(const cli::Command& command, const QStringList& arguments)
     const cli::SendingOptions sending{QString()};
     QCommandLineParser parser;
     parser.setApplicationDescription(
-        command.summary + QStringLiteral(" Options not given keep their values, but all four are "
-                                         "written, in the order below, up to the first that "
-                                         "fails."));
+        command.summary + QStringLiteral(" Options not given keep their values. All four are "
+                                         "written together: when one cannot be written, none "
+                                         "changes."));
     parser.addOptions(sending.options());
     if (const std::optional<int> stop = cli::parse(parser, command, arguments, 0))
         return *stop;
@@ -73,14 +73,17 @@ int runSet(const cli::Command& command, const QStringList& arguments)
         return cli::usageError(command.name, error);
     if (!choice->any())
         return cli::usageError(command.name, QStringLiteral("give at least one option to set"));
-    cli::SendingValues values = storedSendingValues();
-    choice->applyTo(&values);
-    return cli::reportChange(cli::callWriter([&] {
-                                 return MMS_UTIL_Setting::setSendingOption(
-                                     values.deliveryReport, values.readReport, values.expiry,
-                                     values.priority);
-                             }),
-                             cli::kWriterCodes, QStringLiteral("cannot set the sending options"));
+    const QString what = QStringLiteral("cannot set the sending options");
+    return cli::changeTogether(what, [&] {
+        cli::SendingValues values = storedSendingValues();
+        choice->applyTo(&values);
+        return cli::reportChange(cli::callWriter([&] {
+                                     return MMS_UTIL_Setting::setSendingOption(
+                                         values.deliveryReport, values.readReport, values.expiry,
+                                         values.priority);
+                                 }),
+                                 cli::kWriterCodes, what);
+    });
 }
 
 } // namespace

@@ -2,6 +2,7 @@
 
 #include "cli.h"
 
+#include <settings_service.h>
 #include <setup_set_manager.h>
 #include <tavmmsutility.h>
 
@@ -196,6 +197,17 @@ int reportChange(bool written, int error, const QString& what)
     return report(change, error, what, QString());
 }
 
+int changeTogether(const QString& what, const std::function<int()>& change)
+{
+    tavplatform::ScopedSettingsBatch batch;
+    if (!batch.begin())
+        return reportChange(false, errno, what);
+    if (const int status = change())
+        return status; // the batch is dropped with all it holds
+    const bool committed = batch.commit();
+    return reportChange(committed, errno, what);
+}
+
 std::optional<int> parseFlag(const QString& text)
 {
     const QString word = text.toLower();
@@ -371,14 +383,16 @@ ShownValue showSetting(const Setting& setting, const QString& profile)
 
 int changeSetting(const Setting& setting, const QString& profile, const QVariant& value)
 {
-    if (setting.kind == Kind::ProfileName && !value.toString().isEmpty() &&
-        !profileListed(value.toString()))
-        return ExitFailed;
     QString what = QStringLiteral("cannot set %1").arg(QLatin1String(setting.name));
     if (setting.perProfile)
         what += QStringLiteral(" of profile %1").arg(quoted(profile));
-    return reportChange(callWriter([&] { return setting.write(profile, value); }), kWriterCodes,
-                        what);
+    return changeTogether(what, [&]() -> int {
+        if (setting.kind == Kind::ProfileName && !value.toString().isEmpty() &&
+            !profileListed(value.toString()))
+            return ExitFailed;
+        return reportChange(callWriter([&] { return setting.write(profile, value); }), kWriterCodes,
+                            what);
+    });
 }
 
 bool profileListed(const QString& name)

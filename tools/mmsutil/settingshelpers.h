@@ -12,6 +12,7 @@
 #include <QVariant>
 
 #include <cerrno>
+#include <functional>
 #include <optional>
 
 class QCommandLineParser;
@@ -55,6 +56,13 @@ int reportChange(const WriteResult& result, const ResultCodes& codes, const QStr
                  const QString& alreadyThere = QString());
 // The same for a store call that returns true or false and sets errno.
 int reportChange(bool written, int error, const QString& what);
+
+// Runs `change` in one batch of the settings store, so that other processes see all that it
+// writes or nothing of it, and what it reads stays as read until it is done. `change` writes
+// through the library, reports its own failures and returns the exit status; when that is not
+// ExitOk the batch is dropped, else it is committed, and a batch that cannot begin or commit is
+// reported as `what` failing. Inside another such change, it joins the outer one's batch.
+int changeTogether(const QString& what, const std::function<int()>& change);
 
 // ---- Values on the command line ----
 
@@ -131,7 +139,8 @@ std::optional<QVariant> parseValue(const Setting& setting, const QString& text, 
 // Reads `setting` (of `profile`) as it is shown.
 ShownValue showSetting(const Setting& setting, const QString& profile);
 // Writes a value from parseValue() to `setting` (of `profile`), after checking that a profile
-// name names a listed profile; reports what went wrong and returns the exit status.
+// name names a listed profile, in a batch of its own (see changeTogether); reports what went
+// wrong and returns the exit status.
 int changeSetting(const Setting& setting, const QString& profile, const QVariant& value);
 
 // Whether `name` is in the list of profiles; reports "no profile "<name>"" when not.
