@@ -35,9 +35,10 @@ protected:
     QString databasePath() const { return platformDir() + QStringLiteral("/device.db"); }
     QString mailFileDir() const { return dir.filePath(QStringLiteral("download/mms/mailfile")); }
 
-    ToolResult run(const QStringList& arguments) const
+    ToolResult run(const QStringList& arguments, const QByteArray& input = QByteArray()) const
     {
-        return tavmms_test::runOnStore(QStringLiteral(TAVMMS_MMSUTIL_PATH), dir.path(), arguments);
+        return tavmms_test::runOnStore(QStringLiteral(TAVMMS_MMSUTIL_PATH), dir.path(), arguments,
+                                       input);
     }
 
     ToolResult index(const QStringList& arguments) const
@@ -430,6 +431,56 @@ TEST_F(MmsutilIndexTest, MailfileWriteWithIdNamesTheFileAfterTheRow)
     EXPECT_EQ(printed.out, "hello");
 }
 
+TEST_F(MmsutilIndexTest, MailfileWriteWithIdRefusesAMessageWithAFileUnlessReplacing)
+{
+    const unsigned id = add();
+    QFile body(dir.filePath(QStringLiteral("body.bin")));
+    ASSERT_TRUE(body.open(QIODevice::WriteOnly));
+    ASSERT_EQ(body.write("hello"), 5);
+    body.close();
+    const QStringList write{QStringLiteral("mailfile"), QStringLiteral("write"),
+                            QStringLiteral("--id"),     QString::number(id),
+                            QStringLiteral("--from"),   QStringLiteral("1"),
+                            QStringLiteral("--to"),     QStringLiteral("2"),
+                            QStringLiteral("--body"),   body.fileName()};
+    const QString path = mailFileDir() + QStringLiteral("/%1.mms").arg(id);
+    ASSERT_EQ(run(write).exitCode, 0);
+    const QByteArray first = run({QStringLiteral("mailfile"), QStringLiteral("show"), path}).out;
+
+    const ToolResult again =
+        run(write + QStringList{QStringLiteral("--subject"), QStringLiteral("Second")});
+
+    EXPECT_EQ(again.exitCode, 1);
+    EXPECT_EQ(again.err, QStringLiteral("mmsutil: message %1 has a mail file already ('%2')\n")
+                             .arg(id)
+                             .arg(path)
+                             .toUtf8());
+    EXPECT_EQ(run({QStringLiteral("mailfile"), QStringLiteral("show"), path}).out, first);
+
+    const ToolResult replaced =
+        run(write + QStringList{QStringLiteral("--subject"), QStringLiteral("Second"),
+                                QStringLiteral("--replace")});
+
+    ASSERT_EQ(replaced.exitCode, 0) << replaced.err.toStdString();
+    EXPECT_TRUE(
+        run({QStringLiteral("mailfile"), QStringLiteral("show"), path}).out.contains("Second"));
+}
+
+TEST_F(MmsutilIndexTest, MailfileWriteWithIdRefusesAnIdWithoutARow)
+{
+    add();
+    const ToolResult written =
+        run({QStringLiteral("mailfile"), QStringLiteral("write"), QStringLiteral("--id"),
+             QStringLiteral("9999"), QStringLiteral("--from"), QStringLiteral("1"),
+             QStringLiteral("--to"), QStringLiteral("2"), QStringLiteral("--body"),
+             QStringLiteral("-")},
+            "hello");
+
+    EXPECT_EQ(written.exitCode, 1);
+    EXPECT_EQ(written.err, "mmsutil: no message 9999\n");
+    EXPECT_FALSE(QFile::exists(mailFileDir() + QStringLiteral("/9999.mms")));
+}
+
 TEST_F(MmsutilIndexTest, MailfileWriteTakesEitherAFileOrAnId)
 {
     const QStringList options{QStringLiteral("--from"), QStringLiteral("1"),
@@ -443,6 +494,9 @@ TEST_F(MmsutilIndexTest, MailfileWriteTakesEitherAFileOrAnId)
                                      QStringLiteral("1")}));
     expectUsageError(
         run(write + options + QStringList{QStringLiteral("--id"), QStringLiteral("x")}));
+    expectUsageError(
+        run(write + options +
+            QStringList{dir.filePath(QStringLiteral("a.mms")), QStringLiteral("--replace")}));
     EXPECT_FALSE(QFile::exists(dir.filePath(QStringLiteral("a.mms"))));
     EXPECT_FALSE(QFile::exists(mailFileDir()));
 }
