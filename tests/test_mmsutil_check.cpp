@@ -521,6 +521,41 @@ TEST_F(MmsutilCheckTest, AWholeLeftoverBesideABrokenMailFileIsKeptAndTakesItsPla
     EXPECT_EQ(rowsAmong(ids), ids);
 }
 
+// ---- leftovers of an interrupted delete ----
+
+TEST_F(MmsutilCheckTest, AMailFileADeleteSetAsideIsPutBackWhileItsRowIsThere)
+{
+    const QList<unsigned> ids = addRows(1);
+    put(name(ids[0], ".mms.deleted"), mail);
+    counts = QStringLiteral("1 row and 0 mail files");
+    const QString line =
+        QStringLiteral("%1: left by an interrupted delete, whose row is still there")
+            .arg(name(ids[0], ".mms.deleted"));
+
+    expectReport({},
+                 {line, QStringLiteral("row %1: no mail file %2").arg(ids[0]).arg(name(ids[0]))},
+                 QStringLiteral("2 problems"), 1);
+    expectReport(kRepair, {line + QStringLiteral(" -> put back as ") + name(ids[0])},
+                 QStringLiteral("1 problem, 1 repaired, 0 remain"), 0);
+    EXPECT_EQ(entries(), QStringList{name(ids[0])});
+    EXPECT_EQ(bytesOf(name(ids[0])), mail);
+    EXPECT_EQ(rowsAmong(ids), ids);
+}
+
+TEST_F(MmsutilCheckTest, AMailFileADeleteSetAsideIsRemovedOnceItsRowIsGone)
+{
+    makeEmptyIndex();
+    put(name(7, ".mms.deleted"), mail);
+    counts = QStringLiteral("0 rows and 0 mail files");
+    const QString line =
+        QStringLiteral("%1: left by an interrupted delete").arg(name(7, ".mms.deleted"));
+
+    expectReport({}, {line}, QStringLiteral("1 problem"), 1);
+    expectReport(kRepair, {line + QStringLiteral(" -> removed")},
+                 QStringLiteral("1 problem, 1 repaired, 0 remain"), 0);
+    EXPECT_EQ(entries(), QStringList());
+}
+
 // ---- other names ----
 
 TEST_F(MmsutilCheckTest, OtherNamesAreListedAndNeverTouched)

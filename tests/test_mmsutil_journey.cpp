@@ -336,6 +336,24 @@ TEST_F(MmsutilJourneyTest, ReceiveRefusesABlockedSenderWithExitStatus4AndWritesN
     EXPECT_FALSE(QFileInfo::exists(mailFileDir()));
 }
 
+TEST_F(MmsutilJourneyTest, ReceiveOfAMessageKeptAlreadyIsRefusedWithExitStatus4)
+{
+    const QStringList receive{QStringLiteral("receive"),      bodyPath(),
+                              QStringLiteral("--from"),       QStringLiteral("+15550199"),
+                              QStringLiteral("--uri"),        QStringLiteral("http://mmsc/get/1"),
+                              QStringLiteral("--message-id"), QStringLiteral("m-1@mmsc")};
+    ASSERT_EQ(stored(run(receive)), 1u);
+
+    const ToolResult again = run(receive);
+
+    EXPECT_EQ(again.exitCode, 4);
+    EXPECT_EQ(again.out, "");
+    EXPECT_EQ(again.err, "mmsutil: message 1 has the same URI 'http://mmsc/get/1'; the message "
+                         "was not kept again\n");
+    EXPECT_EQ(rowIds(), QList<QByteArray>{"1"});
+    EXPECT_EQ(files(), QStringList{QStringLiteral("1.mms")});
+}
+
 TEST_F(MmsutilJourneyTest, ReceiveTakesABlockedSendersMessageWhenTheBlockListIsOff)
 {
     ok({QStringLiteral("block"), QStringLiteral("add"), QStringLiteral("15550199")});
