@@ -59,6 +59,25 @@ MMS_UTIL_Entry phone(const QString& number)
     return tavmms_test::makeEntry(QStringLiteral(""), MMS_UTIL_ADDR_PLMN, number);
 }
 
+NewMessage sampleMessage();
+
+// The sample message as it comes in from another phone.
+NewMessage receivedMessage()
+{
+    NewMessage message = sampleMessage();
+    message.from = phone(QStringLiteral("+4915550199"));
+    return message;
+}
+
+// The same, as fetched from the MMSC: with its Message-ID and the URI it was fetched from.
+NewMessage fetchedMessage()
+{
+    NewMessage message = receivedMessage();
+    message.messageId = QStringLiteral("m-17@mmsc.example");
+    message.uri = QStringLiteral("http://mmsc.example/get/17");
+    return message;
+}
+
 NewMessage sampleMessage()
 {
     NewMessage message;
@@ -432,10 +451,7 @@ TEST_F(MessageStoreTest, ComposeFailingAtAnyDatabaseCallKeepsNothing)
 
 TEST_F(MessageStoreTest, ReceiveFailingAtAnyDatabaseCallKeepsNothing)
 {
-    NewMessage message = sampleMessage();
-    message.from = phone(QStringLiteral("+4915550199"));
-    message.messageId = QStringLiteral("m-1@mmsc.example");
-    message.uri = QStringLiteral("http://mmsc.example/get/1");
+    const NewMessage message = fetchedMessage();
     const int calls = failEachDatabaseCallInTurn(
         [&](MessageStore& messages) { return messages.receive(message); });
     // As compose, and a search by URI and one by Message-ID of 9 calls each.
@@ -478,10 +494,7 @@ TEST_F(MessageStoreTest, ReceiveFilesTheMessageInTheInboxWithTheSendersContactNa
     EXPECT_CALL(addressBook, singleSearch(_, QStringLiteral("+4915550199"), _, _, _))
         .WillRepeatedly(
             tavmms_test::answerSearch(0, QStringLiteral("Carla"), QStringLiteral("Work")));
-    NewMessage message = sampleMessage();
-    message.from = phone(QStringLiteral("+4915550199"));
-    message.messageId = QStringLiteral("m-17@mmsc.example");
-    message.uri = QStringLiteral("http://mmsc.example/get/17");
+    NewMessage message = fetchedMessage();
 
     const Added outcome = messages.receive(message);
 
@@ -506,8 +519,7 @@ TEST_F(MessageStoreTest, ReceiveAddressesTheOwnerWhenNoRecipientIsGiven)
     EXPECT_CALL(addressBook, getOwnerNumber(_, _))
         .WillRepeatedly(DoAll(SetArgReferee<0>(QStringLiteral("Me")),
                               SetArgReferee<1>(QStringLiteral("+4915550100")), Return(true)));
-    NewMessage message = sampleMessage();
-    message.from = phone(QStringLiteral("+4915550199"));
+    NewMessage message = receivedMessage();
     message.to.clear();
     message.cc.clear();
 
@@ -520,8 +532,7 @@ TEST_F(MessageStoreTest, ReceiveAddressesTheOwnerWhenNoRecipientIsGiven)
 TEST_F(MessageStoreTest, ReceiveRefusesABlockedSenderAndWritesNothing)
 {
     ASSERT_EQ(MMS_UTIL_Setting::addToBlockList(QStringLiteral("15550199")), 0);
-    NewMessage message = sampleMessage();
-    message.from = phone(QStringLiteral("+4915550199"));
+    NewMessage message = receivedMessage();
 
     const Added outcome = messages.receive(message);
 
@@ -539,8 +550,7 @@ TEST_F(MessageStoreTest, ReceiveFilesABlockedSendersMessageWhenTheBlockListIsOff
     EXPECT_CALL(flags, getFlexBit(kFilterFlag, _))
         .WillRepeatedly(DoAll(SetArgReferee<1>(false), Return(true)));
     const tavplatform::ScopedFeatureFlagService installed(&flags);
-    NewMessage message = sampleMessage();
-    message.from = phone(QStringLiteral("+4915550199"));
+    NewMessage message = receivedMessage();
 
     const Added outcome = messages.receive(message);
 
@@ -706,10 +716,7 @@ TEST_F(MessageStoreTest, ComposeAfterTheIndexWasResetChangesNoEarlierFile)
 
 TEST_F(MessageStoreTest, ReceiveRefusesAMessageWhoseUriOrMessageIdIsKeptAlready)
 {
-    NewMessage message = sampleMessage();
-    message.from = phone(QStringLiteral("+4915550199"));
-    message.messageId = QStringLiteral("m-17@mmsc.example");
-    message.uri = QStringLiteral("http://mmsc.example/get/17");
+    NewMessage message = fetchedMessage();
     const Added kept = messages.receive(message);
     ASSERT_TRUE(kept.status.ok()) << kept.status.text.toStdString();
 
@@ -737,8 +744,7 @@ TEST_F(MessageStoreTest, ReceiveRefusesAMessageWhoseUriOrMessageIdIsKeptAlready)
 
 TEST_F(MessageStoreTest, ReceiveWithoutUriOrMessageIdIsNoDuplicate)
 {
-    NewMessage message = sampleMessage();
-    message.from = phone(QStringLiteral("+4915550199"));
+    NewMessage message = receivedMessage();
 
     EXPECT_TRUE(messages.receive(message).status.ok());
     EXPECT_TRUE(messages.receive(message).status.ok());
@@ -788,8 +794,7 @@ TEST_F(MessageStoreTest, ReadOfAnUnknownIdIsNotFound)
 
 TEST_F(MessageStoreTest, ListGivesTheRowsInIdOrderAndOnlyThoseOfAFolder)
 {
-    NewMessage received = sampleMessage();
-    received.from = phone(QStringLiteral("+4915550199"));
+    const NewMessage received = receivedMessage();
     const Added first = messages.compose(sampleMessage());
     const Added second = messages.receive(received);
     const Added third = messages.compose(sampleMessage(), Folder::Drafts);
@@ -813,8 +818,7 @@ TEST_F(MessageStoreTest, ListGivesTheRowsInIdOrderAndOnlyThoseOfAFolder)
 
 TEST_F(MessageStoreTest, SetReadAndMoveChangeTheirFieldAndNothingElse)
 {
-    NewMessage received = sampleMessage();
-    received.from = phone(QStringLiteral("+4915550199"));
+    const NewMessage received = receivedMessage();
     const Added kept = messages.receive(received);
     const MMS_UTIL_DBStruct_T before = store.row(kept.id);
 

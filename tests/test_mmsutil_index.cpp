@@ -5,6 +5,7 @@
 #include <tavmmsutility.h>
 
 #include "support/index_table_helpers.h"
+#include "support/mailfile_helpers.h"
 #include "support/message_store.h"
 #include "support/sql_queries.h"
 #include "support/tool_process.h"
@@ -412,15 +413,13 @@ TEST_F(MmsutilIndexTest, MalformedArgumentsAreUsageErrors)
 TEST_F(MmsutilIndexTest, MailfileWriteWithIdNamesTheFileAfterTheRow)
 {
     const unsigned id = add();
-    QFile body(dir.filePath(QStringLiteral("body.bin")));
-    ASSERT_TRUE(body.open(QIODevice::WriteOnly));
-    ASSERT_EQ(body.write("hello"), 5);
-    body.close();
+    const QString body = dir.filePath(QStringLiteral("body.bin"));
+    ASSERT_TRUE(tavmms_test::writeFileBytes(body, "hello"));
 
-    const ToolResult written = run(
-        {QStringLiteral("mailfile"), QStringLiteral("write"), QStringLiteral("--id"),
-         QString::number(id), QStringLiteral("--from"), QStringLiteral("1"), QStringLiteral("--to"),
-         QStringLiteral("2"), QStringLiteral("--body"), body.fileName()});
+    const ToolResult written =
+        run({QStringLiteral("mailfile"), QStringLiteral("write"), QStringLiteral("--id"),
+             QString::number(id), QStringLiteral("--from"), QStringLiteral("1"),
+             QStringLiteral("--to"), QStringLiteral("2"), QStringLiteral("--body"), body});
 
     ASSERT_EQ(written.exitCode, 0) << written.err.toStdString();
     const QString expected = mailFileDir() + QStringLiteral("/%1.mms").arg(id);
@@ -434,15 +433,13 @@ TEST_F(MmsutilIndexTest, MailfileWriteWithIdNamesTheFileAfterTheRow)
 TEST_F(MmsutilIndexTest, MailfileWriteWithIdRefusesAMessageWithAFileUnlessReplacing)
 {
     const unsigned id = add();
-    QFile body(dir.filePath(QStringLiteral("body.bin")));
-    ASSERT_TRUE(body.open(QIODevice::WriteOnly));
-    ASSERT_EQ(body.write("hello"), 5);
-    body.close();
+    const QString body = dir.filePath(QStringLiteral("body.bin"));
+    ASSERT_TRUE(tavmms_test::writeFileBytes(body, "hello"));
     const QStringList write{QStringLiteral("mailfile"), QStringLiteral("write"),
                             QStringLiteral("--id"),     QString::number(id),
                             QStringLiteral("--from"),   QStringLiteral("1"),
                             QStringLiteral("--to"),     QStringLiteral("2"),
-                            QStringLiteral("--body"),   body.fileName()};
+                            QStringLiteral("--body"),   body};
     const QString path = mailFileDir() + QStringLiteral("/%1.mms").arg(id);
     ASSERT_EQ(run(write).exitCode, 0);
     const QByteArray first = run({QStringLiteral("mailfile"), QStringLiteral("show"), path}).out;
