@@ -206,19 +206,19 @@ struct MessageStore::Impl {
     };
 
     // Completes what a program that died left behind, once for the store object, or again when
-    // `again`; the caller has the index open. A store whose lock another program holds is left
-    // for the next use.
+    // `again`; the caller has the index open. It does not wait for the store's lock: while
+    // another program holds it, what is left is left for the next call (it is a message's files,
+    // never a message being kept), and a failure for a repair to report.
     void recover(bool again = false)
     {
         if (recovered && !again)
             return;
-        recovered = true;
         const QString directory = MMS_UTIL_Common::getMailFileDir();
         const QList<unsigned int> ids = interruptedIds(directory);
-        if (ids.isEmpty())
-            return;
         StoreLock lock;
-        if (lock.acquire(StoreLock::defaultPath(), StoreLock::Exclusive, lockTimeout).ok())
+        recovered =
+            ids.isEmpty() || lock.acquire(StoreLock::defaultPath(), StoreLock::Exclusive, {}).ok();
+        if (lock.isHeld())
             completeInterrupted(directory, ids);
     }
 

@@ -13,7 +13,8 @@
 //   leftover of one) exists is passed over for the next;
 // - the store's lock (StoreLock) keeps repairs away from messages being written;
 // - what a crash of a save or a delete leaves behind for a message that has its row is completed
-//   the next time the store is used, under the exclusive lock.
+//   the next time the store is used, under the exclusive lock (taken without waiting: while
+//   another program uses the store, a later call completes it).
 //
 // The calls run on the caller's thread, wait for the store's lock up to the timeout given, and
 // return a Status; none throws.
