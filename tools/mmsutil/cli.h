@@ -25,7 +25,7 @@ enum ExitCode {
     // The command ran and the answer is no: the address is not blocked, what was to be added
     // was there already so nothing changed, or nothing was found.
     ExitNo = 3,
-    ExitRefused = 4, // an incoming message from a blocked sender; nothing was stored
+    ExitRefused = 4, // an incoming message refused (blocked sender, kept already); nothing stored
 };
 
 struct Command;

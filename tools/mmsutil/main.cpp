@@ -75,8 +75,8 @@ int run(const QStringList& arguments)
         cli::commandTable(allCommands()) +
         QStringLiteral("\n'mmsutil <command> --help' describes a command.\n\nExit status: 0 "
                        "done, 1 failed, 2 wrong command line, 3 the answer is no (not blocked, "
-                       "already there, or nothing found), 4 a message from a blocked sender "
-                       "was refused."));
+                       "already there, or nothing found), 4 a received message was refused (a "
+                       "blocked sender, or a message kept already)."));
     const QCommandLineOption help = cli::helpOption();
     const QCommandLineOption version(QStringList{QStringLiteral("v"), QStringLiteral("version")},
                                      QStringLiteral("Displays the version."));
