@@ -669,6 +669,48 @@ TEST_F(MessageStoreTest, RemoveFailingAtAnyDatabaseCallKeepsTheWholeMessage)
     }
 }
 
+// ---- names the header cannot carry ----
+
+TEST_F(MessageStoreTest, ComposeDropsFromANameWhatTheHeaderCannotCarry)
+{
+    EXPECT_CALL(addressBook, singleSearch(_, _, _, _, _)).Times(AnyNumber());
+    EXPECT_CALL(addressBook, singleSearch(_, QStringLiteral("+4915550101"), _, _, _))
+        .WillRepeatedly(tavmms_test::answerSearch(
+            0, QStringLiteral("Doe, Jane <CEO> [HQ]\nSecond\tline\u2028end\u0001"),
+            QStringLiteral("Mobile")));
+    NewMessage message = sampleMessage();
+    message.from = tavmms_test::makeEntry(QStringLiteral("Me, myself"), MMS_UTIL_ADDR_PLMN,
+                                          QStringLiteral("+4915550100"));
+
+    const Added outcome = messages.compose(message);
+
+    ASSERT_TRUE(outcome.status.ok()) << outcome.status.text.toStdString();
+    const QString carried = QStringLiteral("Doe Jane CEO HQSecondlineend");
+    const MMS_UTIL_DBStruct_T row = store.row(outcome.id);
+    EXPECT_EQ(tavmms_test::text16(row.cmn_fld_from_name), QStringLiteral("Me myself"));
+    EXPECT_EQ(tavmms_test::text16(row.cmn_fld_to_name).left(carried.size()), carried);
+    const Loaded mail = load(outcome.mailFile);
+    ASSERT_EQ(mail.result, MMS_UTIL_MAILFILE_OK);
+    EXPECT_EQ(mail.header->from.name, QStringLiteral("Me myself"));
+    ASSERT_GE(mail.header->toList.count(), 1u);
+    EXPECT_EQ(mail.header->toList.at(0)->name, carried);
+    EXPECT_EQ(mail.header->toList.at(0)->address, QStringLiteral("+4915550101"));
+}
+
+TEST_F(MessageStoreTest, ReceiveDropsFromTheSendersNameWhatTheHeaderCannotCarry)
+{
+    NewMessage message = receivedMessage();
+    message.from.name = QStringLiteral("Evil\x1b]0;owned\x07\x1b"
+                                       "c");
+
+    const Added outcome = messages.receive(message);
+
+    ASSERT_TRUE(outcome.status.ok()) << outcome.status.text.toStdString();
+    EXPECT_EQ(tavmms_test::text16(store.row(outcome.id).cmn_fld_from_name),
+              QStringLiteral("Evil0;ownedc"));
+    EXPECT_EQ(messages.read(outcome.id).header->from.name, QStringLiteral("Evil0;ownedc"));
+}
+
 // ---- a new message never takes the place of a file ----
 
 TEST_F(MessageStoreTest, ComposePassesOverAnIdWhoseFileOrLeftoverIsThere)

@@ -336,6 +336,21 @@ TEST_F(MmsutilJourneyTest, ReceiveRefusesABlockedSenderWithExitStatus4AndWritesN
     EXPECT_FALSE(QFileInfo::exists(mailFileDir()));
 }
 
+TEST_F(MmsutilJourneyTest, ComposeToAContactWhoseNameTheHeaderCannotCarryKeepsTheMessage)
+{
+    ok({QStringLiteral("contacts"), QStringLiteral("import"), QStringLiteral("-")},
+       "BEGIN:VCARD\r\nVERSION:3.0\r\nFN:Doe\\, Jane <CEO>\r\nTEL:+15550123\r\n"
+       "END:VCARD\r\n");
+
+    const unsigned id = stored(run({QStringLiteral("compose"), QStringLiteral("--to"),
+                                    QStringLiteral("+15550123"), QStringLiteral("--subject"),
+                                    QStringLiteral("Hi"), QStringLiteral("--body"), bodyPath()}));
+
+    ASSERT_EQ(id, 1u);
+    EXPECT_EQ(tavmms_test::text16(readBack(id).cmn_fld_to_name), QStringLiteral("Doe Jane CEO"));
+    EXPECT_EQ(run({QStringLiteral("show"), QStringLiteral("1")}).exitCode, 0);
+}
+
 TEST_F(MmsutilJourneyTest, ReceiveOfAMessageKeptAlreadyIsRefusedWithExitStatus4)
 {
     const QStringList receive{QStringLiteral("receive"),      bodyPath(),

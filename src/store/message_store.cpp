@@ -131,6 +131,34 @@ void nameFromContacts(MMS_UTIL_MsgHeaderBase* header)
         MMS_UTIL_Common::srchContactName(header->from);
 }
 
+// `name` without what the entry text form of a mail file cannot carry: "," ends an entry of a
+// list, "<" ">" "[" "]" enclose a name and a type, and a line break or another control character
+// ends the header line. A name from the address book, the command line or another phone is kept
+// so, rather than a message failing for it.
+QString carriedName(const QString& name)
+{
+    QString carried;
+    carried.reserve(name.size());
+    for (const QChar c : name) {
+        const QChar::Category category = c.category();
+        if (!QStringView(u",<>[]").contains(c) && category != QChar::Other_Control &&
+            category != QChar::Separator_Line && category != QChar::Separator_Paragraph)
+            carried.append(c);
+    }
+    return carried;
+}
+
+void carryNames(MMS_UTIL_MsgHeaderBase* header)
+{
+    header->from.name = carriedName(header->from.name);
+    for (const MMS_UTIL_EntryList* list : {&header->toList, &header->ccList, &header->bccList}) {
+        for (MMS_UTIL_Entry* entry : *list) {
+            if (entry)
+                entry->name = carriedName(entry->name);
+        }
+    }
+}
+
 // Fills the parts of `header` that composing and receiving share.
 void fillHeader(MMS_UTIL_MsgHeaderBase* header, const NewMessage& message)
 {
@@ -142,6 +170,7 @@ void fillHeader(MMS_UTIL_MsgHeaderBase* header, const NewMessage& message)
     for (const MMS_UTIL_Entry& entry : message.bcc)
         header->addBccRecipient(entry);
     nameFromContacts(header);
+    carryNames(header);
     header->subject = message.subject;
     header->contentType = message.contentType;
     header->messageId = message.messageId;
