@@ -669,6 +669,78 @@ TEST_F(MessageStoreTest, RemoveFailingAtAnyDatabaseCallKeepsTheWholeMessage)
     }
 }
 
+// ---- size limits ----
+
+TEST_F(MessageStoreTest, ComposeKeepsABodyUpToMaxMoSizeInKBAndRefusesOneByteMore)
+{
+    ASSERT_EQ(MMS_UTIL_Setting::setMaxiumMOMMSSize(2), 0);
+    NewMessage message = sampleMessage();
+    message.body = QByteArray(2048, 'x');
+    ASSERT_TRUE(messages.compose(message).status.ok());
+
+    message.body.append('x');
+    const Added outcome = messages.compose(message);
+
+    EXPECT_EQ(outcome.status.code, ErrorCode::TooLarge);
+    EXPECT_EQ(outcome.status.text, QStringLiteral("the body of 2049 bytes is over the limit of 2 "
+                                                  "KB (max-mo-size); the message was not kept"));
+    EXPECT_EQ(store.rowCount(), 1);
+    EXPECT_EQ(store.files().size(), 1);
+    EXPECT_EQ(MessageStore::composeLimit().bytes, 2048);
+}
+
+TEST_F(MessageStoreTest, AFreshStoreLimitsComposedBodiesTo50AndReceivedOnesTo100KB)
+{
+    EXPECT_EQ(MessageStore::composeLimit().bytes, 50 * 1024);
+    EXPECT_EQ(MessageStore::receiveLimit().bytes, 100 * 1024);
+    EXPECT_EQ(MessageStore::receiveLimit().text,
+              QStringLiteral("the limit of 100 KB (max-mt-size)"));
+}
+
+TEST_F(MessageStoreTest, AStoredZeroMeansNoLimitButTheStoresOwn)
+{
+    ASSERT_EQ(MMS_UTIL_Setting::setMaxiumMOMMSSize(0), 0);
+    ASSERT_EQ(MMS_UTIL_Setting::setMaxiumMTMMSSize(0), 0);
+
+    EXPECT_EQ(MessageStore::composeLimit().bytes, MessageStore::kLargestBody);
+    EXPECT_EQ(MessageStore::receiveLimit().bytes, MessageStore::kLargestBody);
+    EXPECT_EQ(MessageStore::composeLimit().text,
+              QStringLiteral("the store's limit of 104857600 bytes"));
+    NewMessage message = sampleMessage();
+    message.body = QByteArray(200 * 1024, 'x');
+    EXPECT_TRUE(messages.compose(message).status.ok());
+}
+
+TEST_F(MessageStoreTest, ReceiveAppliesMaxMtSizeOnlyWhileTheMtSizeLimitIsOn)
+{
+    ASSERT_EQ(MMS_UTIL_Setting::setMaxiumMTMMSSize(1), 0);
+    NewMessage message = receivedMessage();
+    message.body = QByteArray(1025, 'x');
+
+    const Added refused = messages.receive(message);
+    ASSERT_EQ(MMS_UTIL_Setting::setMTSizeLimitationState(0), 0);
+    const Added kept = messages.receive(message);
+
+    EXPECT_EQ(refused.status.code, ErrorCode::TooLarge);
+    EXPECT_EQ(refused.status.text, QStringLiteral("the body of 1025 bytes is over the limit of 1 "
+                                                  "KB (max-mt-size); the message was not kept"));
+    EXPECT_TRUE(kept.status.ok()) << kept.status.text.toStdString();
+    EXPECT_EQ(MessageStore::receiveLimit().bytes, MessageStore::kLargestBody);
+    EXPECT_EQ(store.rowCount(), 1);
+}
+
+TEST_F(MessageStoreTest, WriteMailFileRefusesABodyOverTheStoresLimit)
+{
+    const Added kept = messages.compose(sampleMessage());
+    MMS_UTIL_MsgHeaderBase header;
+
+    const Added written = messages.writeMailFile(
+        kept.id, header, QByteArray(int(MessageStore::kLargestBody) + 1, 'x'), true);
+
+    EXPECT_EQ(written.status.code, ErrorCode::TooLarge);
+    EXPECT_EQ(messages.read(kept.id).body, sampleMessage().body);
+}
+
 // ---- names the header cannot carry ----
 
 TEST_F(MessageStoreTest, ComposeDropsFromANameWhatTheHeaderCannotCarry)

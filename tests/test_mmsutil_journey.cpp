@@ -351,6 +351,41 @@ TEST_F(MmsutilJourneyTest, ComposeToAContactWhoseNameTheHeaderCannotCarryKeepsTh
     EXPECT_EQ(run({QStringLiteral("show"), QStringLiteral("1")}).exitCode, 0);
 }
 
+TEST_F(MmsutilJourneyTest, ComposeOfABodyOverMaxMoSizeIsRefusedWithExitStatus4BeforeItIsReadWhole)
+{
+    for (const char* body : {"/dev/zero", "-"}) {
+        SCOPED_TRACE(body);
+        const ToolResult result =
+            run({QStringLiteral("compose"), QStringLiteral("--to"), QStringLiteral("+15550101"),
+                 QStringLiteral("--subject"), QStringLiteral("Big"), QStringLiteral("--body"),
+                 QLatin1String(body)},
+                QByteArray(51 * 1024, 'x'));
+
+        EXPECT_EQ(result.exitCode, 4);
+        EXPECT_EQ(result.out, "");
+        EXPECT_EQ(result.err, "mmsutil: the body in '" + QByteArray(body) +
+                                  "' is over the limit of 50 KB (max-mo-size); the message was "
+                                  "not kept\n");
+    }
+    EXPECT_EQ(rowIds(), QList<QByteArray>());
+    EXPECT_EQ(files(), QStringList());
+}
+
+TEST_F(MmsutilJourneyTest, ReceiveOfABodyOverMaxMtSizeIsRefusedWithExitStatus4)
+{
+    ok({QStringLiteral("settings"), QStringLiteral("set"), QStringLiteral("max-mt-size"),
+        QStringLiteral("1")});
+
+    const ToolResult result = run({QStringLiteral("receive"), QStringLiteral("-"),
+                                   QStringLiteral("--from"), QStringLiteral("+15550199")},
+                                  QByteArray(1025, 'x'));
+
+    EXPECT_EQ(result.exitCode, 4);
+    EXPECT_EQ(result.err, "mmsutil: the body in '-' is over the limit of 1 KB (max-mt-size); the "
+                          "message was not kept\n");
+    EXPECT_EQ(rowIds(), QList<QByteArray>());
+}
+
 TEST_F(MmsutilJourneyTest, ReceiveOfAMessageKeptAlreadyIsRefusedWithExitStatus4)
 {
     const QStringList receive{QStringLiteral("receive"),      bodyPath(),

@@ -126,22 +126,22 @@ TEST_F(MmsutilSettingsTest, ShowOfAFreshStoreGivesEveryDefault)
 {
     const QByteArray out = ok({QStringLiteral("settings"), QStringLiteral("show")});
 
-    EXPECT_EQ(out.toStdString(), "SETTING                    VALUE              SOURCE\n"
-                                 "roaming-delayed-retrieval  on                 default\n"
-                                 "mt-size-limitation         on                 default\n"
-                                 "auto-retrieval             on                 default\n"
-                                 "max-mo-size                50 (effective 50)  default\n"
-                                 "max-mt-size                100                default\n"
-                                 "sender-visibility          on                 default\n"
-                                 "expire-after-sec           65535              default\n"
-                                 "delivery-report-allowed    on                 default\n"
-                                 "default-profile            \"\"                 default\n"
-                                 "block-list                 \"\"                 default\n"
-                                 "server-uri                 \"\"                 default\n"
-                                 "data-connect-profile       \"\"                 default\n"
-                                 "wap-gateway                0                  default\n"
-                                 "connection-type            0                  default\n"
-                                 "secure-type                0                  default\n");
+    EXPECT_EQ(out.toStdString(), "SETTING                    VALUE   SOURCE\n"
+                                 "roaming-delayed-retrieval  on      default\n"
+                                 "mt-size-limitation         on      default\n"
+                                 "auto-retrieval             on      default\n"
+                                 "max-mo-size                50 KB   default\n"
+                                 "max-mt-size                100 KB  default\n"
+                                 "sender-visibility          on      default\n"
+                                 "expire-after-sec           65535   default\n"
+                                 "delivery-report-allowed    on      default\n"
+                                 "default-profile            \"\"      default\n"
+                                 "block-list                 \"\"      default\n"
+                                 "server-uri                 \"\"      default\n"
+                                 "data-connect-profile       \"\"      default\n"
+                                 "wap-gateway                0       default\n"
+                                 "connection-type            0       default\n"
+                                 "secure-type                0       default\n");
 }
 
 TEST_F(MmsutilSettingsTest, ShowMarksStoredValuesAndReadsTheDefaultProfiles)
@@ -159,8 +159,8 @@ TEST_F(MmsutilSettingsTest, ShowMarksStoredValuesAndReadsTheDefaultProfiles)
                                  "roaming-delayed-retrieval  on                         default\n"
                                  "mt-size-limitation         on                         default\n"
                                  "auto-retrieval             off                        stored\n"
-                                 "max-mo-size                50 (effective 50)          default\n"
-                                 "max-mt-size                100                        default\n"
+                                 "max-mo-size                50 KB                      default\n"
+                                 "max-mt-size                100 KB                     default\n"
                                  "sender-visibility          on                         default\n"
                                  "expire-after-sec           65535                      default\n"
                                  "delivery-report-allowed    on                         default\n"
@@ -215,22 +215,32 @@ TEST_F(MmsutilSettingsTest, ShowJsonHasEverySettingWithItsGroupKeyAndSource)
         EXPECT_EQ(member.value(QStringLiteral("value")), setting.value);
         EXPECT_EQ(member.value(QStringLiteral("isDefault")).toBool(), setting.isDefault);
     }
-    EXPECT_EQ(shown.value(QStringLiteral("max-mo-size")).toObject().value("effective").toInt(), 50);
+    EXPECT_EQ(shown.value(QStringLiteral("max-mo-size")).toObject().value("limitBytes").toInt(),
+              50 * 1024);
+    EXPECT_EQ(shown.value(QStringLiteral("max-mt-size")).toObject().value("unit").toString(),
+              QStringLiteral("KB"));
 }
 
-TEST_F(MmsutilSettingsTest, ShowGivesTheRawAndTheEffectiveMOSize)
+TEST_F(MmsutilSettingsTest, ShowGivesTheSizeLimitsInKBAndZeroAsNoLimit)
 {
     ok({QStringLiteral("settings"), QStringLiteral("set"), QStringLiteral("max-mo-size"),
         QStringLiteral("0")});
+    ok({QStringLiteral("settings"), QStringLiteral("set"), QStringLiteral("max-mt-size"),
+        QStringLiteral("1024")});
 
-    const QJsonObject size = json({QStringLiteral("settings"), QStringLiteral("show")})
-                                 .value(QStringLiteral("max-mo-size"))
-                                 .toObject();
-    EXPECT_EQ(size.value(QStringLiteral("value")).toInt(-1), 0);
-    EXPECT_EQ(size.value(QStringLiteral("effective")).toInt(), 50);
-    EXPECT_FALSE(size.value(QStringLiteral("isDefault")).toBool(true));
-    EXPECT_TRUE(ok({QStringLiteral("settings"), QStringLiteral("show")})
-                    .contains("\nmax-mo-size                0 (effective 50)  stored\n"));
+    const QJsonObject shown = json({QStringLiteral("settings"), QStringLiteral("show")});
+    const QJsonObject mo = shown.value(QStringLiteral("max-mo-size")).toObject();
+    const QJsonObject mt = shown.value(QStringLiteral("max-mt-size")).toObject();
+    EXPECT_EQ(mo.value(QStringLiteral("value")).toInt(-1), 0);
+    EXPECT_EQ(mo.value(QStringLiteral("unit")).toString(), QStringLiteral("KB"));
+    EXPECT_EQ(mo.value(QStringLiteral("limitBytes")).toInteger(), 100 * 1024 * 1024);
+    EXPECT_FALSE(mo.value(QStringLiteral("isDefault")).toBool(true));
+    EXPECT_EQ(mt.value(QStringLiteral("limitBytes")).toInteger(), 1024 * 1024);
+    const QByteArray text = ok({QStringLiteral("settings"), QStringLiteral("show")});
+    EXPECT_TRUE(text.contains("\nmax-mo-size                0 (no limit)  stored\n"))
+        << text.toStdString();
+    EXPECT_TRUE(text.contains("\nmax-mt-size                1024 KB       stored\n"))
+        << text.toStdString();
 }
 
 TEST_F(MmsutilSettingsTest, SetWritesEverySettingAsTheLibraryReadsIt)

@@ -1,10 +1,11 @@
 #!/usr/bin/env bash
 # The main job behind `make run`: a message's whole way through the library, on the default data
-# directories. The MMS settings get a default profile when they have none; the sample contacts are
+# directories. The MMS settings get a default profile, and the size limits of today's operators,
+# when they have no default profile; the sample contacts are
 # imported into the address book (importing again replaces them), and its owner is set when there
 # is none. Then a message is composed: a header with the stored sending options, recipients named
 # from the address book, its row in the message index and its mail file, named after the row's id,
-# written and read back. A reply is received into the inbox, and a message from a blocked sender is
+# written with its header checked. A reply is received into the inbox, and a message from a blocked sender is
 # refused. The messages are listed and the new one is shown in full. Every run adds two messages;
 # the settings, the owner and the block list are made once.
 set -euo pipefail
@@ -37,6 +38,10 @@ if [ -z "$("$mmsutil" profile default)" ]; then
             --data-connect-profile "Operator Internet"
     fi
     "$mmsutil" profile default "$profile"
+    # The size limits operators commonly use today, in KB: 300 for sent and 1024 for received
+    # messages (a fresh store's 50 and 100 are older ones).
+    "$mmsutil" settings set max-mo-size 300
+    "$mmsutil" settings set max-mt-size 1024
 fi
 "$mmsutil" settings show
 

@@ -48,6 +48,28 @@ Status databaseFailure(const QString& what, int r)
                            what + QStringLiteral(": ") + resultText(r));
 }
 
+// TooLarge when `body` is over `limit`; else done.
+Status checkSize(const QByteArray& body, const SizeLimit& limit)
+{
+    if (body.size() <= limit.bytes)
+        return {};
+    return Status::failure(
+        ErrorCode::TooLarge,
+        QStringLiteral("the body of %1 bytes is over %2; the message was not kept")
+            .arg(body.size())
+            .arg(limit.text));
+}
+
+// The limit that size setting `setting` sets to `kilobytes` (0 for none), never over the store's
+// own.
+SizeLimit limitOf(int kilobytes, const char* setting)
+{
+    if (kilobytes <= 0 || qint64(kilobytes) * 1024 >= MessageStore::kLargestBody)
+        return MessageStore::storeLimit();
+    return {qint64(kilobytes) * 1024,
+            QStringLiteral("the limit of %1 KB (%2)").arg(kilobytes).arg(QLatin1String(setting))};
+}
+
 Status notFound(unsigned int id)
 {
     return Status::failure(ErrorCode::NotFound, QStringLiteral("no message %1").arg(id));
@@ -414,6 +436,23 @@ std::chrono::milliseconds MessageStore::lockTimeout() const
     return d->lockTimeout;
 }
 
+SizeLimit MessageStore::composeLimit()
+{
+    return limitOf(MMS_UTIL_Setting::getMaxiumMOMMSSize(1), "max-mo-size");
+}
+
+SizeLimit MessageStore::receiveLimit()
+{
+    return MMS_UTIL_Setting::getMTSizeLimitationState()
+               ? limitOf(MMS_UTIL_Setting::getMaxiumMTMMSSize(), "max-mt-size")
+               : storeLimit();
+}
+
+SizeLimit MessageStore::storeLimit()
+{
+    return {kLargestBody, QStringLiteral("the store's limit of %1 bytes").arg(kLargestBody)};
+}
+
 Added MessageStore::compose(const NewMessage& message, Folder folder)
 {
     if (folder != Folder::Outbox && folder != Folder::Drafts) {
@@ -422,6 +461,11 @@ Added MessageStore::compose(const NewMessage& message, Folder folder)
             ErrorCode::Invalid,
             QStringLiteral("a composed message goes to the outbox or the drafts, not to folder %1")
                 .arg(unsigned(folder)));
+        return added;
+    }
+    if (Status tooLarge = checkSize(message.body, composeLimit()); !tooLarge.ok()) {
+        Added added;
+        added.status = tooLarge;
         return added;
     }
     NewMessage composed = message;
@@ -445,6 +489,11 @@ Added MessageStore::receive(const NewMessage& message)
                                     .arg(message.from.address));
         return added;
     }
+    if (Status tooLarge = checkSize(message.body, receiveLimit()); !tooLarge.ok()) {
+        Added added;
+        added.status = tooLarge;
+        return added;
+    }
     NewMessage received = message;
     if (received.to.isEmpty()) {
         MMS_UTIL_Entry owner;
@@ -462,6 +511,9 @@ Added MessageStore::writeMailFile(unsigned int id, MMS_UTIL_MsgHeaderBase& heade
     Added added;
     added.id = id;
     added.mailFile = MMS_UTIL_Common::msgDBIDToMailFileName(id);
+    added.status = checkSize(body, storeLimit());
+    if (!added.status.ok())
+        return added;
     Impl::Session session;
     d->begin(&session, true);
     added.status = session.status;

@@ -33,6 +33,19 @@ class TAVMMS_EXPORT MessageStore
 {
 public:
     static constexpr std::chrono::milliseconds kDefaultLockTimeout{30000};
+    // No body larger than this is kept, whatever the size settings say: 100 MiB, which a mail
+    // file's 32-bit lengths hold and a phone's memory can hold twice.
+    static constexpr qint64 kLargestBody = 100 * 1024 * 1024;
+
+    // The largest body that compose() keeps: "MMS_MO_Size_Limitation" (max-mo-size) in KB of 1,024
+    // bytes, read raw, a stored 0 meaning no limit; never more than kLargestBody. A caller that
+    // reads a body from a file or a pipe reads no more than one byte over it.
+    static SizeLimit composeLimit();
+    // The same for receive(): "MMS_MT_Size_Limitation" (max-mt-size) while the MT size limit is on
+    // ("MMS_Enable_MT_Size_Limitation"), else kLargestBody.
+    static SizeLimit receiveLimit();
+    // The limit of writeMailFile(): kLargestBody.
+    static SizeLimit storeLimit();
 
     explicit MessageStore(std::chrono::milliseconds lockTimeout = kDefaultLockTimeout);
     ~MessageStore();
@@ -42,17 +55,20 @@ public:
     // Keeps a composed message in Folder::Outbox (state ToSend) or Folder::Drafts (state Draft):
     // the header takes its reports, expiry and priority from the stored sending options, its
     // sender is the phone's owner when `message.from` is empty, and recipients without a name take
-    // their contact's. Invalid for another folder.
+    // their contact's. Invalid for another folder; TooLarge for a body over composeLimit(), with
+    // nothing written.
     Added compose(const NewMessage& message, Folder folder = Folder::Outbox);
     // Keeps a received message in Folder::Inbox (state Received, unread), addressed to the owner
     // when `message.to` is empty. Blocked, with nothing written, when the block list is in use
     // (feature flag 49) and holds the sender's address as received; Duplicate when a kept
-    // message has the same URI or Message-ID (both as their row fields hold them).
+    // message has the same URI or Message-ID (both as their row fields hold them); TooLarge for a
+    // body over receiveLimit().
     Added receive(const NewMessage& message);
 
     // Writes the mail file of the message with row `id`. NotFound without a row; Exists when it
     // has a mail file and `replace` is false. A new file is saved as an add saves it; a file
     // replaced is saved by MMS_UTIL_MailFile, whose interrupted save the next use completes.
+    // TooLarge for a body over kLargestBody.
     Added writeMailFile(unsigned int id, MMS_UTIL_MsgHeaderBase& header, const QByteArray& body,
                         bool replace);
 

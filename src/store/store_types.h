@@ -50,6 +50,7 @@ enum class ErrorCode {
     Blocked,   // receive: the sender is on the block list
     Duplicate, // receive: a message with that URI or Message-ID is kept already
     Exists,    // the message has a mail file already, and replacing it was not asked for
+    TooLarge,  // the body is over the size limit of its direction, or over kLargestBody
     Invalid,   // the call's arguments cannot be kept (a folder a composed message cannot go to)
     NoSpace,   // the disk is full
     Busy,      // another program held the store's lock longer than the call waits
@@ -64,6 +65,13 @@ struct TAVMMS_EXPORT Status {
 
     bool ok() const { return code == ErrorCode::None; }
     static Status failure(ErrorCode code, const QString& text) { return {code, text}; }
+};
+
+// The largest body a direction takes, and how a refusal names it ("the limit of 300 KB
+// (max-mo-size)").
+struct TAVMMS_EXPORT SizeLimit {
+    qint64 bytes = 0;
+    QString text;
 };
 
 // A message to keep. The entries' names are taken from the address book when they have none of

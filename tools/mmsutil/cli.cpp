@@ -131,14 +131,25 @@ int writeBytes(const void* data, qint64 length)
     return ExitOk;
 }
 
-std::optional<QByteArray> readInput(const QString& path)
+std::optional<QByteArray> readInput(const QString& path, qint64 largest)
 {
     QFile file(path);
     const bool opened = path == QLatin1String("-") ? file.open(stdin, QIODevice::ReadOnly)
                                                    : file.open(QIODevice::ReadOnly);
     QByteArray data;
-    if (opened)
+    if (opened && largest < 0) {
         data = file.readAll();
+    } else if (opened) {
+        const qint64 wanted = largest + 1;
+        const qint64 size = file.isSequential() ? 0 : file.size();
+        data.reserve(qMin(size > 0 ? size : qint64(64 * 1024), wanted));
+        while (data.size() < wanted) {
+            const QByteArray chunk = file.read(qMin(wanted - data.size(), qint64(1024 * 1024)));
+            if (chunk.isEmpty())
+                break;
+            data += chunk;
+        }
+    }
     if (!opened || file.error() != QFileDevice::NoError) {
         fail(QStringLiteral("cannot read '%1': %2").arg(path, file.errorString()));
         return std::nullopt;

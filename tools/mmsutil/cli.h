@@ -79,8 +79,9 @@ QTextStream& out();
 int writeBytes(const void* data, qint64 length);
 
 // The whole content of the file `path`, or of standard input for "-"; reports and gives nothing
-// when it cannot be read.
-std::optional<QByteArray> readInput(const QString& path);
+// when it cannot be read. Given `largest`, it reads no more than one byte over it, so that an
+// endless input (/dev/zero) ends too: a result longer than `largest` is cut there.
+std::optional<QByteArray> readInput(const QString& path, qint64 largest = -1);
 
 } // namespace cli
 

@@ -119,16 +119,17 @@ int runWrite(const cli::Command& command, const QStringList& arguments)
     if (!choice)
         return cli::usageError(command.name, error);
 
-    std::optional<QByteArray> content = cli::readInput(parser.value(body));
-    if (!content)
-        return cli::ExitFailed;
+    QByteArray content;
+    if (const std::optional<int> stop =
+            cli::readBody(parser.value(body), tavmms::store::MessageStore::storeLimit(), &content))
+        return *stop;
     applySendingOptions(*choice, &header);
     header.sendDate = QDateTime::currentDateTime();
-    header.messageSize = uint(content->size());
+    header.messageSize = uint(content.size());
 
     if (row) {
         const tavmms::store::Added written = tavmms::store::MessageStore().writeMailFile(
-            *row, header, *content, parser.isSet(replace));
+            *row, header, content, parser.isSet(replace));
         if (!written.status.ok())
             return cli::fail(written.status.text);
         cli::out() << written.mailFile << '\n';
@@ -140,8 +141,8 @@ int runWrite(const cli::Command& command, const QStringList& arguments)
         return cli::fail(QStringLiteral("cannot create directory '%1'").arg(directory));
     MMS_UTIL_MailFile file(path);
     errno = 0;
-    const int result = file.writeMailFile(reinterpret_cast<unsigned char*>(content->data()),
-                                          uint(content->size()), &header);
+    const int result = file.writeMailFile(reinterpret_cast<unsigned char*>(content.data()),
+                                          uint(content.size()), &header);
     if (result == MMS_UTIL_MAILFILE_NO_SPACE)
         return cli::fail(QStringLiteral("cannot write '%1': no space left on device").arg(path));
     if (result != MMS_UTIL_MAILFILE_OK) {

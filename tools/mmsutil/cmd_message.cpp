@@ -53,10 +53,11 @@ struct MessageOptions {
 
     QList<QCommandLineOption> all() const { return {to, cc, bcc, subject, contentType}; }
 
-    // Fills `message` from the options given and the body file `body`; the exit status when the
-    // command must stop here.
+    // Fills `message` from the options given and the body file `body`, read up to `limit`; the
+    // exit status when the command must stop here.
     std::optional<int> read(const QCommandLineParser& parser, const cli::Command& command,
-                            const QString& body, store::NewMessage* message) const
+                            const QString& body, const store::SizeLimit& limit,
+                            store::NewMessage* message) const
     {
         const struct {
             const QCommandLineOption& option;
@@ -77,11 +78,7 @@ struct MessageOptions {
                                            .arg(parser.value(contentType)));
             message->contentType = *type;
         }
-        const std::optional<QByteArray> content = cli::readInput(body);
-        if (!content)
-            return cli::ExitFailed;
-        message->body = *content;
-        return std::nullopt;
+        return cli::readBody(body, limit, &message->body);
     }
 };
 
@@ -93,10 +90,14 @@ int reportStored(const store::Added& added)
     }
     cli::fail(added.status.text);
     // A message the store's rules refuse is no failure of the store's.
-    return added.status.code == store::ErrorCode::Blocked ||
-                   added.status.code == store::ErrorCode::Duplicate
-               ? cli::ExitRefused
-               : cli::ExitFailed;
+    switch (added.status.code) {
+    case store::ErrorCode::Blocked:
+    case store::ErrorCode::Duplicate:
+    case store::ErrorCode::TooLarge:
+        return cli::ExitRefused;
+    default:
+        return cli::ExitFailed;
+    }
 }
 
 int runCompose(const cli::Command& command, const QStringList& arguments)
@@ -142,7 +143,8 @@ int runCompose(const cli::Command& command, const QStringList& arguments)
                                                  .arg(unsigned(store::Folder::Outbox))
                                                  .arg(unsigned(store::Folder::Drafts)));
     store::NewMessage message;
-    if (const std::optional<int> stop = options.read(parser, command, parser.value(body), &message))
+    if (const std::optional<int> stop = options.read(parser, command, parser.value(body),
+                                                     store::MessageStore::composeLimit(), &message))
         return *stop;
     return reportStored(store::MessageStore().compose(message, target));
 }
@@ -193,7 +195,8 @@ int runReceive(const cli::Command& command, const QStringList& arguments)
     message.messageId = parser.value(messageId);
     message.uri = parser.value(uri);
     if (const std::optional<int> stop =
-            options.read(parser, command, parser.positionalArguments().constFirst(), &message))
+            options.read(parser, command, parser.positionalArguments().constFirst(),
+                         store::MessageStore::receiveLimit(), &message))
         return *stop;
     return reportStored(store::MessageStore().receive(message));
 }

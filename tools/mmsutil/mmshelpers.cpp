@@ -118,6 +118,21 @@ QString typeWord(MMS_UTIL_ADDR_TYPE_T type)
     return QStringLiteral("UNKNOWN");
 }
 
+std::optional<int> readBody(const QString& path, const tavmms::store::SizeLimit& limit,
+                            QByteArray* body)
+{
+    std::optional<QByteArray> content = readInput(path, limit.bytes);
+    if (!content)
+        return ExitFailed;
+    if (content->size() > limit.bytes) {
+        fail(QStringLiteral("the body in '%1' is over %2; the message was not kept")
+                 .arg(path, limit.text));
+        return ExitRefused;
+    }
+    *body = std::move(*content);
+    return std::nullopt;
+}
+
 std::optional<LoadedMailFile> loadMailFile(const QString& path)
 {
     QString error;

@@ -42,6 +42,12 @@ std::optional<int> entriesOf(const QCommandLineParser& parser, const QCommandLin
 QString typeWord(MMS_UTIL_ADDR_TYPE_T type);
 
 using tavmms::store::LoadedMailFile;
+// Reads the body of a message from `path` ("-" for standard input) into `body`, no more than one
+// byte over `limit`; gives the exit status when the command must stop here: ExitFailed when it
+// cannot be read, ExitRefused, after saying so, when the body is over the limit.
+std::optional<int> readBody(const QString& path, const tavmms::store::SizeLimit& limit,
+                            QByteArray* body);
+
 // Loads the mail file `path`; reports why and gives nothing when it cannot be loaded.
 std::optional<LoadedMailFile> loadMailFile(const QString& path);
 

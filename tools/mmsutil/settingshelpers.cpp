@@ -88,19 +88,20 @@ const QList<Setting> kSettings = {
      },
      nullptr},
     {"max-mo-size", "MMS_MO_Size_Limitation", Kind::Number, INT_MAX, false,
-     "Size limit of sent messages; 0 stands for the default, 50.",
+     "Size limit of composed messages' bodies, in KB of 1,024 bytes; 0: no limit.",
      [](const QString&) { return QVariant(MMS_UTIL_Setting::getMaxiumMOMMSSize(1)); },
      [](const QString&, const QVariant& v) {
          return MMS_UTIL_Setting::setMaxiumMOMMSSize(v.toInt());
      },
-     [] { return MMS_UTIL_Setting::getMaxiumMOMMSSize(0); }},
+     &tavmms::store::MessageStore::composeLimit},
     {"max-mt-size", "MMS_MT_Size_Limitation", Kind::Number, INT_MAX, false,
-     "Size limit of received messages.",
+     "Size limit of received messages' bodies while mt-size-limitation is on, in KB of 1,024 "
+     "bytes; 0: no limit.",
      [](const QString&) { return QVariant(MMS_UTIL_Setting::getMaxiumMTMMSSize()); },
      [](const QString&, const QVariant& v) {
          return MMS_UTIL_Setting::setMaxiumMTMMSSize(v.toInt());
      },
-     nullptr},
+     &tavmms::store::MessageStore::receiveLimit},
     {"sender-visibility", "MMS_Sender_Visible", Kind::Flag, 1, false,
      "Show the sender's number to recipients (on or off).",
      [](const QString&) { return QVariant(MMS_UTIL_Setting::getSenderVisibility()); },
@@ -373,10 +374,12 @@ ShownValue showSetting(const Setting& setting, const QString& profile)
         break;
     }
     ShownValue shown = numberValue(name, group, key, value.toLongLong());
-    if (setting.effective) {
-        const int effective = setting.effective();
-        shown.text += QStringLiteral(" (effective %1)").arg(effective);
-        shown.extra.insert(QStringLiteral("effective"), effective);
+    if (setting.limit) {
+        shown.text +=
+            value.toLongLong() == 0 ? QStringLiteral(" (no limit)") : QStringLiteral(" KB");
+        shown.extra.insert(QStringLiteral("unit"), QStringLiteral("KB"));
+        // What the store refuses above, now: the store's own limit when the setting sets none.
+        shown.extra.insert(QStringLiteral("limitBytes"), setting.limit().bytes);
     }
     return shown;
 }

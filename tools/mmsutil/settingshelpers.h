@@ -4,6 +4,8 @@
 // What the settings commands share: the table of single-value settings, how their values are read
 // from the command line and shown, and what a writer's result code tells the user.
 
+#include <message_store.h>
+
 #include <QCommandLineOption>
 #include <QJsonObject>
 #include <QJsonValue>
@@ -124,8 +126,8 @@ struct Setting {
     QVariant (*read)(const QString& profile);
     // Null for a value changed by other commands.
     int (*write)(const QString& profile, const QVariant& value);
-    // Null but for a number whose stored value may stand for another (0 for the default).
-    int (*effective)();
+    // Null but for a size limit, in KB: the limit the message store applies.
+    tavmms::store::SizeLimit (*limit)();
 };
 
 const QList<Setting>& settings();
