@@ -885,6 +885,21 @@ TEST_F(MessageStoreTest, ReadGivesTheRowTheHeaderAndTheBody)
     EXPECT_TRUE(message.mailFileError.isEmpty());
 }
 
+TEST_F(MessageStoreTest, ReadWithoutTheBodyGivesItsLengthAlone)
+{
+    const Added kept = messages.compose(sampleMessage());
+
+    const tavmms::store::ReadMessage whole = messages.read(kept.id);
+    const tavmms::store::ReadMessage summary = messages.read(kept.id, false);
+
+    EXPECT_EQ(whole.bodyLength, unsigned(sampleMessage().body.size()));
+    EXPECT_EQ(whole.body, sampleMessage().body);
+    ASSERT_TRUE(summary.header);
+    EXPECT_EQ(summary.header->subject, QStringLiteral("Lunch today?"));
+    EXPECT_EQ(summary.bodyLength, unsigned(sampleMessage().body.size()));
+    EXPECT_TRUE(summary.body.isEmpty());
+}
+
 TEST_F(MessageStoreTest, ReadOfAMessageWithoutItsMailFileGivesTheRowAndSaysWhy)
 {
     const Added kept = messages.compose(sampleMessage());

@@ -556,7 +556,7 @@ Added MessageStore::writeMailFile(unsigned int id, MMS_UTIL_MsgHeaderBase& heade
     return added;
 }
 
-ReadMessage MessageStore::read(unsigned int id)
+ReadMessage MessageStore::read(unsigned int id, bool withBody)
 {
     ReadMessage message;
     Impl::Session session;
@@ -589,8 +589,10 @@ ReadMessage MessageStore::read(unsigned int id)
     std::optional<LoadedMailFile> loaded = loadMailFile(path, &message.mailFileError);
     if (loaded) {
         message.header = std::move(loaded->header);
-        message.body = QByteArray(reinterpret_cast<const char*>(loaded->body.get()),
-                                  qsizetype(loaded->bodyLength));
+        message.bodyLength = loaded->bodyLength;
+        if (withBody)
+            message.body = QByteArray(reinterpret_cast<const char*>(loaded->body.get()),
+                                      qsizetype(loaded->bodyLength));
     }
     return message;
 }

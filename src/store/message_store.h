@@ -72,8 +72,9 @@ public:
     Added writeMailFile(unsigned int id, MMS_UTIL_MsgHeaderBase& header, const QByteArray& body,
                         bool replace);
 
-    // The message's row, and its mail file's header and body.
-    ReadMessage read(unsigned int id);
+    // The message's row, and its mail file's header and body; without `withBody`, the body's
+    // length alone (a listing or a summary needs no copy of a large body).
+    ReadMessage read(unsigned int id, bool withBody = true);
     // The rows `filter` lets through, in id order.
     Listed list(const ListFilter& filter = {});
     Status setRead(unsigned int id, bool read);

@@ -132,7 +132,8 @@ struct TAVMMS_EXPORT ReadMessage {
     Status status; // NotFound when there is no row
     MessageRow row;
     std::shared_ptr<MMS_UTIL_MsgHeaderBase> header; // null when the mail file does not load
-    QByteArray body;
+    QByteArray body;                                // empty when it was not asked for
+    unsigned int bodyLength = 0; // the body's length, also when the body was not asked for
     QString mailFileError; // why the mail file does not load ("no such file '...'"); empty when it
                            // does
 };

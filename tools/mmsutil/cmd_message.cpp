@@ -344,7 +344,8 @@ int runShow(const cli::Command& command, const QStringList& arguments)
             cli::parseRowId(parser, command, arguments, QStringLiteral("The message's id."), &id))
         return *stop;
 
-    const store::ReadMessage message = store::MessageStore().read(id);
+    // The body's length is all that is shown of it.
+    const store::ReadMessage message = store::MessageStore().read(id, false);
     if (!message.status.ok())
         return cli::fail(message.status.text);
     const MMS_UTIL_DBStruct_T& row = message.row.record;
@@ -363,7 +364,7 @@ int runShow(const cli::Command& command, const QStringList& arguments)
     if (!message.header)
         return cli::ExitFailed;
     out << textout::columns({
-        {QStringLiteral("Body:"), QStringLiteral("%1 bytes").arg(message.body.size())},
+        {QStringLiteral("Body:"), QStringLiteral("%1 bytes").arg(message.bodyLength)},
         {QStringLiteral("Message type:"), messageTypeText(message.header->contentType)},
     });
     return cli::ExitOk;
