@@ -104,7 +104,7 @@ TEST_F(StoreCheckTest, ARepairSaysWhatBecameOfEachProblem)
     EXPECT_EQ(report.problems.at(0).note, QStringLiteral("renamed to 2.mms"));
     EXPECT_EQ(report.problems.at(1).outcome, CheckProblem::Kept);
     EXPECT_EQ(report.problems.at(1).note, QStringLiteral("--force deletes it"));
-    EXPECT_EQ(report.repaired, 1);
+    EXPECT_EQ(report.repaired(), 1);
     EXPECT_EQ(report.remaining(), 1);
     EXPECT_TRUE(QFile::exists(mailFile("2.mms")));
     EXPECT_TRUE(QFile::exists(mailFile("9.mms")));

@@ -1,5 +1,7 @@
 #include "mail_file_io.h"
 
+#include "file_status.h"
+
 #include "filesync.h"
 
 #include <QBuffer>
@@ -22,21 +24,6 @@ namespace tavmms::store
 
 namespace
 {
-
-// Why a file operation failed, as the rest of the store words it.
-QString errnoText(int error)
-{
-    return error == ENOSPC ? QStringLiteral("no space left on device")
-                           : QString::fromLocal8Bit(std::strerror(error));
-}
-
-Status fileFailure(const QString& what, int error)
-{
-    return Status::failure(error == ENOSPC   ? ErrorCode::NoSpace
-                           : error == EEXIST ? ErrorCode::Exists
-                                             : ErrorCode::Failed,
-                           what + QStringLiteral(": ") + errnoText(error));
-}
 
 // Removes `name` after a failure, and reports the failure's errno.
 Status failureRemoving(const QByteArray& name, const QString& what)

@@ -1,5 +1,6 @@
 #include "message_store.h"
 
+#include "file_status.h"
 #include "index_table.h"
 #include "mail_file_defect.h"
 #include "mail_file_io.h"
@@ -73,11 +74,6 @@ SizeLimit limitOf(int kilobytes, const char* setting)
 Status notFound(unsigned int id)
 {
     return Status::failure(ErrorCode::NotFound, QStringLiteral("no message %1").arg(id));
-}
-
-QString errnoText(int error)
-{
-    return QString::fromLocal8Bit(std::strerror(error));
 }
 
 // The display text of an entry: its name, else its address.

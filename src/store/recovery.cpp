@@ -1,5 +1,6 @@
 #include "recovery.h"
 
+#include "file_status.h"
 #include "index_table.h"
 #include "mail_file_defect.h"
 #include "mail_file_io.h"
@@ -12,7 +13,6 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
-#include <dirent.h>
 #include <memory>
 #include <unistd.h>
 
@@ -21,15 +21,6 @@ namespace tavmms::store
 
 namespace
 {
-
-using Directory = std::unique_ptr<DIR, int (*)(DIR*)>;
-
-Status fileFailure(const QString& what, int error)
-{
-    return Status::failure(error == ENOSPC ? ErrorCode::NoSpace : ErrorCode::Failed,
-                           what + QStringLiteral(": ") +
-                               QString::fromLocal8Bit(std::strerror(error)));
-}
 
 // Whether message `id` has its row: a database failure is given in `status`.
 bool hasRow(unsigned int id, Status* status)
@@ -48,11 +39,9 @@ bool hasRow(unsigned int id, Status* status)
 QList<unsigned int> interruptedIds(const QString& directory)
 {
     QList<unsigned int> ids;
-    const Directory dir(::opendir(QFile::encodeName(directory).constData()), ::closedir);
-    if (!dir)
-        return ids;
-    while (const dirent* entry = ::readdir(dir.get())) {
-        const QString name = QFile::decodeName(entry->d_name);
+    QStringList names;
+    directoryNames(directory, &names); // what cannot be read has nothing to complete
+    for (const QString& name : names) {
         for (const QString& suffix : {kLeftoverSuffix, kDeletedSuffix}) {
             if (!name.endsWith(suffix))
                 continue;

@@ -1,5 +1,6 @@
 #include "store_check.h"
 
+#include "file_status.h"
 #include "index_table.h"
 #include "mail_file_defect.h"
 #include "mail_file_io.h"
@@ -13,10 +14,10 @@
 #include <QMap>
 #include <QStringList>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
-#include <dirent.h>
 #include <functional>
 #include <memory>
 
@@ -25,11 +26,6 @@ namespace tavmms::store
 
 namespace
 {
-
-QString errnoText(int error)
-{
-    return QString::fromLocal8Bit(std::strerror(error));
-}
 
 // A file of one message in the mail file directory.
 struct StoredFile {
@@ -95,39 +91,17 @@ void addEntry(CheckReport* report, Store* store, const QString& name)
     ++(suffix.isEmpty() ? report->mailFiles : report->leftovers);
 }
 
-using Directory = std::unique_ptr<DIR, int (*)(DIR*)>;
-
-Status directoryFailure(const QString& directory, int error)
-{
-    return Status::failure(ErrorCode::Failed,
-                           QStringLiteral("cannot read the mail file directory '%1': %2")
-                               .arg(directory, errnoText(error)));
-}
-
 // Reads the mail file directory into `store`. A directory that does not exist reads as empty and
 // sets `missing`.
 Status readDirectory(CheckReport* report, Store* store, bool* missing)
 {
-    const QByteArray path = QFile::encodeName(report->directory);
-    const Directory directory(opendir(path.constData()), closedir);
-    const int error = errno;
-    *missing = !directory && error == ENOENT;
-    if (*missing)
-        return {};
-    if (!directory)
-        return directoryFailure(report->directory, error);
     QStringList names;
-    for (;;) {
-        errno = 0; // readdir() tells the end from an error by it alone
-        const dirent* entry = readdir(directory.get());
-        if (!entry)
-            break;
-        const QString name = QFile::decodeName(entry->d_name);
-        if (name != QLatin1String(".") && name != QLatin1String(".."))
-            names.append(name);
-    }
-    if (errno != 0)
-        return directoryFailure(report->directory, errno);
+    const int error = directoryNames(report->directory, &names);
+    *missing = error == ENOENT;
+    if (error != 0 && !*missing)
+        return Status::failure(ErrorCode::Failed,
+                               QStringLiteral("cannot read the mail file directory '%1': %2")
+                                   .arg(report->directory, errnoText(error)));
     names.sort();
     for (const QString& name : names)
         addEntry(report, store, name);
@@ -274,8 +248,6 @@ private:
         problem.note = ok ? done : QString();
         problem.error = error_;
         report_->problems.append(problem);
-        if (ok)
-            ++report_->repaired;
         return ok;
     }
 
@@ -316,6 +288,13 @@ private:
 };
 
 } // namespace
+
+int CheckReport::repaired() const
+{
+    return int(std::count_if(problems.begin(), problems.end(), [](const CheckProblem& problem) {
+        return problem.outcome == CheckProblem::Repaired;
+    }));
+}
 
 CheckReport checkStore(const CheckOptions& options)
 {

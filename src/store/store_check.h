@@ -57,9 +57,9 @@ struct TAVMMS_EXPORT CheckReport {
     int rows = 0;
     int mailFiles = 0;
     int leftovers = 0;
-    int repaired = 0;
 
-    int remaining() const { return int(problems.size()) - repaired; }
+    int repaired() const;
+    int remaining() const { return int(problems.size()) - repaired(); }
 };
 
 TAVMMS_EXPORT CheckReport checkStore(const CheckOptions& options);

@@ -1,5 +1,7 @@
 #include "store_lock.h"
 
+#include "file_status.h"
+
 #include "mms_util_common.h"
 
 #include <QFile>
@@ -23,11 +25,6 @@ using Clock = std::chrono::steady_clock;
 
 // How long a waiting lock sleeps between tries, at the most.
 constexpr std::chrono::milliseconds kLongestPause{20};
-
-QString errnoText(int error)
-{
-    return QString::fromLocal8Bit(std::strerror(error));
-}
 
 // A descriptor of the file `name` (made when missing), closed when it goes; -1 with errno.
 struct LockFile {

@@ -103,8 +103,8 @@ int runCheck(const cli::Command& command, const QStringList& arguments)
     else if (!options.repair)
         out << counted(problems, "problem") << '\n';
     else
-        out << counted(problems, "problem") << ", " << report.repaired << " repaired, " << remaining
-            << " remain" << (remaining == 1 ? "s" : "") << '\n';
+        out << counted(problems, "problem") << ", " << report.repaired() << " repaired, "
+            << remaining << " remain" << (remaining == 1 ? "s" : "") << '\n';
     return remaining == 0 ? cli::ExitOk : cli::ExitFailed;
 }
 

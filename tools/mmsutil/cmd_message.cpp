@@ -136,17 +136,16 @@ int runCompose(const cli::Command& command, const QStringList& arguments)
     std::optional<unsigned int> number;
     if (const std::optional<int> stop = cli::numberOf(parser, folder, command, &number))
         return *stop;
-    const store::Folder target = store::Folder(number.value_or(unsigned(store::Folder::Outbox)));
-    if (target != store::Folder::Outbox && target != store::Folder::Drafts)
-        return cli::usageError(command.name, QStringLiteral("--folder: a composed message goes to "
-                                                            "folder %1 (outbox) or %2 (drafts)")
-                                                 .arg(unsigned(store::Folder::Outbox))
-                                                 .arg(unsigned(store::Folder::Drafts)));
     store::NewMessage message;
     if (const std::optional<int> stop = options.read(parser, command, parser.value(body),
                                                      store::MessageStore::composeLimit(), &message))
         return *stop;
-    return reportStored(store::MessageStore().compose(message, target));
+    const store::Added added = store::MessageStore().compose(
+        message, store::Folder(number.value_or(unsigned(store::Folder::Outbox))));
+    // The store says which folders a composed message goes to.
+    if (added.status.code == store::ErrorCode::Invalid)
+        return cli::usageError(command.name, QStringLiteral("--folder: ") + added.status.text);
+    return reportStored(added);
 }
 
 int runReceive(const cli::Command& command, const QStringList& arguments)
