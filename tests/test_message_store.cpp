@@ -913,6 +913,54 @@ TEST_F(MessageStoreTest, ReadOfAMessageWithoutItsMailFileGivesTheRowAndSaysWhy)
     EXPECT_EQ(message.mailFileError, QStringLiteral("no such file '%1'").arg(kept.mailFile));
 }
 
+TEST_F(MessageStoreTest, ReadOfAMailFileWhoseHeaderBlockIsCutShortGivesWhatLoadsAndSaysHow)
+{
+    const Added kept = messages.compose(sampleMessage());
+    QByteArray bytes = tavmms_test::readFileBytes(kept.mailFile);
+    ASSERT_TRUE(tavmms_test::writeFileBytes(kept.mailFile, bytes.left(bytes.indexOf("\nTo:") + 1)));
+
+    const tavmms::store::ReadMessage message = messages.read(kept.id);
+
+    EXPECT_TRUE(message.status.ok());
+    ASSERT_TRUE(message.header);
+    EXPECT_EQ(message.body, sampleMessage().body);
+    EXPECT_TRUE(message.mailFileError.isEmpty());
+    EXPECT_EQ(message.mailFileDamage, QStringLiteral("its header block is cut short"));
+}
+
+TEST_F(MessageStoreTest, ReadOfAMailFileThatIsAnotherMessagesSaysItsHeaderDoesNotMatchItsRow)
+{
+    tavmms::store::NewMessage first = sampleMessage();
+    first.messageId = QStringLiteral("first@example.com");
+    tavmms::store::NewMessage second = sampleMessage();
+    second.subject = QStringLiteral("Dinner?");
+    second.messageId = QStringLiteral("second@example.com");
+    const Added one = messages.compose(first);
+    const Added two = messages.compose(second);
+    ASSERT_TRUE(QFile::remove(one.mailFile));
+    ASSERT_TRUE(QFile::copy(two.mailFile, one.mailFile));
+
+    const tavmms::store::ReadMessage message = messages.read(one.id);
+    const tavmms::store::ReadMessage other = messages.read(two.id);
+
+    ASSERT_TRUE(message.header);
+    EXPECT_EQ(message.header->subject, QStringLiteral("Dinner?"));
+    // The dates differ too when the clock ticked in between.
+    EXPECT_THAT(message.mailFileDamage.toStdString(),
+                testing::MatchesRegex("its header does not match its row \\(Message-ID, "
+                                      "Subject(, Date)?\\)"));
+    EXPECT_TRUE(other.mailFileDamage.isEmpty()) << other.mailFileDamage.toStdString();
+}
+
+TEST_F(MessageStoreTest, ReadOfAWholeMailFileSaysNoDamage)
+{
+    const Added kept = messages.compose(sampleMessage());
+
+    const tavmms::store::ReadMessage message = messages.read(kept.id, false);
+
+    EXPECT_TRUE(message.mailFileDamage.isEmpty()) << message.mailFileDamage.toStdString();
+}
+
 TEST_F(MessageStoreTest, ReadOfAnUnknownIdIsNotFound)
 {
     const tavmms::store::ReadMessage message = messages.read(42);
@@ -1032,6 +1080,26 @@ TEST_F(MessageStoreTest, WriteMailFileReplacesAMessagesFileOnlyWhenAsked)
     EXPECT_EQ(message.header->subject, QStringLiteral("Replaced"));
     EXPECT_EQ(message.body, "new body");
     EXPECT_EQ(store.files(), QStringList{QStringLiteral("%1.mms").arg(kept.id)});
+}
+
+TEST_F(MessageStoreTest, WriteMailFileBringsTheRowInStepWithTheNewHeaderAndKeepsTheRest)
+{
+    const Added kept = messages.compose(sampleMessage());
+    ASSERT_TRUE(messages.move(kept.id, Folder::Drafts).ok());
+    const tavmms::store::ReadMessage before = messages.read(kept.id, false);
+    MMS_UTIL_MsgHeaderBase header;
+    header.subject = QStringLiteral("Replaced");
+    header.messageId = QStringLiteral("replaced@example.com");
+
+    const Added replaced = messages.writeMailFile(kept.id, header, "new body", true);
+
+    ASSERT_TRUE(replaced.status.ok()) << replaced.status.text.toStdString();
+    const tavmms::store::ReadMessage after = messages.read(kept.id, false);
+    EXPECT_EQ(after.row.subject(), QStringLiteral("Replaced"));
+    EXPECT_EQ(after.row.messageId(), QStringLiteral("replaced@example.com"));
+    EXPECT_EQ(after.row.folder(), unsigned(Folder::Drafts));
+    EXPECT_EQ(after.row.uri(), before.row.uri());
+    EXPECT_TRUE(after.mailFileDamage.isEmpty()) << after.mailFileDamage.toStdString();
 }
 
 TEST_F(MessageStoreTest, WriteMailFileGivesARowWithoutItsFileANewOne)

@@ -4,6 +4,9 @@
 
 #include <tavmmsutility.h>
 
+#include "header_row.h"
+#include "row_text.h"
+
 #include "support/child_process.h"
 #include "support/index_table_helpers.h"
 #include "support/mailfile_helpers.h"
@@ -95,6 +98,24 @@ protected:
     // As the tool prints it, with its trailing separator.
     QString mailDir() const { return dir.filePath(QStringLiteral("download/mms/mailfile/")); }
     QString mailPath(const QString& name) const { return mailDir() + name; }
+    QString quarantinePath(const QString& name) const
+    {
+        return dir.filePath(QStringLiteral("download/mms/quarantine/")) + name;
+    }
+    // The line of a forced repair that moved `name` to the quarantine.
+    QString movedLine(const QString& problem, const QString& name) const
+    {
+        return problem + QStringLiteral(" -> moved to ") + quarantinePath(name);
+    }
+    // The note beside the quarantined `name`, which must say `why`.
+    void expectQuarantined(const QString& name, const QByteArray& bytes, const QString& why) const
+    {
+        EXPECT_EQ(readFileBytes(quarantinePath(name)), bytes) << name.toStdString();
+        const QString note = QString::fromUtf8(readFileBytes(quarantinePath(name + ".why")));
+        EXPECT_TRUE(note.startsWith(mailPath(name) + QLatin1Char('\n'))) << note.toStdString();
+        EXPECT_TRUE(note.endsWith(QStringLiteral("because it %1\n").arg(why)))
+            << note.toStdString();
+    }
 
     ToolResult run(const QStringList& arguments, const QString& platform = QString()) const
     {
@@ -166,7 +187,8 @@ protected:
         expectFailure(result);
         EXPECT_EQ(result.err.toStdString(),
                   QStringLiteral("mmsutil: there is no message index in '%1', but the mail file "
-                                 "directory holds %2; check TAV_PLATFORM_DIR\n")
+                                 "directory holds %2; check TAV_PLATFORM_DIR, or rebuild the "
+                                 "index from them\n")
                       .arg(databasePath(), holds)
                       .toStdString());
         EXPECT_EQ(entries(), before);
@@ -176,16 +198,16 @@ protected:
 
     void makeEmptyIndex() const { const Index index(databasePath()); }
 
-    // Adds `count` rows and gives their ids.
+    // Adds `count` rows of `mail`'s message and gives their ids.
     QList<unsigned> addRows(int count) const
     {
         const Index index(databasePath());
         QList<unsigned> ids;
         for (int i = 0; i < count; ++i) {
             unsigned id = 0;
-            EXPECT_EQ(MMS_UTIL_DBTable::add(
-                          tavmms_test::sampleRecord("mms://" + QByteArray::number(i)), &id),
-                      DB_OK);
+            MMS_UTIL_DBStruct_T record = tavmms::store::headerRow(*tavmms_test::sampleHeader());
+            tavmms::store::setText8(record.mms_fld_msguri_name, QStringLiteral("mms://%1").arg(i));
+            EXPECT_EQ(MMS_UTIL_DBTable::add(record, &id), DB_OK);
             EXPECT_EQ(MMS_UTIL_DBTable::commitTxn(), DB_OK);
             ids.append(id);
         }
@@ -315,7 +337,7 @@ TEST_F(MmsutilCheckTest, ARowWithoutMailFileIsDeletedOnlyWithForce)
     EXPECT_EQ(bytesOf(name(ids[0])), mail);
 }
 
-TEST_F(MmsutilCheckTest, AMailFileWithoutRowIsDeletedOnlyWithForce)
+TEST_F(MmsutilCheckTest, AMailFileWithoutRowIsQuarantinedOnlyWithForce)
 {
     const QList<unsigned> ids = addRows(1);
     const unsigned stray = ids[0] + 1;
@@ -325,14 +347,17 @@ TEST_F(MmsutilCheckTest, AMailFileWithoutRowIsDeletedOnlyWithForce)
     const QString line = QStringLiteral("%1: no row").arg(name(stray));
 
     expectReport({}, {line}, QStringLiteral("1 problem"), 1);
-    expectReport(kRepair, {line + QStringLiteral(" -> kept (--force deletes it)")},
+    expectReport(kRepair,
+                 {line + QStringLiteral(" -> kept (--force moves it to the quarantine; --rebuild "
+                                        "makes a row for it)")},
                  QStringLiteral("1 problem, 0 repaired, 1 remains"), 1);
     EXPECT_EQ(bytesOf(name(stray)), mail);
 
-    expectReport(kForce, {line + QStringLiteral(" -> deleted")},
+    expectReport(kForce, {movedLine(line, name(stray))},
                  QStringLiteral("1 problem, 1 repaired, 0 remain"), 0);
     EXPECT_EQ(entries(), QStringList{name(ids[0])});
     EXPECT_EQ(rowsAmong(ids), ids);
+    expectQuarantined(name(stray), mail, QStringLiteral("has no row"));
 }
 
 // ---- files that do not load ----
@@ -344,7 +369,7 @@ QByteArray withReservedWord(QByteArray bytes, quint32 value)
     return bytes;
 }
 
-TEST_F(MmsutilCheckTest, EachWayAFileFailsToLoadIsNamedAndOnlyForceDeletesIt)
+TEST_F(MmsutilCheckTest, EachWayAFileFailsToLoadIsNamedAndOnlyForceQuarantinesIt)
 {
     const int headerStart = 16 + 64;
     const struct {
@@ -372,23 +397,26 @@ TEST_F(MmsutilCheckTest, EachWayAFileFailsToLoadIsNamedAndOnlyForceDeletesIt)
     expectReport({}, lines, QStringLiteral("%1 problems").arg(count), 1);
     QStringList kept;
     for (const QString& line : lines)
-        kept << line + QStringLiteral(" -> kept (--force deletes it)");
+        kept << line + QStringLiteral(" -> kept (--force moves it to the quarantine)");
     expectReport(kRepair, kept, QStringLiteral("%1 problems, 0 repaired, %1 remain").arg(count), 1);
     for (int i = 0; i < count; ++i)
         EXPECT_EQ(bytesOf(name(ids[i])), broken[i].bytes) << i;
     EXPECT_EQ(rowsAmong(ids), ids);
 
-    // The file goes first; its row, left without a mail file, follows.
-    QStringList deleted;
+    // The file goes first, whole, to the quarantine; its row, left without a mail file, follows.
+    QStringList moved;
     for (int i = 0; i < count; ++i)
-        deleted << lines[i] + QStringLiteral(" -> deleted")
-                << QStringLiteral("row %1: no mail file %2 -> row deleted")
-                       .arg(ids[i])
-                       .arg(name(ids[i]));
-    expectReport(kForce, deleted,
-                 QStringLiteral("%1 problems, %1 repaired, 0 remain").arg(2 * count), 0);
+        moved << movedLine(lines[i], name(ids[i]))
+              << QStringLiteral("row %1: no mail file %2 -> row deleted")
+                     .arg(ids[i])
+                     .arg(name(ids[i]));
+    expectReport(kForce, moved, QStringLiteral("%1 problems, %1 repaired, 0 remain").arg(2 * count),
+                 0);
     EXPECT_EQ(entries(), QStringList());
     EXPECT_EQ(rowsAmong(ids), QList<unsigned>());
+    for (int i = 0; i < count; ++i)
+        expectQuarantined(name(ids[i]), broken[i].bytes,
+                          QStringLiteral("does not load (%1)").arg(QLatin1String(broken[i].why)));
 }
 
 TEST_F(MmsutilCheckTest, APlainCheckChangesNothing)
@@ -447,7 +475,8 @@ TEST_F(MmsutilCheckTest, AWholeLeftoverWithoutRowIsRenamedAndThenCountsAsAMailFi
 
     expectReport(kRepair,
                  {line + QStringLiteral(" -> renamed to ") + name(id),
-                  name(id) + QStringLiteral(": no row -> kept (--force deletes it)")},
+                  name(id) + QStringLiteral(": no row -> kept (--force moves it to the quarantine; "
+                                            "--rebuild makes a row for it)")},
                  QStringLiteral("2 problems, 1 repaired, 1 remains"), 1);
     EXPECT_EQ(entries(), QStringList{name(id)});
     EXPECT_EQ(bytesOf(name(id)), mail);
@@ -502,7 +531,7 @@ TEST_F(MmsutilCheckTest, AWholeLeftoverBesideABrokenMailFileIsKeptAndTakesItsPla
         QStringLiteral("%1: left by an interrupted save").arg(name(ids[0], ".mms.tmp"));
 
     expectReport(kRepair,
-                 {brokenLine + QStringLiteral(" -> kept (--force deletes it)"),
+                 {brokenLine + QStringLiteral(" -> kept (--force moves it to the quarantine)"),
                   start + QStringLiteral(" beside %1, which does not load; this loads completely "
                                          "-> kept (--force puts it in place of %1)")
                               .arg(name(ids[0]))},
@@ -511,7 +540,7 @@ TEST_F(MmsutilCheckTest, AWholeLeftoverBesideABrokenMailFileIsKeptAndTakesItsPla
     EXPECT_EQ(bytesOf(name(ids[0], ".mms.tmp")), mail);
 
     expectReport(kForce,
-                 {brokenLine + QStringLiteral(" -> deleted"),
+                 {movedLine(brokenLine, name(ids[0])),
                   start + QStringLiteral(", %1 is missing and this loads completely -> renamed "
                                          "to %1")
                               .arg(name(ids[0]))},
@@ -519,6 +548,8 @@ TEST_F(MmsutilCheckTest, AWholeLeftoverBesideABrokenMailFileIsKeptAndTakesItsPla
     EXPECT_EQ(entries(), QStringList{name(ids[0])});
     EXPECT_EQ(bytesOf(name(ids[0])), mail);
     EXPECT_EQ(rowsAmong(ids), ids);
+    expectQuarantined(name(ids[0]), broken,
+                      QStringLiteral("does not load (cut short in its body)"));
 }
 
 // ---- leftovers of an interrupted delete ----
@@ -617,9 +648,10 @@ TEST_F(MmsutilCheckTest, TheReportGoesByIdThenOtherNamesAndRepairsAsItGoes)
     const QStringList repaired{
         report[0] + QStringLiteral(" -> removed"),
         report[1] + QStringLiteral(" -> renamed to %1.mms").arg(ids[1]),
-        report[3] + QStringLiteral(" -> kept (--force deletes it)"),
+        report[3] + QStringLiteral(" -> kept (--force moves it to the quarantine)"),
         report[4] + QStringLiteral(" -> kept (--force deletes the row)"),
-        report[5] + QStringLiteral(" -> kept (--force deletes it)"),
+        report[5] + QStringLiteral(" -> kept (--force moves it to the quarantine; --rebuild "
+                                   "makes a row for it)"),
         report[6],
     };
     expectReport(kRepair, repaired, QStringLiteral("5 problems, 2 repaired, 3 remain"), 1);
@@ -628,10 +660,10 @@ TEST_F(MmsutilCheckTest, TheReportGoesByIdThenOtherNamesAndRepairsAsItGoes)
 
     counts = QStringLiteral("4 rows and 4 mail files");
     const QStringList forced{
-        report[3] + QStringLiteral(" -> deleted"),
+        movedLine(report[3], name(ids[2])),
         QStringLiteral("row %1: no mail file %1.mms -> row deleted").arg(ids[2]),
         report[4] + QStringLiteral(" -> row deleted"),
-        report[5] + QStringLiteral(" -> deleted"),
+        movedLine(report[5], name(ids[3] + 1)),
         report[6],
     };
     expectReport(kForce, forced, QStringLiteral("4 problems, 4 repaired, 0 remain"), 0);
@@ -760,7 +792,7 @@ TEST_F(MmsutilCheckTest, AMailFileThatCannotBeReadIsNamedKeptEvenWithForceAndThe
         return judge(check(kForce), 1,
                      line +
                          QStringLiteral(" -> kept (a file that cannot be read is never "
-                                        "deleted)\n") +
+                                        "moved)\n") +
                          summary + QStringLiteral(", 0 repaired, 1 remains\n"));
     });
     const ChildVerdict verdict = child.finish(60s);
@@ -805,8 +837,9 @@ TEST_F(MmsutilCheckTest, ForceWithoutRepairIsAUsageErrorAndChangesNothing)
     const ToolResult result = check({QStringLiteral("--force")});
 
     expectUsageError(result);
-    EXPECT_EQ(result.err.toStdString(), "mmsutil: check: --force only goes with --repair (see "
-                                        "'mmsutil check --help')\n");
+    EXPECT_EQ(result.err.toStdString(),
+              "mmsutil: check: --force only goes with --repair or --rebuild (see "
+              "'mmsutil check --help')\n");
     EXPECT_EQ(rowsAmong(ids), ids);
 }
 
@@ -818,9 +851,10 @@ TEST_F(MmsutilCheckTest, HelpDescribesTheLinesTheRepairsAndTheExitStatus)
     for (const char* text :
          {"Usage: mmsutil check [options]", "row N: no mail file N.mms", "N.mms: no row",
           "N.mms: does not load (why)", "N.mms.tmp: left by an interrupted save",
-          "Mail files without a message index stop the check: nothing is judged.",
-          "--force deletes no mail file that cannot be read.", "--repair", "--force",
-          "Exit status: 0"})
+          "N.mms: its header does not match its row (fields)",
+          "Mail files without a message index stop the check, but for --rebuild.",
+          "Nothing is deleted but rows without a mail file", "quarantine/", "--repair", "--force",
+          "--rebuild", "Exit status: 0"})
         EXPECT_TRUE(result.out.contains(text)) << text;
     const ToolResult tool = run({QStringLiteral("--help")});
     EXPECT_TRUE(tool.out.contains("  check ")) << tool.out.toStdString();

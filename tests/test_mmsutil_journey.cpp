@@ -6,6 +6,7 @@
 
 #include "support/child_process.h"
 #include "support/index_table_helpers.h"
+#include "support/mailfile_helpers.h"
 #include "support/message_store.h"
 #include "support/tool_process.h"
 
@@ -540,6 +541,63 @@ TEST_F(MmsutilJourneyTest, ShowOfAMessageWithoutItsMailFilePrintsTheRowAndFails)
     EXPECT_EQ(lines.at(7), "From");
     EXPECT_EQ(lines.at(8), "To                 +15550101, bob@example.org, Carol");
     EXPECT_FALSE(result.out.contains("Body:"));
+}
+
+TEST_F(MmsutilJourneyTest, ShowOfAMailFileCutShortSaysHowItIsDamagedShowsItAndFails)
+{
+    const unsigned id = compose();
+    const QByteArray bytes = tavmms_test::readFileBytes(mailFile(id));
+    ASSERT_TRUE(tavmms_test::writeFileBytes(mailFile(id), bytes.chopped(3)));
+
+    const ToolResult result = run({QStringLiteral("show"), QString::number(id)});
+
+    EXPECT_EQ(result.exitCode, 1);
+    EXPECT_EQ(result.err, "mmsutil: the mail file '" + mailFile(id).toUtf8() +
+                              "' is damaged: its header block is cut short\n");
+    EXPECT_TRUE(result.out.contains("Body:")) << result.out.toStdString();
+}
+
+TEST_F(MmsutilJourneyTest, ShowOfAnotherMessagesMailFileSaysItsHeaderDoesNotMatchItsRow)
+{
+    const unsigned first = compose();
+    const unsigned second = compose({QStringLiteral("--subject"), QStringLiteral("Other")});
+    ASSERT_TRUE(QFile::remove(mailFile(first)));
+    ASSERT_TRUE(QFile::copy(mailFile(second), mailFile(first)));
+
+    const ToolResult result = run({QStringLiteral("show"), QString::number(first)});
+
+    EXPECT_EQ(result.exitCode, 1);
+    EXPECT_TRUE(result.err.startsWith("mmsutil: the mail file '" + mailFile(first).toUtf8() +
+                                      "' is damaged: its header does not match its row (Subject"))
+        << result.err.toStdString();
+}
+
+TEST_F(MmsutilJourneyTest, CheckRebuildMakesALostIndexAgainFromTheMailFiles)
+{
+    fillAddressBook();
+    const unsigned sent = compose();
+    const unsigned received = receive(QStringLiteral("+15550101"));
+    const QStringList before = files();
+    // Only the index goes: the settings and the address book have files of their own.
+    ASSERT_TRUE(QFile::remove(databasePath()));
+
+    const ToolResult plain = run({QStringLiteral("check")});
+    const ToolResult rebuilt = run({QStringLiteral("check"), QStringLiteral("--rebuild")});
+    const QByteArray listed = ok({QStringLiteral("list")});
+
+    EXPECT_EQ(plain.exitCode, 1);
+    EXPECT_TRUE(plain.err.contains("rebuild the index")) << plain.err.toStdString();
+    EXPECT_EQ(rebuilt.exitCode, 0) << rebuilt.err.toStdString();
+    EXPECT_TRUE(
+        rebuilt.out.contains(QStringLiteral("%1.mms: no row -> row %1 made\n").arg(sent).toUtf8()))
+        << rebuilt.out.toStdString();
+    EXPECT_TRUE(rebuilt.out.endsWith("2 problems, 2 repaired, 0 remain\n"))
+        << rebuilt.out.toStdString();
+    EXPECT_EQ(files(), before);
+    EXPECT_EQ(readBack(sent).cmn_fld_folder_id, unsigned(tavmms::store::Folder::Sent));
+    EXPECT_EQ(readBack(received).cmn_fld_folder_id, unsigned(tavmms::store::Folder::Inbox));
+    EXPECT_TRUE(listed.contains("Re: Hello")) << listed.toStdString();
+    EXPECT_EQ(run({QStringLiteral("check")}).exitCode, 0);
 }
 
 TEST_F(MmsutilJourneyTest, ShowAndDeleteOfAnUnknownIdFailAndChangeNothing)

@@ -1,5 +1,7 @@
 #include "index_table.h"
 
+#include "mail_file_names.h"
+
 #include "sqlite_database.h"
 
 #include <QFileInfo>
@@ -114,6 +116,25 @@ int commitOrAbort()
     if (r != DB_OK)
         MMS_UTIL_DBTable::abortTxn();
     return r;
+}
+
+int addRowAtFreeId(const MMS_UTIL_DBStruct_T& row, unsigned int* id,
+                   std::optional<unsigned int> own)
+{
+    for (;;) {
+        int r = MMS_UTIL_DBTable::add(row, id);
+        if (r == DB_OK)
+            r = commitOrAbort();
+        if (r != DB_OK || *id == own || !idIsTaken(*id))
+            return r;
+        // A file of this id is there, left by an add that died or kept from an index that was
+        // lost.
+        r = MMS_UTIL_DBTable::del(*id);
+        if (r == DB_OK)
+            r = commitOrAbort();
+        if (r != DB_OK)
+            return r;
+    }
 }
 
 Transaction::~Transaction()

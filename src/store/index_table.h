@@ -52,6 +52,13 @@ private:
 // so that no transaction stays open either way. Gives the commit's result.
 TAVMMS_EXPORT int commitOrAbort();
 
+// Adds `row` through MMS_UTIL_DBTable and commits its write transaction, at an id whose mail file
+// names are free (idIsTaken), or are `own`'s, the message whose file the row is made for: a taken
+// id's row goes again and the next id, which the database never gives twice, is tried. Sets
+// `id`; gives a database result.
+TAVMMS_EXPORT int addRowAtFreeId(const MMS_UTIL_DBStruct_T& row, unsigned int* id,
+                                 std::optional<unsigned int> own = std::nullopt);
+
 // A transaction of the device database that is aborted unless commit() ran.
 class TAVMMS_EXPORT Transaction
 {

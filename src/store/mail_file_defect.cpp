@@ -1,13 +1,11 @@
 #include "mail_file_defect.h"
 
-#include "mms_util_mailfile.h"
-#include "mms_util_msgheaderbase.h"
+#include "mail_file_io.h"
 
 #include <QByteArray>
 #include <QFile>
 
 #include <bitset>
-#include <memory>
 
 namespace tavmms::store
 {
@@ -46,7 +44,8 @@ MailFileDefect defect(const char* why)
 
 } // namespace
 
-std::optional<MailFileDefect> mailFileDefect(const QString& path)
+std::optional<MailFileDefect> mailFileDefect(const QString& path,
+                                             std::optional<LoadedMailFile>* loaded)
 {
     QFile raw(path);
     if (!raw.open(QIODevice::ReadOnly))
@@ -63,12 +62,12 @@ std::optional<MailFileDefect> mailFileDefect(const QString& path)
         return defect("cut short in its body");
     if (size == headerStart)
         return defect("its header block is missing");
-    const int loaded = file.loadMailFile();
-    // What the library hands out is the caller's, failed load or not.
-    const std::unique_ptr<MMS_UTIL_MsgHeaderBase> header(file.header);
-    const std::unique_ptr<unsigned char[]> body(file.body);
-    if (loaded != MMS_UTIL_MAILFILE_OK)
+    QString error;
+    std::optional<LoadedMailFile> read = loadMailFile(path, &error);
+    if (!read)
         return defect("its record does not fit the file");
+    if (loaded)
+        *loaded = std::move(read);
     if (!raw.seek(headerStart))
         return unreadable(raw);
     const QByteArray block = raw.readAll();

@@ -3,6 +3,7 @@
 
 // Whether a file in the mail file directory holds a whole message, as a save leaves it.
 
+#include "mail_file_io.h"
 #include "tavmms_global.h"
 
 #include <QString>
@@ -21,8 +22,10 @@ struct TAVMMS_EXPORT MailFileDefect {
 // Gives nothing when the file `path` loads completely: the library loads it, its 16-byte record
 // is the one a save writes (body at offset 16, header block straight after the body), and its
 // header block holds every key and ends in a line break. Otherwise gives why not. Reading the
-// file is all it does.
-TAVMMS_EXPORT std::optional<MailFileDefect> mailFileDefect(const QString& path);
+// file is all it does. `loaded`, when given, receives the file as loadMailFile() loads it
+// whenever the judgement got that far, also with a defect (a header block cut short loads).
+TAVMMS_EXPORT std::optional<MailFileDefect>
+mailFileDefect(const QString& path, std::optional<LoadedMailFile>* loaded = nullptr);
 
 } // namespace tavmms::store
 

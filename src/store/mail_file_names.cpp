@@ -42,4 +42,11 @@ bool nameIsTaken(const QString& path)
     return ::lstat(QFile::encodeName(path).constData(), &status) == 0 || errno != ENOENT;
 }
 
+bool idIsTaken(unsigned int id)
+{
+    const QString path = MMS_UTIL_Common::msgDBIDToMailFileName(id);
+    return nameIsTaken(path) || nameIsTaken(path + kLeftoverSuffix) ||
+           nameIsTaken(path + kDeletedSuffix);
+}
+
 } // namespace tavmms::store

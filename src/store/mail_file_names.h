@@ -26,6 +26,10 @@ TAVMMS_EXPORT std::optional<unsigned int> idOfMailFileName(const QString& name);
 // taken as there).
 TAVMMS_EXPORT bool nameIsTaken(const QString& path);
 
+// Whether the mail file of `id`, or what a save or a delete leaves of one, is there: a new message
+// never takes such an id.
+TAVMMS_EXPORT bool idIsTaken(unsigned int id);
+
 } // namespace tavmms::store
 
 #endif

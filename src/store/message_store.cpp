@@ -1,6 +1,7 @@
 #include "message_store.h"
 
 #include "file_status.h"
+#include "header_row.h"
 #include "index_table.h"
 #include "mail_file_defect.h"
 #include "mail_file_io.h"
@@ -76,22 +77,6 @@ Status notFound(unsigned int id)
     return Status::failure(ErrorCode::NotFound, QStringLiteral("no message %1").arg(id));
 }
 
-// The display text of an entry: its name, else its address.
-QString displayText(const MMS_UTIL_Entry& entry)
-{
-    return entry.name.isEmpty() ? entry.address : entry.name;
-}
-
-QString listText(const MMS_UTIL_EntryList& list)
-{
-    QStringList texts;
-    for (const MMS_UTIL_Entry* entry : list) {
-        if (entry)
-            texts << displayText(*entry);
-    }
-    return texts.join(QStringLiteral(", "));
-}
-
 bool isKnownFolder(Folder folder)
 {
     return folder >= Folder::Inbox && folder <= Folder::Drafts;
@@ -101,31 +86,11 @@ bool isKnownFolder(Folder folder)
 MMS_UTIL_DBStruct_T rowOf(const MMS_UTIL_MsgHeaderBase& header, const NewMessage& message,
                           Folder folder, State state)
 {
-    QStringList recipients;
-    for (const MMS_UTIL_EntryList* list : {&header.toList, &header.ccList, &header.bccList}) {
-        const QString text = listText(*list);
-        if (!text.isEmpty())
-            recipients << text;
-    }
-    MMS_UTIL_DBStruct_T row{};
-    setText16(row.cmn_fld_from_name, displayText(header.from));
-    setText16(row.cmn_fld_to_name, recipients.join(QStringLiteral(", ")));
-    setText16(row.cmn_fld_subject, header.subject);
-    row.cmn_fld_time = quint32(header.sendDate.toSecsSinceEpoch());
+    MMS_UTIL_DBStruct_T row = headerRow(header);
     row.cmn_fld_time_msg_reach_phone = quint32(QDateTime::currentSecsSinceEpoch());
     row.cmn_fld_msg_attr_read = state == State::Received ? 0 : 1;
     row.cmn_fld_folder_id = unsigned(folder);
-    row.cmn_fld_priority = header.priority;
-    row.cmn_fld_mms_type = ushort(MMS_UTIL_Common::getMsgTypeByContentType(header.contentType));
     row.cmn_fld_send_receive_state = ushort(state);
-    row.mms_fld_sendervisibility_name = header.senderVisibility;
-    row.mms_fld_deliveryreport_name = header.deliveryReport;
-    row.mms_fld_readreplyreport_name = header.readReplyReport;
-    row.mms_fld_contenttype_name =
-        MMS_UTIL_Common::mimeTypeGetValue(header.contentType.type, header.contentType.subtype);
-    row.mms_fld_msgsize_name = header.messageSize;
-    row.mms_fld_expiretime_name = header.expiry;
-    setText8(row.mms_fld_msgid_name, header.messageId);
     setText8(row.mms_fld_msguri_name, message.uri.isEmpty()
                                           ? QUuid::createUuid()
                                                 .toString(QUuid::WithoutBraces)
@@ -195,15 +160,6 @@ void fillHeader(MMS_UTIL_MsgHeaderBase* header, const NewMessage& message)
     // The header block keeps whole seconds; so does the row.
     header->sendDate = QDateTime::fromSecsSinceEpoch(QDateTime::currentSecsSinceEpoch());
     header->messageSize = uint(message.body.size());
-}
-
-// Whether an id's mail file, or what a save or a delete leaves of one, is there: a new message
-// never takes such an id.
-bool idIsTaken(unsigned int id)
-{
-    const QString path = MMS_UTIL_Common::msgDBIDToMailFileName(id);
-    return nameIsTaken(path) || nameIsTaken(path + kLeftoverSuffix) ||
-           nameIsTaken(path + kDeletedSuffix);
 }
 
 // The smallest id of a row whose `field` holds `text` (cut as the row keeps it), in the
@@ -314,19 +270,8 @@ Added MessageStore::Impl::keep(MMS_UTIL_MsgHeaderBase& header, const NewMessage&
     Transaction txn;
     int r = txn.begin();
     const MMS_UTIL_DBStruct_T row = rowOf(header, message, folder, state);
-    for (;;) {
-        if (r == DB_OK)
-            r = MMS_UTIL_DBTable::add(row, &added.id);
-        if (r == DB_OK)
-            r = commitOrAbort();
-        if (r != DB_OK || !idIsTaken(added.id))
-            break;
-        // A file of this id is there, left by an add that died or kept from an index that was
-        // lost: the row goes again, and the next id, which the database never gave, is taken.
-        r = MMS_UTIL_DBTable::del(added.id);
-        if (r == DB_OK)
-            r = commitOrAbort();
-    }
+    if (r == DB_OK)
+        r = addRowAtFreeId(row, &added.id);
     if (r != DB_OK) {
         added.status = databaseFailure(QStringLiteral("cannot add the message's row"), r);
         return added;
@@ -416,6 +361,34 @@ Status MessageStore::Impl::changeRow(unsigned int id,
         return databaseFailure(QStringLiteral("cannot change message %1").arg(id), r);
     return {};
 }
+
+namespace
+{
+
+// The row of a message whose mail file was written: the fields its header gives follow the new
+// header, so that lists show what the file holds. A program dying in between leaves a row that a
+// check reports as not matching its header.
+Added withRowOf(Added added, const MMS_UTIL_MsgHeaderBase& header)
+{
+    if (!added.status.ok())
+        return added;
+    MMS_UTIL_DBStruct_T record;
+    int r = MMS_UTIL_DBTable::readRecord(added.id, &record);
+    if (r == DB_OK) {
+        setHeaderFields(&record, header);
+        r = MMS_UTIL_DBTable::update(added.id, record);
+    }
+    if (r == DB_OK)
+        r = commitOrAbort();
+    if (r != DB_OK)
+        added.status = databaseFailure(
+            QStringLiteral("the mail file '%1' was written, but its row was not changed")
+                .arg(added.mailFile),
+            r);
+    return added;
+}
+
+} // namespace
 
 MMS_CONTENT_TYPE_T NewMessage::defaultContentType()
 {
@@ -525,7 +498,7 @@ Added MessageStore::writeMailFile(unsigned int id, MMS_UTIL_MsgHeaderBase& heade
     }
     if (!nameIsTaken(added.mailFile)) {
         added.status = saveNewMailFile(added.mailFile, header, body);
-        return added;
+        return withRowOf(added, header);
     }
     if (!replace) {
         added.status = Status::failure(ErrorCode::Exists,
@@ -549,7 +522,7 @@ Added MessageStore::writeMailFile(unsigned int id, MMS_UTIL_MsgHeaderBase& heade
         added.status =
             failed(QStringLiteral("cannot write the mail file '%1'").arg(added.mailFile) +
                    (errno ? QStringLiteral(": ") + errnoText(errno) : QString()));
-    return added;
+    return withRowOf(added, header);
 }
 
 ReadMessage MessageStore::read(unsigned int id, bool withBody)
@@ -582,7 +555,15 @@ ReadMessage MessageStore::read(unsigned int id, bool withBody)
             return message;
         }
     }
-    std::optional<LoadedMailFile> loaded = loadMailFile(path, &message.mailFileError);
+    std::optional<LoadedMailFile> loaded;
+    const std::optional<MailFileDefect> defect = mailFileDefect(path, &loaded);
+    // A file the judgement stopped at early may still be what the library loads.
+    if (!loaded)
+        loaded = loadMailFile(path, &message.mailFileError);
+    if (loaded && defect)
+        message.mailFileDamage = defect->why;
+    else if (loaded)
+        message.mailFileDamage = mismatchText(headerMismatch(message.row.record, *loaded->header));
     if (loaded) {
         message.header = std::move(loaded->header);
         message.bodyLength = loaded->bodyLength;

@@ -68,7 +68,9 @@ public:
     // Writes the mail file of the message with row `id`. NotFound without a row; Exists when it
     // has a mail file and `replace` is false. A new file is saved as an add saves it; a file
     // replaced is saved by MMS_UTIL_MailFile, whose interrupted save the next use completes.
-    // TooLarge for a body over kLargestBody.
+    // TooLarge for a body over kLargestBody. The row's fields that a header gives (sender,
+    // recipients, subject, date, Message-ID, ...) then follow `header`; its folder, state, read
+    // mark and URI stay.
     Added writeMailFile(unsigned int id, MMS_UTIL_MsgHeaderBase& header, const QByteArray& body,
                         bool replace);
 

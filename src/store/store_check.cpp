@@ -1,13 +1,17 @@
 #include "store_check.h"
 
 #include "file_status.h"
+#include "header_row.h"
 #include "index_table.h"
 #include "mail_file_defect.h"
 #include "mail_file_io.h"
 #include "mail_file_names.h"
+#include "quarantine.h"
 #include "store_lock.h"
 
+#include "filesync.h"
 #include "mms_util_common.h"
+#include "mms_util_msgheaderbase.h"
 
 #include <QFile>
 #include <QFileInfo>
@@ -27,10 +31,14 @@ namespace tavmms::store
 namespace
 {
 
+// What a forced repair does with a mail file it takes away.
+const QString kQuarantines = QStringLiteral("moves it to the quarantine");
+
 // A file of one message in the mail file directory.
 struct StoredFile {
     bool present = false;
     std::optional<MailFileDefect> defect; // why it does not load completely
+    QStringList mismatch;                 // the header's fields its row does not hold
 
     bool loads() const { return present && !defect; }
 };
@@ -38,6 +46,7 @@ struct StoredFile {
 // What the store holds of one message id.
 struct Message {
     bool row = false;
+    MMS_UTIL_DBStruct_T record{};
     StoredFile mail;     // "<id>.mms"
     StoredFile leftover; // "<id>.mms.tmp"
     StoredFile deleted;  // "<id>.mms.deleted"
@@ -87,7 +96,14 @@ void addEntry(CheckReport* report, Store* store, const QString& name)
                        : suffix == kDeletedSuffix ? message.deleted
                                                   : message.mail;
     file.present = true;
-    file.defect = mailFileDefect(path);
+    if (&file == &message.mail && message.row) {
+        std::optional<LoadedMailFile> loaded;
+        file.defect = mailFileDefect(path, &loaded);
+        if (!file.defect)
+            file.mismatch = headerMismatch(message.record, *loaded->header);
+    } else {
+        file.defect = mailFileDefect(path);
+    }
     ++(suffix.isEmpty() ? report->mailFiles : report->leftovers);
 }
 
@@ -111,8 +127,10 @@ Status readDirectory(CheckReport* report, Store* store, bool* missing)
 // Reads every row of the open index into `store`.
 Status readRows(CheckReport* report, Store* store)
 {
-    const int r = forEachRow(std::nullopt, [&](unsigned int id, const MMS_UTIL_DBStruct_T&) {
-        store->messages[id].row = true;
+    const int r = forEachRow(std::nullopt, [&](unsigned int id, const MMS_UTIL_DBStruct_T& record) {
+        Message& message = store->messages[id];
+        message.row = true;
+        message.record = record;
         ++report->rows;
     });
     if (r == DB_OK)
@@ -138,13 +156,13 @@ public:
         if (message.deleted.present && checkDeleted(name, message))
             message.deleted = StoredFile();
         if (message.mail.present && message.mail.defect) {
-            const QString text =
-                QStringLiteral("%1: does not load (%2)").arg(name, message.mail.defect->why);
+            const QString why = QStringLiteral("does not load (%1)").arg(message.mail.defect->why);
+            const QString text = name + QStringLiteral(": ") + why;
             // What could not be read may well be whole: it is for a person to look at.
             if (message.mail.defect->unreadable)
-                kept(text, QStringLiteral("a file that cannot be read is never deleted"));
-            else if (forced(text, QStringLiteral("deletes it"), QStringLiteral("deleted"),
-                            [&] { return remove(name); }))
+                kept(text, QStringLiteral("a file that cannot be read is never moved"));
+            else if (forced(text, kQuarantines, QString(),
+                            [&] { return moveToQuarantine(name, why); }))
                 message.mail = StoredFile();
         }
         if (message.leftover.present && checkLeftover(name, message))
@@ -155,9 +173,18 @@ public:
                        [&] { return deleteRow(id); }))
                 message.row = false;
         }
+        if (message.row && message.mail.loads() && !message.mail.mismatch.isEmpty())
+            kept(QStringLiteral("%1: %2").arg(name, mismatchText(message.mail.mismatch)),
+                 QStringLiteral("which of the two is right is for a person to judge"));
         if (!message.row && message.mail.loads()) {
-            if (forced(QStringLiteral("%1: no row").arg(name), QStringLiteral("deletes it"),
-                       QStringLiteral("deleted"), [&] { return remove(name); }))
+            const QString text = QStringLiteral("%1: no row").arg(name);
+            const bool done =
+                options_.rebuild
+                    ? repairable(text, QString(), [&] { return makeRow(id); })
+                    : forced(text, kQuarantines + QStringLiteral("; --rebuild makes a row for it"),
+                             QString(),
+                             [&] { return moveToQuarantine(name, QStringLiteral("has no row")); });
+            if (done)
                 message.mail = StoredFile();
         }
     }
@@ -243,9 +270,10 @@ private:
             return false;
         }
         error_.clear();
+        note_.clear();
         const bool ok = repair();
         problem.outcome = ok ? CheckProblem::Repaired : CheckProblem::RepairFailed;
-        problem.note = ok ? done : QString();
+        problem.note = !ok ? QString() : note_.isEmpty() ? done : note_;
         problem.error = error_;
         report_->problems.append(problem);
         return ok;
@@ -264,7 +292,8 @@ private:
     {
         const QString source = report_->directory + from;
         const QString target = report_->directory + to;
-        if (renameWithoutReplacing(QFile::encodeName(source), QFile::encodeName(target)) == 0)
+        if (renameWithoutReplacing(QFile::encodeName(source), QFile::encodeName(target)) == 0 &&
+            syncParentDirectory(QFile::encodeName(target)) == 0)
             return true;
         error_ =
             QStringLiteral("cannot rename '%1' to '%2': %3").arg(source, target, errnoText(errno));
@@ -282,9 +311,76 @@ private:
         return false;
     }
 
+    bool moveToQuarantine(const QString& name, const QString& why)
+    {
+        QString movedTo;
+        const Status status = quarantine(report_->directory + name, why, &movedTo);
+        error_ = status.text;
+        note_ = QStringLiteral("moved to %1").arg(movedTo);
+        return status.ok();
+    }
+
+    // Makes the row of the mail file `id` from its header, at the id the database gives, to
+    // whose name the file is renamed: the row is committed only once the file has its name.
+    bool makeRow(unsigned int id)
+    {
+        const QString name = mailFileName(id);
+        std::optional<LoadedMailFile> loaded;
+        if (mailFileDefect(report_->directory + name, &loaded) || !loaded) {
+            error_ = QStringLiteral("'%1' no longer loads").arg(report_->directory + name);
+            return false;
+        }
+        const MMS_UTIL_DBStruct_T row =
+            keptFileRow(*loaded->header, QFileInfo(report_->directory + name).lastModified());
+        Transaction txn;
+        unsigned int newId = 0;
+        int r = txn.begin();
+        if (r == DB_OK)
+            r = addRowAtFreeId(row, &newId, id);
+        if (r != DB_OK) {
+            error_ = QStringLiteral("cannot add a row: %1").arg(resultText(r));
+            return false;
+        }
+        const QString newName = mailFileName(newId);
+        if (newId != id && !rename(name, newName))
+            return false;
+        r = txn.commit();
+        if (r != DB_OK) {
+            error_ = QStringLiteral("cannot commit row %1: %2").arg(newId).arg(resultText(r));
+            if (newId != id)
+                rename(newName, name);
+            return false;
+        }
+        note_ = newId == id ? QStringLiteral("row %1 made").arg(newId)
+                            : QStringLiteral("row %1 made, renamed to %2").arg(newId).arg(newName);
+        return true;
+    }
+
+    // The row of a kept mail file whose row was lost: what its header holds, and for the rest
+    // what a store that lost its index can tell. A message from the phone's owner, or from no one
+    // (a message composed while the owner was unknown), was sent; any other was received. Both
+    // count as read, since nobody can tell; no URI or transaction id survives in a mail file.
+    MMS_UTIL_DBStruct_T keptFileRow(const MMS_UTIL_MsgHeaderBase& header, const QDateTime& reached)
+    {
+        if (!owner_) {
+            owner_.emplace();
+            MMS_UTIL_Common::getOwnerEntry(*owner_);
+        }
+        const bool sent = header.from.address.isEmpty() ||
+                          (!owner_->address.isEmpty() && header.from.address == owner_->address);
+        MMS_UTIL_DBStruct_T row = headerRow(header);
+        row.cmn_fld_folder_id = unsigned(sent ? Folder::Sent : Folder::Inbox);
+        row.cmn_fld_send_receive_state = ushort(sent ? State::Sent : State::Received);
+        row.cmn_fld_msg_attr_read = 1;
+        row.cmn_fld_time_msg_reach_phone = quint32(reached.toSecsSinceEpoch());
+        return row;
+    }
+
     CheckReport* report_;
     const CheckOptions& options_;
-    QString error_; // why the last repair failed
+    QString error_;                       // why the last repair failed
+    QString note_;                        // what the last repair did, when it says so itself
+    std::optional<MMS_UTIL_Entry> owner_; // the phone's owner, once a row needs it
 };
 
 } // namespace
@@ -296,8 +392,10 @@ int CheckReport::repaired() const
     }));
 }
 
-CheckReport checkStore(const CheckOptions& options)
+CheckReport checkStore(const CheckOptions& asked)
 {
+    CheckOptions options = asked;
+    options.repair = asked.repair || asked.rebuild;
     CheckReport report;
     report.directory = MMS_UTIL_Common::getMailFileDir();
     // A check makes nothing it was not asked to repair: no index, no lock file in a working
@@ -310,7 +408,7 @@ CheckReport checkStore(const CheckOptions& options)
         if (!report.status.ok())
             return report;
     }
-    const IndexTable table(IndexTable::LeaveMissing);
+    const IndexTable table(options.rebuild ? IndexTable::Make : IndexTable::LeaveMissing);
     if (!table.isMissing() && !table.isOpen()) {
         report.status = Status::failure(ErrorCode::Failed, table.openError());
         return report;
@@ -336,9 +434,11 @@ CheckReport checkStore(const CheckOptions& options)
     }
     if (table.isMissing() && !store.messages.isEmpty()) {
         report.status = Status::failure(
-            ErrorCode::Failed, QStringLiteral("there is no message index in '%1', but the mail "
-                                              "file directory holds %2; check TAV_PLATFORM_DIR")
-                                   .arg(databasePath(), filesCounted(report)));
+            ErrorCode::Failed,
+            QStringLiteral("there is no message index in '%1', but the mail "
+                           "file directory holds %2; check TAV_PLATFORM_DIR, or rebuild the "
+                           "index from them")
+                .arg(databasePath(), filesCounted(report)));
         return report;
     }
     Checker checker(&report, options);

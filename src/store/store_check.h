@@ -19,10 +19,18 @@ struct TAVMMS_EXPORT CheckOptions {
     // Renames a leftover of a save into place when its mail file is missing and it loads
     // completely; removes the other leftovers; completes an interrupted delete.
     bool repair = false;
-    // With repair: also deletes mail files that do not load (a leftover that loads completely then
-    // takes the place of one), mail files without a row and rows without a mail file. A mail file
-    // that cannot be read is never deleted.
+    // With repair: also moves mail files that do not load (a leftover that loads completely then
+    // takes the place of one) and mail files without a row to the quarantine folder, and deletes
+    // rows without a mail file. A mail file that cannot be read is never moved.
     bool force = false;
+    // Implies repair: makes the row of each mail file that loads completely and has none, after the
+    // index was lost or reset, instead of moving the file. The fields its header holds come from
+    // it; the message is in the sent folder (state sent) when its sender is the phone's owner or
+    // no one, else in the inbox (state received); it counts as read; it has no URI and no
+    // transaction id; it reached the phone when its file was last written. The database gives
+    // the row a new id, and the file is renamed to that id's name without replacing any file;
+    // an index that is not there is made.
+    bool rebuild = false;
     std::chrono::milliseconds lockTimeout{30000};
 };
 

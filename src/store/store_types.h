@@ -136,6 +136,10 @@ struct TAVMMS_EXPORT ReadMessage {
     unsigned int bodyLength = 0; // the body's length, also when the body was not asked for
     QString mailFileError; // why the mail file does not load ("no such file '...'"); empty when it
                            // does
+    // How the mail file, which loads, is damaged ("its header block is cut short", "its header
+    // does not match its row (Subject)"); what it holds is given all the same, for a person to
+    // judge. Empty when it is whole.
+    QString mailFileDamage;
 };
 
 // A message deleted, or why not.

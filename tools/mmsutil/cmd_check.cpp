@@ -55,9 +55,16 @@ int runCheck(const cli::Command& command, const QStringList& arguments)
                        "delete."));
     const QCommandLineOption force(
         QStringLiteral("force"),
-        QStringLiteral("With --repair, also deletes mail files that do not load (a leftover that "
-                       "loads completely then takes the place of one), mail files without a row "
-                       "and rows without a mail file."));
+        QStringLiteral("With --repair, also moves mail files that do not load (a leftover that "
+                       "loads completely then takes the place of one) and mail files without a "
+                       "row to the quarantine folder, each with a note of why, and deletes rows "
+                       "without a mail file."));
+    const QCommandLineOption rebuild(
+        QStringLiteral("rebuild"),
+        QStringLiteral("Repairs, and makes the row of each mail file that has none from its "
+                       "header, after the message index was lost or reset (see the README for "
+                       "the fields a header does not hold). Each such file is renamed to its new "
+                       "row's id."));
     QCommandLineParser parser;
     parser.setApplicationDescription(
         command.summary +
@@ -66,25 +73,30 @@ int runCheck(const cli::Command& command, const QStringList& arguments)
                        "  row N: no mail file N.mms\n"
                        "  N.mms: no row\n"
                        "  N.mms: does not load (why)\n"
+                       "  N.mms: its header does not match its row (fields)\n"
                        "  N.mms.tmp: left by an interrupted save, ...\n"
                        "  N.mms.deleted: left by an interrupted delete, ...\n"
                        "Other names in the mail file directory are listed as left alone and are\n"
                        "never touched. With --repair each line ends in what became of the\n"
                        "problem. A check waits while another program writes a message, and a\n"
                        "repair until none does, so that no message being kept is judged.\n"
-                       "--force deletes no mail file that cannot be read.\n"
-                       "Mail files without a message index stop the check: nothing is judged.\n"
+                       "Nothing is deleted but rows without a mail file: the quarantine folder\n"
+                       "is quarantine/ in the store's working directory. A mail file that\n"
+                       "cannot be read, or whose header does not match its row, is left alone.\n"
+                       "Mail files without a message index stop the check, but for --rebuild.\n"
                        "\n"
                        "Exit status: 0 the store is consistent or was repaired fully, 1 problems\n"
                        "remain or the check failed, 2 wrong command line."));
-    parser.addOptions({repair, force});
+    parser.addOptions({repair, force, rebuild});
     if (const std::optional<int> stop = cli::parse(parser, command, arguments, 0))
         return *stop;
-    if (parser.isSet(force) && !parser.isSet(repair))
-        return cli::usageError(command.name, QStringLiteral("--force only goes with --repair"));
+    if (parser.isSet(force) && !parser.isSet(repair) && !parser.isSet(rebuild))
+        return cli::usageError(command.name,
+                               QStringLiteral("--force only goes with --repair or --rebuild"));
 
     store::CheckOptions options;
     options.repair = parser.isSet(repair);
+    options.rebuild = parser.isSet(rebuild);
     options.force = parser.isSet(force);
     const store::CheckReport report = store::checkStore(options);
     if (!report.status.ok())
@@ -100,7 +112,7 @@ int runCheck(const cli::Command& command, const QStringList& arguments)
     const int remaining = report.remaining();
     if (problems == 0)
         out << "no problems\n";
-    else if (!options.repair)
+    else if (!options.repair && !options.rebuild)
         out << counted(problems, "problem") << '\n';
     else
         out << counted(problems, "problem") << ", " << report.repaired() << " repaired, "

@@ -337,7 +337,9 @@ int runShow(const cli::Command& command, const QStringList& arguments)
         QStringLiteral(" Prints where the message is kept, its row in the message index and the "
                        "header of its mail file side by side, the body's length and the message "
                        "type its content type gives. When the mail file does not load, the row "
-                       "is printed alone and the tool exits with 1."));
+                       "is printed alone and the tool exits with 1. When it is damaged (cut "
+                       "short, or its header does not match its row), it says how on standard "
+                       "error, shows what it holds and exits with 1."));
     unsigned int id = 0;
     if (const std::optional<int> stop =
             cli::parseRowId(parser, command, arguments, QStringLiteral("The message's id."), &id))
@@ -350,6 +352,9 @@ int runShow(const cli::Command& command, const QStringList& arguments)
     const MMS_UTIL_DBStruct_T& row = message.row.record;
     if (!message.header)
         cli::fail(message.mailFileError);
+    else if (!message.mailFileDamage.isEmpty())
+        cli::fail(QStringLiteral("the mail file '%1' is damaged: %2")
+                      .arg(message.row.mailFile(), message.mailFileDamage));
 
     QTextStream& out = cli::out();
     out << textout::columns({
@@ -366,7 +371,7 @@ int runShow(const cli::Command& command, const QStringList& arguments)
         {QStringLiteral("Body:"), QStringLiteral("%1 bytes").arg(message.bodyLength)},
         {QStringLiteral("Message type:"), messageTypeText(message.header->contentType)},
     });
-    return cli::ExitOk;
+    return message.mailFileDamage.isEmpty() ? cli::ExitOk : cli::ExitFailed;
 }
 
 int runDelete(const cli::Command& command, const QStringList& arguments)
