@@ -16,6 +16,17 @@
 //                       filled into a record as the library fills it. The rows (made by makeRecord,
 //                       without mail files, which a listing does not read) are added once in one
 //                       transaction, to a device database of their own.
+// BM_Paired_StoreListFolder/N
+//                       MessageStore::list of the inbox alone (a quarter of the same N rows),
+//                       paired with the raw SELECT of all N rows and the folder picked out in C++.
+// BM_Paired_StoreCheck/N
+//                       checkStore (no repair) of a store of N messages whose mail files hold a
+//                       100-byte body, paired with a raw loop over the same rows and files: one
+//                       SELECT of every row, then for each row its mail file opened, its 16-byte
+//                       record read and its header block read. The files are written once,
+//                       without syncs, and read from the page cache by both sides.
+// BM_StoreRebuild/N     checkStore with rebuild of the same N mail files after their index was
+//                       lost: N rows made from the headers, each committed (and synced) on its own.
 //
 // Each run of BM_Paired_StoreAdd keeps its own messages (one store object, as an application
 // keeps one) and deletes them afterwards, with the raw rows and files, so that every run starts
@@ -27,9 +38,14 @@
 #include <tavmmsutility.h>
 
 #include "db_service.h"
+#include "header_row.h"
 #include "index_table.h"
+#include "mail_file_io.h"
 #include "message_store.h"
 #include "sqlite_database.h"
+#include "store_check.h"
+
+#include "support/scoped_environment.h"
 
 #include "bench_directory.h"
 #include "message_body.h"
@@ -40,12 +56,16 @@
 #include <benchmark/benchmark.h>
 #include <sqlite3.h>
 
+#include <QDateTime>
 #include <QDir>
 #include <QFile>
+#include <QtEndian>
 
 #include <cstdio>
+#include <fcntl.h>
 #include <map>
 #include <memory>
+#include <sys/stat.h>
 #include <unistd.h>
 #include <utility>
 #include <vector>
@@ -283,12 +303,227 @@ void BM_Paired_StoreList(benchmark::State& state)
     timing.report(state);
 }
 
+void BM_Paired_StoreListFolder(benchmark::State& state)
+{
+    const auto rows = unsigned(state.range(0));
+    ListedRows* listed = listedRows(rows);
+    if (!listed) {
+        state.SkipWithError("cannot fill the databases");
+        return;
+    }
+    const tavplatform::ScopedDatabaseService installed(&listed->database);
+    MessageStore store;
+    tavmms::store::ListFilter inbox;
+    inbox.anyFolder = false;
+    inbox.folder = unsigned(Folder::Inbox);
+    std::vector<std::pair<unsigned, MMS_UTIL_DBStruct_T>> rawRows;
+    std::vector<const MMS_UTIL_DBStruct_T*> rawInbox;
+    PairedTiming timing;
+    for (auto _ : state) {
+        const bool ok = timing.run(
+            [&] {
+                const tavmms::store::Listed listedInbox = store.list(inbox);
+                return listedInbox.status.ok() && listedInbox.rows.size() == rows / 4;
+            },
+            [&] {
+                rawInbox.clear();
+                if (!listed->raw->readAll(&rawRows))
+                    return false;
+                for (const auto& row : rawRows) {
+                    if (row.second.cmn_fld_folder_id == unsigned(Folder::Inbox))
+                        rawInbox.push_back(&row.second);
+                }
+                return rawInbox.size() == rows / 4;
+            });
+        if (!ok) {
+            state.SkipWithError("a listing failed or missed rows");
+            break;
+        }
+    }
+    timing.report(state);
+}
+
+// A store of its own in "<bench directory>/store-N": `rows` messages, each a row made from the
+// header of its mail file, and the files, made by the first object and found by the next; the
+// store's directories point at it while the object lives.
+class FilledStore
+{
+public:
+    explicit FilledStore(unsigned rows)
+        : root_(benchDirectory() + QStringLiteral("/store-%1").arg(rows)),
+          platform_("TAV_PLATFORM_DIR", QFile::encodeName(root_ + QStringLiteral("/platform"))),
+          download_("TAV_LOCAL_DOWNLOAD_PATH",
+                    QFile::encodeName(root_ + QStringLiteral("/download"))),
+          database_((QDir().mkpath(root_ + QStringLiteral("/platform")),
+                     root_ + QStringLiteral("/platform/device.db"))),
+          installed_(&database_)
+    {
+        ok_ = MessageStore().list().rows.size() == rows || fill(rows);
+    }
+
+    bool ok() const { return ok_; }
+    // A message's mail file path, as the raw loop opens it.
+    static QByteArray mailFile(unsigned id)
+    {
+        return QFile::encodeName(MMS_UTIL_Common::msgDBIDToMailFileName(id));
+    }
+
+private:
+    bool fill(unsigned rows) const
+    {
+        MMS_UTIL_MsgHeaderBase header;
+        header.subject = QStringLiteral("Photos from the weekend");
+        header.from.address = QStringLiteral("+15550101");
+        header.sendDate = QDateTime::fromSecsSinceEpoch(1767268700);
+        header.messageId = QStringLiteral("20260101120000@mms.example.org");
+        header.messageSize = 100;
+        const QString sample = root_ + QStringLiteral("/sample.mms");
+        QFile::remove(sample);
+        if (!QDir().mkpath(MMS_UTIL_Common::getMailFileDir()) ||
+            !tavmms::store::saveNewMailFile(sample, header, QByteArray(100, 'b')).ok())
+            return false;
+        const QByteArray bytes = fileBytes(sample);
+        MMS_UTIL_DBStruct_T row = tavmms::store::headerRow(header);
+        row.cmn_fld_folder_id = unsigned(Folder::Inbox);
+        const tavmms::store::IndexTable table;
+        tavmms::store::Transaction txn;
+        bool filled = table.isOpen() && txn.begin() == DB_OK;
+        for (unsigned serial = 0; filled && serial < rows; ++serial) {
+            unsigned id = 0;
+            filled =
+                MMS_UTIL_DBTable::add(row, &id) == DB_OK && MMS_UTIL_DBTable::commitTxn() == DB_OK;
+            QFile file(MMS_UTIL_Common::msgDBIDToMailFileName(id));
+            filled = filled && file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size();
+        }
+        return filled && txn.commit() == DB_OK;
+    }
+
+    QString root_;
+    tavmms_test::ScopedEnvironment platform_, download_;
+    tavplatform::SqliteDatabase database_;
+    tavplatform::ScopedDatabaseService installed_;
+    bool ok_ = false;
+};
+
+// The raw rows beside a store of `rows` messages, made on first use and kept for the process;
+// null when they cannot be made.
+RawDatabase* rawRowsOf(unsigned rows)
+{
+    static std::map<unsigned, std::unique_ptr<RawDatabase>> made;
+    std::unique_ptr<RawDatabase>& raw = made[rows];
+    std::vector<unsigned> ids;
+    if (!raw) {
+        raw = RawDatabase::open(benchDirectory() + QStringLiteral("/store-%1-raw.db").arg(rows));
+        if (raw && !raw->fill(rows, &ids))
+            raw.reset();
+    }
+    return raw.get();
+}
+
+// The raw side of a check: reads the record and the header block of `path`, as a checker that
+// knows the format would.
+bool readRecordAndHeaderBlock(const QByteArray& path, QByteArray* block)
+{
+    const int fd = ::open(path.constData(), O_RDONLY | O_CLOEXEC);
+    if (fd < 0)
+        return false;
+    unsigned char record[16];
+    bool ok = ::read(fd, record, sizeof record) == ssize_t(sizeof record);
+    const quint32 headerStart =
+        qFromBigEndian<quint32>(record + 8) + qFromBigEndian<quint32>(record + 12);
+    struct stat status {
+    };
+    ok = ok && ::fstat(fd, &status) == 0 && status.st_size > qint64(headerStart);
+    if (ok) {
+        block->resize(qsizetype(status.st_size - headerStart));
+        ok = ::pread(fd, block->data(), size_t(block->size()), off_t(headerStart)) ==
+             ssize_t(block->size());
+    }
+    ::close(fd);
+    return ok;
+}
+
+void BM_Paired_StoreCheck(benchmark::State& state)
+{
+    const auto rows = unsigned(state.range(0));
+    const FilledStore store(rows);
+    RawDatabase* raw = rawRowsOf(rows);
+    if (!store.ok() || !raw) {
+        state.SkipWithError("cannot fill the store");
+        return;
+    }
+    std::vector<std::pair<unsigned, MMS_UTIL_DBStruct_T>> rawRows;
+    QByteArray block;
+    PairedTiming timing;
+    for (auto _ : state) {
+        const bool ok = timing.run(
+            [&] {
+                const tavmms::store::CheckReport report = tavmms::store::checkStore({});
+                return report.status.ok() && report.problems.isEmpty() &&
+                       report.mailFiles == int(rows);
+            },
+            [&] {
+                if (!raw->readAll(&rawRows))
+                    return false;
+                // The raw rows' ids are the store's (both count from 1) until a rebuild gives the
+                // store's rows new ids: the benchmark that runs one comes last.
+                for (const auto& row : rawRows) {
+                    if (!readRecordAndHeaderBlock(FilledStore::mailFile(row.first), &block))
+                        return false;
+                }
+                return rawRows.size() == rows;
+            });
+        if (!ok) {
+            state.SkipWithError("a check failed or found problems");
+            break;
+        }
+    }
+    timing.report(state);
+}
+
+void BM_StoreRebuild(benchmark::State& state)
+{
+    const auto rows = unsigned(state.range(0));
+    const FilledStore store(rows);
+    if (!store.ok()) {
+        state.SkipWithError("cannot fill the store");
+        return;
+    }
+    for (auto _ : state) {
+        state.PauseTiming();
+        // The index is lost: its rows go, and the database goes on counting, so that every
+        // file is renamed.
+        bool emptied = false;
+        {
+            const tavmms::store::IndexTable table;
+            tavmms::store::Transaction txn;
+            emptied = table.isOpen() && txn.begin() == DB_OK;
+            for (const tavmms::store::MessageRow& row : MessageStore().list().rows)
+                emptied = emptied && MMS_UTIL_DBTable::del(row.id) == DB_OK &&
+                          MMS_UTIL_DBTable::commitTxn() == DB_OK;
+            emptied = emptied && txn.commit() == DB_OK;
+        }
+        state.ResumeTiming();
+        tavmms::store::CheckOptions options;
+        options.rebuild = true;
+        const tavmms::store::CheckReport report = tavmms::store::checkStore(options);
+        if (!emptied || !report.status.ok() || report.repaired() != int(rows)) {
+            state.SkipWithError("the rebuild failed");
+            break;
+        }
+    }
+    state.counters["rows"] = rows;
+}
+
 BENCHMARK(BM_Paired_StoreAdd)
     ->ArgNames({"body", "named"})
     ->ArgsProduct({{1024, 100 * 1024, 300 * 1024}, {0, 1}})
     ->UseRealTime()
     ->Unit(benchmark::kMicrosecond);
 BENCHMARK(BM_Paired_StoreList)->Arg(1000)->Arg(10000)->UseRealTime()->Unit(benchmark::kMicrosecond);
+BENCHMARK(BM_Paired_StoreListFolder)->Arg(10000)->UseRealTime()->Unit(benchmark::kMicrosecond);
+BENCHMARK(BM_Paired_StoreCheck)->Arg(10000)->UseRealTime()->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_StoreRebuild)->Arg(10000)->Iterations(1)->UseRealTime()->Unit(benchmark::kMillisecond);
 
 } // namespace
 

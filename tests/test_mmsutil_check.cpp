@@ -600,13 +600,18 @@ TEST_F(MmsutilCheckTest, OtherNamesAreListedAndNeverTouched)
         put(other, mail.left(10));
     ASSERT_TRUE(QDir(mailDir()).mkdir(QStringLiteral("90.mms")));
     ASSERT_TRUE(QDir(mailDir()).mkdir(QStringLiteral("sub")));
+    // Links are taken for what they point at.
+    ASSERT_TRUE(QFile::link(mailPath(QStringLiteral("sub")), mailPath(QStringLiteral("91.mms"))));
+    ASSERT_TRUE(QFile::link(mailPath(QStringLiteral("sub")), mailPath(QStringLiteral("sublink"))));
     counts = QStringLiteral("1 row and 1 mail file");
     const QStringList lines{
         QStringLiteral("017.mms: not a mail file name, left alone"),
         QStringLiteral("4294967296.mms: not a mail file name, left alone"),
         QStringLiteral("90.mms: not a regular file, left alone"),
+        QStringLiteral("91.mms: not a regular file, left alone"),
         QStringLiteral("notes.txt: not a mail file name, left alone"),
         QStringLiteral("sub: a directory, left alone"),
+        QStringLiteral("sublink: a directory, left alone"),
         QStringLiteral("tmp00000.mms: not a mail file name, left alone"),
         QStringLiteral("x.mms.tmp: not a mail file name, left alone"),
     };

@@ -4,9 +4,12 @@
 #include "store_check.h"
 
 #include "index_table.h"
+#include "mail_file_names.h"
 #include "message_store.h"
 #include "row_text.h"
 #include "store_lock.h"
+
+#include "mms_util_common.h"
 
 #include "support/index_table_helpers.h"
 #include "support/mailfile_helpers.h"
@@ -302,6 +305,28 @@ TEST_F(StoreCheckTest, ARebuildLeavesRowsAndFilesThatMatchAlone)
     ASSERT_TRUE(report.status.ok()) << report.status.text.toStdString();
     EXPECT_TRUE(report.problems.isEmpty());
     EXPECT_EQ(tavmms_test::rowIds(databasePath), (QList<QByteArray>{"1", "2", "3"}));
+}
+
+TEST_F(StoreCheckTest, AMailFileLinkedToAnotherDirectoryCountsAsTheFileItPointsAt)
+{
+    const QString elsewhere = dir.filePath(QStringLiteral("elsewhere.mms"));
+    ASSERT_TRUE(QFile::rename(mailFile("3.mms"), elsewhere));
+    ASSERT_TRUE(QFile::link(elsewhere, mailFile("3.mms")));
+
+    const CheckReport report = check(false);
+
+    ASSERT_TRUE(report.status.ok()) << report.status.text.toStdString();
+    EXPECT_EQ(report.mailFiles, 3);
+    EXPECT_TRUE(report.problems.isEmpty());
+}
+
+TEST(MailFileNames, AreTheNamesTheLibraryGivesWithinTheMailFileDirectory)
+{
+    for (const unsigned id : {1u, 17u, 4294967295u}) {
+        EXPECT_EQ(MMS_UTIL_Common::getMailFileDir() + tavmms::store::mailFileName(id),
+                  MMS_UTIL_Common::msgDBIDToMailFileName(id));
+        EXPECT_EQ(tavmms::store::idOfMailFileName(tavmms::store::mailFileName(id)), id);
+    }
 }
 
 TEST_F(StoreCheckTest, ARepairWaitsForAWriterAndGivesUpAfterItsTimeout)

@@ -109,9 +109,9 @@ struct Layout {
     }
 };
 
-// The look-ups that move a cursor. NullAfter, NotNull, After and Null go on from the cursor's
-// current record (see moveNext()).
-enum class Move { First, Locate, NullAfter, NotNull, After, Null };
+// The look-ups that move a cursor. NullAfter, NotNull, SameKeyAfter, KeyAfter and Null go on from
+// the cursor's current record (see moveNext()).
+enum class Move { First, Locate, NullAfter, NotNull, SameKeyAfter, KeyAfter, Null };
 
 // What a cursor move's statement depends on.
 struct MoveQuery {
@@ -394,8 +394,14 @@ std::string moveSql(const Table& table, const MoveQuery& query)
     case Move::NotNull:
         where = " WHERE " + column + " IS NOT NULL";
         break;
-    case Move::After:
-        where = " WHERE (" + column + ", id)" + beyond + "(?, ?)";
+    // Two look-ups where one row-value comparison "(field, id) > (?, ?)" would do: the engine
+    // seeks an index on the field alone for that, and steps through every record of the same
+    // value up to the id, which made a walk through one folder quadratic.
+    case Move::SameKeyAfter:
+        where = " WHERE " + column + " = ? AND id" + beyond + "?";
+        break;
+    case Move::KeyAfter:
+        where = " WHERE " + column + beyond + "?";
         break;
     case Move::Null:
         where = " WHERE " + column + " IS NULL";
@@ -733,13 +739,20 @@ struct SqliteDatabase::Impl {
                 return r;
             return moveTo(c, Move::NotNull, noParameters);
         }
-        const int r = moveTo(c, Move::After, [&key, id, text = c.textField](sql::Statement& s) {
+        const auto bindKey = [&key, text = c.textField](sql::Statement& s) {
             if (text)
                 s.bindText(1, key.text);
             else
                 s.bindInt(1, key.number);
-            s.bindInt(2, id);
-        });
+        };
+        // A walk by id has no other record of the same key.
+        int r = c.field < 0 ? DB_ERR_NOT_FOUND
+                            : moveTo(c, Move::SameKeyAfter, [&bindKey, id](sql::Statement& s) {
+                                  bindKey(s);
+                                  s.bindInt(2, id);
+                              });
+        if (r == DB_ERR_NOT_FOUND)
+            r = moveTo(c, Move::KeyAfter, bindKey);
         if (r != DB_ERR_NOT_FOUND || ascending)
             return r;
         return moveTo(c, Move::Null, noParameters);

@@ -6,6 +6,7 @@
 #include <cstring>
 #include <dirent.h>
 #include <memory>
+#include <sys/stat.h>
 
 namespace tavmms::store
 {
@@ -24,10 +25,10 @@ Status fileFailure(const QString& what, int error)
                            what + QStringLiteral(": ") + errnoText(error));
 }
 
-int directoryNames(const QString& directory, QStringList* names)
+int directoryEntries(const QString& directory, QList<DirectoryEntry>* entries)
 {
-    const std::unique_ptr<DIR, int (*)(DIR*)> dir(
-        ::opendir(QFile::encodeName(directory).constData()), ::closedir);
+    const QByteArray path = QFile::encodeName(directory);
+    const std::unique_ptr<DIR, int (*)(DIR*)> dir(::opendir(path.constData()), ::closedir);
     if (!dir)
         return errno;
     for (;;) {
@@ -35,10 +36,29 @@ int directoryNames(const QString& directory, QStringList* names)
         const dirent* entry = ::readdir(dir.get());
         if (!entry)
             return errno;
-        const QString name = QFile::decodeName(entry->d_name);
-        if (name != QLatin1String(".") && name != QLatin1String(".."))
-            names->append(name);
+        if (std::strcmp(entry->d_name, ".") == 0 || std::strcmp(entry->d_name, "..") == 0)
+            continue;
+        unsigned char type = entry->d_type;
+        // A link is judged by what it points at, and some file systems do not give the type.
+        struct stat status {
+        };
+        if ((type == DT_UNKNOWN || type == DT_LNK) &&
+            ::stat((path + '/' + entry->d_name).constData(), &status) == 0)
+            type = S_ISREG(status.st_mode) ? DT_REG : S_ISDIR(status.st_mode) ? DT_DIR : DT_UNKNOWN;
+        entries->append({QFile::decodeName(entry->d_name), type == DT_REG ? DirectoryEntry::File
+                                                           : type == DT_DIR
+                                                               ? DirectoryEntry::Directory
+                                                               : DirectoryEntry::Other});
     }
+}
+
+int directoryNames(const QString& directory, QStringList* names)
+{
+    QList<DirectoryEntry> entries;
+    const int error = directoryEntries(directory, &entries);
+    for (const DirectoryEntry& entry : entries)
+        names->append(entry.name);
+    return error;
 }
 
 } // namespace tavmms::store

@@ -5,6 +5,7 @@
 
 #include "store_types.h"
 
+#include <QList>
 #include <QString>
 #include <QStringList>
 
@@ -18,8 +19,17 @@ TAVMMS_EXPORT QString errnoText(int error);
 // "<what>: <errnoText>", as NoSpace for ENOSPC, Exists for EEXIST, else Failed.
 TAVMMS_EXPORT Status fileFailure(const QString& what, int error);
 
-// The names in `directory` but "." and "..", in the order the directory gives them, into
-// `names`; 0, or the errno of the failure (ENOENT for a directory that is not there).
+// A name in a directory and what it is, a link taken for what it points at.
+struct TAVMMS_EXPORT DirectoryEntry {
+    enum Kind { File, Directory, Other };
+    QString name;
+    Kind kind;
+};
+
+// The entries of `directory` but "." and "..", in the order the directory gives them, into
+// `entries`; 0, or the errno of the failure (ENOENT for a directory that is not there).
+TAVMMS_EXPORT int directoryEntries(const QString& directory, QList<DirectoryEntry>* entries);
+// Their names alone.
 TAVMMS_EXPORT int directoryNames(const QString& directory, QStringList* names);
 
 } // namespace tavmms::store

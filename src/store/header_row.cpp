@@ -5,6 +5,8 @@
 #include "mms_util_common.h"
 #include "mms_util_msgheaderbase.h"
 
+#include <ctime>
+
 namespace tavmms::store
 {
 
@@ -40,6 +42,24 @@ template <size_t N> bool differs(const char (&row)[N], const char (&header)[N])
     return !text.isEmpty() && text != text8(header);
 }
 
+quint32 timeOf(const MMS_UTIL_MsgHeaderBase& header)
+{
+    return header.sendDate.isValid() ? quint32(header.sendDate.toSecsSinceEpoch()) : 0;
+}
+
+// Whether `time` is at the local wall time `wall`, which is what a header block holds. Compared so
+// rather than by turning `wall` into seconds: a check compares every file it reads, and Qt's
+// conversions read the system's time zone file again on every call.
+bool isWallTime(quint32 time, const QDateTime& wall)
+{
+    const time_t seconds = time_t(time);
+    tm local{};
+    if (!wall.isValid() || !localtime_r(&seconds, &local))
+        return false;
+    return QDate(local.tm_year + 1900, local.tm_mon + 1, local.tm_mday) == wall.date() &&
+           QTime(local.tm_hour, local.tm_min, local.tm_sec) == wall.time();
+}
+
 } // namespace
 
 void setHeaderFields(MMS_UTIL_DBStruct_T* row, const MMS_UTIL_MsgHeaderBase& header)
@@ -53,7 +73,7 @@ void setHeaderFields(MMS_UTIL_DBStruct_T* row, const MMS_UTIL_MsgHeaderBase& hea
     setText16(row->cmn_fld_from_name, displayText(header.from));
     setText16(row->cmn_fld_to_name, recipients.join(QStringLiteral(", ")));
     setText16(row->cmn_fld_subject, header.subject);
-    row->cmn_fld_time = header.sendDate.isValid() ? quint32(header.sendDate.toSecsSinceEpoch()) : 0;
+    row->cmn_fld_time = timeOf(header);
     row->cmn_fld_priority = header.priority;
     row->cmn_fld_mms_type = ushort(MMS_UTIL_Common::getMsgTypeByContentType(header.contentType));
     row->mms_fld_sendervisibility_name = header.senderVisibility;
@@ -75,7 +95,11 @@ MMS_UTIL_DBStruct_T headerRow(const MMS_UTIL_MsgHeaderBase& header)
 
 QStringList headerMismatch(const MMS_UTIL_DBStruct_T& row, const MMS_UTIL_MsgHeaderBase& header)
 {
-    const MMS_UTIL_DBStruct_T expected = headerRow(header);
+    // The four fields alone, cut as the row keeps them: a check compares every file it reads.
+    MMS_UTIL_DBStruct_T expected;
+    setText8(expected.mms_fld_msgid_name, header.messageId);
+    setText16(expected.cmn_fld_from_name, displayText(header.from));
+    setText16(expected.cmn_fld_subject, header.subject);
     QStringList fields;
     if (differs(row.mms_fld_msgid_name, expected.mms_fld_msgid_name))
         fields << QStringLiteral("Message-ID");
@@ -83,7 +107,7 @@ QStringList headerMismatch(const MMS_UTIL_DBStruct_T& row, const MMS_UTIL_MsgHea
         fields << QStringLiteral("From");
     if (differs(row.cmn_fld_subject, expected.cmn_fld_subject))
         fields << QStringLiteral("Subject");
-    if (row.cmn_fld_time != 0 && row.cmn_fld_time != expected.cmn_fld_time)
+    if (row.cmn_fld_time != 0 && !isWallTime(row.cmn_fld_time, header.sendDate))
         fields << QStringLiteral("Date");
     return fields;
 }

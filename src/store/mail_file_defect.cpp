@@ -1,11 +1,15 @@
 #include "mail_file_defect.h"
 
+#include "file_status.h"
 #include "mail_file_io.h"
 
 #include <QByteArray>
 #include <QFile>
 
 #include <bitset>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 namespace tavmms::store
 {
@@ -18,23 +22,28 @@ const qint64 kRecordSize = qint64(sizeof(MMS_UTIL_MAILFILE_HEADER_T));
 // A save writes an empty line, one line per key and a line break after the last one. Readers skip
 // lines they do not know, so other lines between them are no defect; a missing key or a last line
 // without its break is what a file cut short looks like.
-bool isWholeHeaderBlock(const QByteArray& block, MMS_UTIL_MailFile& file)
+bool isWholeHeaderBlock(const QByteArray& block)
 {
     if (!block.startsWith('\n') || !block.endsWith('\n'))
         return false;
     std::bitset<MMS_UTIL_MAILFILE_KEY_COUNT> seen;
-    for (const QByteArray& line : block.split('\n')) {
+    for (qsizetype start = 0; start < block.size();) {
+        const qsizetype end = block.indexOf('\n', start);
+        const QByteArrayView line(block.constData() + start, end - start);
         // The key of a line as the library's reader finds it: up to the first blank.
-        const int index = file.judgeString(QString::fromUtf8(line.left(line.indexOf(' '))));
+        const qsizetype blank = line.indexOf(' ');
+        const int index =
+            headerKeyReader().judgeString(QString::fromUtf8(blank < 0 ? line : line.first(blank)));
         if (index < MMS_UTIL_MAILFILE_KEY_COUNT)
             seen.set(size_t(index));
+        start = end + 1;
     }
     return seen.all();
 }
 
-MailFileDefect unreadable(const QFile& file)
+MailFileDefect unreadable(int error)
 {
-    return {QStringLiteral("cannot be read: %1").arg(file.errorString()), true};
+    return {QStringLiteral("cannot be read: %1").arg(errnoText(error)), true};
 }
 
 MailFileDefect defect(const char* why)
@@ -44,17 +53,22 @@ MailFileDefect defect(const char* why)
 
 } // namespace
 
-std::optional<MailFileDefect> mailFileDefect(const QString& path,
-                                             std::optional<LoadedMailFile>* loaded)
+std::optional<MailFileDefect> mailFileDefect(const QString& path, MMS_UTIL_MsgHeaderBase* header)
 {
-    QFile raw(path);
-    if (!raw.open(QIODevice::ReadOnly))
-        return unreadable(raw);
-    const qint64 size = raw.size();
+    // Plain reads of the two parts it needs: a check reads every mail file of the store.
+    const Descriptor file{::open(QFile::encodeName(path).constData(), O_RDONLY | O_CLOEXEC)};
+    struct stat status {
+    };
+    if (file.fd < 0 || ::fstat(file.fd, &status) != 0)
+        return unreadable(errno);
+    const qint64 size = status.st_size;
     if (size < kRecordSize)
         return defect("shorter than its 16-byte record");
-    MMS_UTIL_MailFile file(path);
-    const MMS_UTIL_MAILFILE_HEADER_T record = file.readMailFileHeader();
+    unsigned char bytes[kRecordSize];
+    const ssize_t got = ::pread(file.fd, bytes, sizeof bytes, 0);
+    if (got != ssize_t(sizeof bytes))
+        return unreadable(got < 0 ? errno : EIO);
+    const MMS_UTIL_MAILFILE_HEADER_T record = recordOf(bytes);
     const qint64 headerStart = kRecordSize + record.bodyLength;
     if (record.bodyOffset != kRecordSize || record.headerTextOffset != headerStart)
         return defect("its 16-byte record does not describe a mail file");
@@ -62,18 +76,17 @@ std::optional<MailFileDefect> mailFileDefect(const QString& path,
         return defect("cut short in its body");
     if (size == headerStart)
         return defect("its header block is missing");
-    QString error;
-    std::optional<LoadedMailFile> read = loadMailFile(path, &error);
-    if (!read)
+    // What else MMS_UTIL_MailFile::loadMailFile() refuses, given the checks above.
+    if (record.reserved >= size)
         return defect("its record does not fit the file");
-    if (loaded)
-        *loaded = std::move(read);
-    if (!raw.seek(headerStart))
-        return unreadable(raw);
-    const QByteArray block = raw.readAll();
-    if (raw.error() != QFileDevice::NoError)
-        return unreadable(raw);
-    if (!isWholeHeaderBlock(block, file))
+    QByteArray block(qsizetype(size - headerStart), Qt::Uninitialized);
+    const ssize_t read = ::pread(file.fd, block.data(), size_t(block.size()), off_t(headerStart));
+    if (read < 0)
+        return unreadable(errno);
+    block.truncate(qsizetype(read));
+    if (header)
+        readHeaderBlock(block, header);
+    if (!isWholeHeaderBlock(block))
         return defect("its header block is cut short");
     return std::nullopt;
 }

@@ -3,12 +3,13 @@
 
 // Whether a file in the mail file directory holds a whole message, as a save leaves it.
 
-#include "mail_file_io.h"
 #include "tavmms_global.h"
 
 #include <QString>
 
 #include <optional>
+
+class MMS_UTIL_MsgHeaderBase;
 
 namespace tavmms::store
 {
@@ -22,10 +23,10 @@ struct TAVMMS_EXPORT MailFileDefect {
 // Gives nothing when the file `path` loads completely: the library loads it, its 16-byte record
 // is the one a save writes (body at offset 16, header block straight after the body), and its
 // header block holds every key and ends in a line break. Otherwise gives why not. Reading the
-// file is all it does. `loaded`, when given, receives the file as loadMailFile() loads it
-// whenever the judgement got that far, also with a defect (a header block cut short loads).
+// file is all it does, and its body is not read. `header`, when given, receives what the header
+// block holds whenever the judgement got that far, also when it is cut short.
 TAVMMS_EXPORT std::optional<MailFileDefect>
-mailFileDefect(const QString& path, std::optional<LoadedMailFile>* loaded = nullptr);
+mailFileDefect(const QString& path, MMS_UTIL_MsgHeaderBase* header = nullptr);
 
 } // namespace tavmms::store
 

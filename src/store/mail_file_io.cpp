@@ -9,6 +9,7 @@
 #include <QFileInfo>
 #include <QList>
 #include <QTextStream>
+#include <QtEndian>
 
 #include <cerrno>
 #include <cstdio>
@@ -66,16 +67,6 @@ int writeAll(int fd, iovec* parts, int count)
     return 0;
 }
 
-// Closes a descriptor when it goes.
-struct Descriptor {
-    int fd;
-    ~Descriptor()
-    {
-        if (fd >= 0)
-            ::close(fd);
-    }
-};
-
 // The key of the first line in which the two header blocks differ, or nothing when they agree.
 QString firstDifference(const QByteArray& written, const QByteArray& read)
 {
@@ -92,6 +83,12 @@ QString firstDifference(const QByteArray& written, const QByteArray& read)
 }
 
 } // namespace
+
+Descriptor::~Descriptor()
+{
+    if (fd >= 0)
+        ::close(fd);
+}
 
 QByteArray headerBlock(MMS_UTIL_MsgHeaderBase& header)
 {
@@ -177,17 +174,32 @@ Status saveNewMailFile(const QString& path, const QByteArray& block, const QByte
     return {};
 }
 
+void readHeaderBlock(const QByteArray& block, MMS_UTIL_MsgHeaderBase* header)
+{
+    // Decoded whole, as the library's UTF-8 stream decodes it, and read as text.
+    QString text = QString::fromUtf8(block);
+    QTextStream stream(&text, QIODevice::ReadOnly);
+    headerKeyReader().readMsgHeaderFrom(stream, header);
+}
+
+MMS_UTIL_MailFile& headerKeyReader()
+{
+    // Reading a header block only reads the object's key texts, which are made once.
+    static MMS_UTIL_MailFile reader{QString()};
+    return reader;
+}
+
 QString readBackDifference(const QByteArray& block)
 {
-    QByteArray bytes = block;
-    QBuffer buffer(&bytes);
-    buffer.open(QIODevice::ReadOnly);
-    QTextStream stream(&buffer);
-    stream.setEncoding(QStringConverter::Utf8);
     MMS_UTIL_MsgHeaderBase read;
-    MMS_UTIL_MailFile reader{QString()};
-    reader.readMsgHeaderFrom(stream, &read);
+    readHeaderBlock(block, &read);
     return firstDifference(block, headerBlock(read));
+}
+
+MMS_UTIL_MAILFILE_HEADER_T recordOf(const unsigned char* bytes)
+{
+    return {qFromBigEndian<quint32>(bytes), qFromBigEndian<quint32>(bytes + 4),
+            qFromBigEndian<quint32>(bytes + 8), qFromBigEndian<quint32>(bytes + 12)};
 }
 
 std::optional<LoadedMailFile> loadMailFile(const QString& path, QString* error)

@@ -18,6 +18,14 @@
 namespace tavmms::store
 {
 
+// A file descriptor, closed when it goes.
+struct Descriptor {
+    int fd;
+    ~Descriptor();
+    Descriptor(const Descriptor&) = delete;
+    Descriptor& operator=(const Descriptor&) = delete;
+};
+
 // The header text block of `header`, as a mail file holds it.
 TAVMMS_EXPORT QByteArray headerBlock(MMS_UTIL_MsgHeaderBase& header);
 
@@ -38,6 +46,15 @@ TAVMMS_EXPORT Status saveNewMailFile(const QString& path, const QByteArray& bloc
 // The same with the block of `header`.
 TAVMMS_EXPORT Status saveNewMailFile(const QString& path, MMS_UTIL_MsgHeaderBase& header,
                                      const QByteArray& body);
+
+// Reads the header text block `block` into `header`, as MMS_UTIL_MailFile reads it after a body.
+TAVMMS_EXPORT void readHeaderBlock(const QByteArray& block, MMS_UTIL_MsgHeaderBase* header);
+
+// A mail file object that reads header blocks and judges their keys, shared by every reader.
+TAVMMS_EXPORT MMS_UTIL_MailFile& headerKeyReader();
+
+// The 16-byte record at the start of a mail file, its words big-endian.
+TAVMMS_EXPORT MMS_UTIL_MAILFILE_HEADER_T recordOf(const unsigned char* bytes);
 
 // The key of the first line in which the header read back from `block` would be written
 // otherwise ("To:" for a name the entry text form cannot carry), or nothing when `block` reads

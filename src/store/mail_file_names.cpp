@@ -16,7 +16,9 @@ const QString kDeletedSuffix = QStringLiteral(".deleted");
 
 QString mailFileName(unsigned int id)
 {
-    return QFileInfo(MMS_UTIL_Common::msgDBIDToMailFileName(id)).fileName();
+    // MMS_UTIL_Common::msgDBIDToMailFileName() names it so within its directory; a check builds
+    // a name for every file, without the path that function reads from the environment.
+    return QString::number(id) + QStringLiteral(".mms");
 }
 
 std::optional<unsigned int> idOfMailFileName(const QString& name)

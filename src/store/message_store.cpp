@@ -555,11 +555,9 @@ ReadMessage MessageStore::read(unsigned int id, bool withBody)
             return message;
         }
     }
-    std::optional<LoadedMailFile> loaded;
-    const std::optional<MailFileDefect> defect = mailFileDefect(path, &loaded);
-    // A file the judgement stopped at early may still be what the library loads.
-    if (!loaded)
-        loaded = loadMailFile(path, &message.mailFileError);
+    const std::optional<MailFileDefect> defect = mailFileDefect(path);
+    // A damaged file may still be what the library loads.
+    std::optional<LoadedMailFile> loaded = loadMailFile(path, &message.mailFileError);
     if (loaded && defect)
         message.mailFileDamage = defect->why;
     else if (loaded)

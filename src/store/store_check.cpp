@@ -74,20 +74,21 @@ QString filesCounted(const CheckReport& report)
 }
 
 // Sorts `name` into the mail files, the leftovers of a save or a delete and the other entries.
-void addEntry(CheckReport* report, Store* store, const QString& name)
+void addEntry(CheckReport* report, Store* store, const DirectoryEntry& entry)
 {
+    const QString& name = entry.name;
     const QString path = report->directory + name;
     const QString suffix = name.endsWith(kLeftoverSuffix)  ? kLeftoverSuffix
                            : name.endsWith(kDeletedSuffix) ? kDeletedSuffix
                                                            : QString();
     const std::optional<unsigned int> id = idOfMailFileName(name.chopped(suffix.size()));
-    const QFileInfo info(path);
     if (!id) {
-        report->others.append({name, info.isDir() ? QStringLiteral("a directory")
-                                                  : QStringLiteral("not a mail file name")});
+        report->others.append({name, entry.kind == DirectoryEntry::Directory
+                                         ? QStringLiteral("a directory")
+                                         : QStringLiteral("not a mail file name")});
         return;
     }
-    if (!info.isFile()) {
+    if (entry.kind != DirectoryEntry::File) {
         report->others.append({name, QStringLiteral("not a regular file")});
         return;
     }
@@ -97,10 +98,10 @@ void addEntry(CheckReport* report, Store* store, const QString& name)
                                                   : message.mail;
     file.present = true;
     if (&file == &message.mail && message.row) {
-        std::optional<LoadedMailFile> loaded;
-        file.defect = mailFileDefect(path, &loaded);
+        MMS_UTIL_MsgHeaderBase header;
+        file.defect = mailFileDefect(path, &header);
         if (!file.defect)
-            file.mismatch = headerMismatch(message.record, *loaded->header);
+            file.mismatch = headerMismatch(message.record, header);
     } else {
         file.defect = mailFileDefect(path);
     }
@@ -111,16 +112,17 @@ void addEntry(CheckReport* report, Store* store, const QString& name)
 // sets `missing`.
 Status readDirectory(CheckReport* report, Store* store, bool* missing)
 {
-    QStringList names;
-    const int error = directoryNames(report->directory, &names);
+    QList<DirectoryEntry> entries;
+    const int error = directoryEntries(report->directory, &entries);
     *missing = error == ENOENT;
     if (error != 0 && !*missing)
         return Status::failure(ErrorCode::Failed,
                                QStringLiteral("cannot read the mail file directory '%1': %2")
                                    .arg(report->directory, errnoText(error)));
-    names.sort();
-    for (const QString& name : names)
-        addEntry(report, store, name);
+    std::sort(entries.begin(), entries.end(),
+              [](const DirectoryEntry& a, const DirectoryEntry& b) { return a.name < b.name; });
+    for (const DirectoryEntry& entry : entries)
+        addEntry(report, store, entry);
     return {};
 }
 
@@ -325,13 +327,13 @@ private:
     bool makeRow(unsigned int id)
     {
         const QString name = mailFileName(id);
-        std::optional<LoadedMailFile> loaded;
-        if (mailFileDefect(report_->directory + name, &loaded) || !loaded) {
+        MMS_UTIL_MsgHeaderBase header;
+        if (mailFileDefect(report_->directory + name, &header)) {
             error_ = QStringLiteral("'%1' no longer loads").arg(report_->directory + name);
             return false;
         }
         const MMS_UTIL_DBStruct_T row =
-            keptFileRow(*loaded->header, QFileInfo(report_->directory + name).lastModified());
+            keptFileRow(header, QFileInfo(report_->directory + name).lastModified());
         Transaction txn;
         unsigned int newId = 0;
         int r = txn.begin();
