@@ -493,12 +493,13 @@ void BM_StoreRebuild(benchmark::State& state)
         state.PauseTiming();
         // The index is lost: its rows go, and the database goes on counting, so that every
         // file is renamed.
-        bool emptied = false;
+        const tavmms::store::Listed listed = MessageStore().list();
+        bool emptied = listed.status.ok();
         {
             const tavmms::store::IndexTable table;
             tavmms::store::Transaction txn;
-            emptied = table.isOpen() && txn.begin() == DB_OK;
-            for (const tavmms::store::MessageRow& row : MessageStore().list().rows)
+            emptied = emptied && table.isOpen() && txn.begin() == DB_OK;
+            for (const tavmms::store::MessageRow& row : listed.rows)
                 emptied = emptied && MMS_UTIL_DBTable::del(row.id) == DB_OK &&
                           MMS_UTIL_DBTable::commitTxn() == DB_OK;
             emptied = emptied && txn.commit() == DB_OK;

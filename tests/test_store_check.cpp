@@ -11,6 +11,7 @@
 
 #include "mms_util_common.h"
 
+#include "support/failing_database.h"
 #include "support/index_table_helpers.h"
 #include "support/mailfile_helpers.h"
 #include "support/message_store.h"
@@ -21,7 +22,9 @@
 #include <gtest/gtest.h>
 
 #include <QDir>
+
 #include <QTemporaryDir>
+#include <algorithm>
 
 namespace
 {
@@ -296,6 +299,51 @@ TEST_F(StoreCheckTest, ARebuildRenamesEachFileToItsNewIdWithoutReplacingAny)
     EXPECT_EQ(tavmms_test::readFileBytes(mailFile("6.mms")), second);
     EXPECT_EQ(tavmms_test::rowIds(databasePath), (QList<QByteArray>{"4", "6"}));
     EXPECT_TRUE(check(false).problems.isEmpty());
+}
+
+TEST_F(StoreCheckTest, ARebuildFailingAtAnyDatabaseCallLosesNoFileAndTheNextOneCompletesIt)
+{
+    QList<QByteArray> files;
+    for (int i = 0; i < 3; ++i)
+        files << tavmms_test::readFileBytes(mailFile(i));
+    std::sort(files.begin(), files.end());
+    // Every file's contents, once each, wherever it stands now.
+    const auto contents = [&] {
+        QList<QByteArray> found;
+        for (const QString& name : tavmms_test::namesIn(mailDir()))
+            found << tavmms_test::readFileBytes(mailDir() + name);
+        std::sort(found.begin(), found.end());
+        return found;
+    };
+    for (int failing = 1;; ++failing) {
+        SCOPED_TRACE(failing);
+        // The rows go, and the database goes on counting: every file is renamed.
+        {
+            const tavmms::store::IndexTable table;
+            for (const QByteArray& id : tavmms_test::rowIds(databasePath)) {
+                ASSERT_EQ(MMS_UTIL_DBTable::del(id.toUInt()), DB_OK);
+                ASSERT_EQ(MMS_UTIL_DBTable::commitTxn(), DB_OK);
+            }
+        }
+        bool failed = false;
+        {
+            tavmms_test::FailingDatabase failingDatabase(database.database(), failing, DB_ERR_IO);
+            const tavplatform::ScopedDatabaseService installed(&failingDatabase.service());
+            const CheckReport report = rebuild();
+            failed = failingDatabase.failed();
+            EXPECT_TRUE(failed || report.remaining() == 0);
+        }
+        EXPECT_EQ(MMS_UTIL_DBTable::mmsTxn, nullptr);
+        EXPECT_EQ(contents(), files);
+        const CheckReport again = rebuild();
+        ASSERT_TRUE(again.status.ok()) << again.status.text.toStdString();
+        EXPECT_EQ(again.remaining(), 0);
+        EXPECT_TRUE(check(false).problems.isEmpty());
+        EXPECT_EQ(tavmms_test::rowIds(databasePath).size(), 3);
+        EXPECT_EQ(contents(), files);
+        if (!failed || HasFailure())
+            break;
+    }
 }
 
 TEST_F(StoreCheckTest, ARebuildLeavesRowsAndFilesThatMatchAlone)

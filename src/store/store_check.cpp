@@ -290,12 +290,14 @@ private:
         return false;
     }
 
-    bool rename(const QString& from, const QString& to)
+    // Renames `from` to `to` without replacing anything, and syncs the directory unless told
+    // that the caller syncs it later.
+    bool rename(const QString& from, const QString& to, bool sync = true)
     {
         const QString source = report_->directory + from;
         const QString target = report_->directory + to;
         if (renameWithoutReplacing(QFile::encodeName(source), QFile::encodeName(target)) == 0 &&
-            syncParentDirectory(QFile::encodeName(target)) == 0)
+            (!sync || syncParentDirectory(QFile::encodeName(target)) == 0))
             return true;
         error_ =
             QStringLiteral("cannot rename '%1' to '%2': %3").arg(source, target, errnoText(errno));
@@ -304,6 +306,8 @@ private:
 
     bool deleteRow(unsigned int id)
     {
+        // What is deleted is committed on its own, not with the rows made.
+        commitMadeRows();
         int r = MMS_UTIL_DBTable::del(id);
         if (r == DB_OK)
             r = commitOrAbort();
@@ -323,7 +327,9 @@ private:
     }
 
     // Makes the row of the mail file `id` from its header, at the id the database gives, to
-    // whose name the file is renamed: the row is committed only once the file has its name.
+    // whose name the file is renamed. The rows made go into one transaction, which
+    // commitMadeRows() commits once the renames are synced: a crash before leaves files renamed
+    // without their rows, which the next rebuild gives rows.
     bool makeRow(unsigned int id)
     {
         const QString name = mailFileName(id);
@@ -334,9 +340,14 @@ private:
         }
         const MMS_UTIL_DBStruct_T row =
             keptFileRow(header, QFileInfo(report_->directory + name).lastModified());
-        Transaction txn;
+        int r = DB_OK;
+        if (!made_) {
+            made_.emplace();
+            r = made_->begin();
+            if (r != DB_OK)
+                made_.reset();
+        }
         unsigned int newId = 0;
-        int r = txn.begin();
         if (r == DB_OK)
             r = addRowAtFreeId(row, &newId, id);
         if (r != DB_OK) {
@@ -344,20 +355,46 @@ private:
             return false;
         }
         const QString newName = mailFileName(newId);
-        if (newId != id && !rename(name, newName))
-            return false;
-        r = txn.commit();
-        if (r != DB_OK) {
-            error_ = QStringLiteral("cannot commit row %1: %2").arg(newId).arg(resultText(r));
-            if (newId != id)
-                rename(newName, name);
+        if (newId != id && !rename(name, newName, false)) {
+            if (MMS_UTIL_DBTable::del(newId) == DB_OK)
+                commitOrAbort();
             return false;
         }
+        renamed_.append({report_->problems.size(), name, newName});
         note_ = newId == id ? QStringLiteral("row %1 made").arg(newId)
                             : QStringLiteral("row %1 made, renamed to %2").arg(newId).arg(newName);
         return true;
     }
 
+public:
+    // Commits the rows makeRow() made, after syncing the directory the files were renamed in.
+    // When that fails, the files get their names back and the problems are not repaired.
+    void commitMadeRows()
+    {
+        if (!made_)
+            return;
+        int r = DB_OK;
+        QString error;
+        if (syncParentDirectory(QFile::encodeName(report_->directory + QStringLiteral("."))) != 0)
+            error =
+                QStringLiteral("cannot sync '%1': %2").arg(report_->directory, errnoText(errno));
+        else if ((r = made_->commit()) != DB_OK)
+            error = QStringLiteral("cannot commit the rows made: %1").arg(resultText(r));
+        made_.reset();
+        if (!error.isEmpty()) {
+            for (const Renamed& renamed : std::as_const(renamed_)) {
+                if (renamed.from != renamed.to)
+                    rename(renamed.to, renamed.from);
+                CheckProblem& problem = report_->problems[renamed.problem];
+                problem.outcome = CheckProblem::RepairFailed;
+                problem.note.clear();
+                problem.error = error;
+            }
+        }
+        renamed_.clear();
+    }
+
+private:
     // The row of a kept mail file whose row was lost: what its header holds, and for the rest
     // what a store that lost its index can tell. A message from the phone's owner, or from no one
     // (a message composed while the owner was unknown), was sent; any other was received. Both
@@ -383,6 +420,14 @@ private:
     QString error_;                       // why the last repair failed
     QString note_;                        // what the last repair did, when it says so itself
     std::optional<MMS_UTIL_Entry> owner_; // the phone's owner, once a row needs it
+    // The rows made and not yet committed, and the problem and the rename of each.
+    struct Renamed {
+        qsizetype problem;
+        QString from;
+        QString to;
+    };
+    std::optional<Transaction> made_;
+    QList<Renamed> renamed_;
 };
 
 } // namespace
@@ -446,6 +491,7 @@ CheckReport checkStore(const CheckOptions& asked)
     Checker checker(&report, options);
     for (auto it = store.messages.begin(); it != store.messages.end(); ++it)
         checker.check(it.key(), it.value());
+    checker.commitMadeRows();
     return report;
 }
 
