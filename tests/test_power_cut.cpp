@@ -8,6 +8,7 @@
 #include "mail_file_io.h"
 
 #include "support/message_store.h"
+#include "support/sql_queries.h"
 #include "support/tool_process.h"
 
 #include <gtest/gtest.h>
@@ -128,6 +129,19 @@ protected:
         return Message{result.out.split(' ').constFirst().toUInt(), body};
     }
 
+    // Makes the work store a copy of the kept one, and runs runCutAt() on it.
+    bool runOnACopyCutAt(const QStringList& arguments, long at)
+    {
+        for (QTemporaryDir* dir : {&work, &journal}) {
+            for (const fs::directory_entry& entry :
+                 fs::directory_iterator(dir->path().toStdString()))
+                fs::remove_all(entry.path());
+        }
+        fs::copy(setup.path().toStdString(), work.path().toStdString(),
+                 fs::copy_options::recursive);
+        return runCutAt(arguments, at);
+    }
+
     // Runs mmsutil `arguments` on the work store, killed at its call `at`; whether it was.
     bool runCutAt(const QStringList& arguments, long at)
     {
@@ -228,14 +242,7 @@ protected:
                        const std::function<void(const QList<unsigned>&, bool)>& checkOwn)
     {
         for (long at = 1; at <= kMostCuts; ++at) {
-            for (QTemporaryDir* dir : {&work, &journal}) {
-                for (const fs::directory_entry& entry :
-                     fs::directory_iterator(dir->path().toStdString()))
-                    fs::remove_all(entry.path());
-            }
-            fs::copy(setup.path().toStdString(), work.path().toStdString(),
-                     fs::copy_options::recursive);
-            const bool cut = runCutAt(operation, at);
+            const bool cut = runOnACopyCutAt(operation, at);
             SCOPED_TRACE(cut ? "cut at " +
                                    contentOf(journal.filePath(QStringLiteral("cut"))).toStdString()
                              : "after all " + std::to_string(at - 1) + " calls");
@@ -353,6 +360,54 @@ TEST_F(PowerCutTest, ReplacingAMailFileCutAtAnyCallLeavesTheOldOrTheNewFile)
             EXPECT_TRUE(completed ? loadsWith(victim.id, body) : old || loadsWith(victim.id, body));
         });
     std::cout << "mailfile write --replace: " << cuts << " cut points\n";
+}
+
+TEST_F(PowerCutTest, RebuildCutAtAnyCallLosesNoMailFileAndTheNextRebuildCompletesIt)
+{
+    // The index is emptied, and the database goes on counting: every file gets a new name.
+    ASSERT_EQ(tavmms_test::lookInto(setup.filePath(QStringLiteral("platform/device.db")))
+                  ->exec("DELETE FROM mms_table_in_flash"),
+              tavplatform::sql::Status::Ok);
+    QList<QByteArray> files;
+    for (const Message& message : kept)
+        files << contentOf(mailFile(setup.path(), message.id));
+    std::sort(files.begin(), files.end());
+    const QDir directory(work.filePath(QStringLiteral("download/mms/mailfile")));
+    long at = 1;
+    for (; at <= kMostCuts; ++at) {
+        const bool cut =
+            runOnACopyCutAt({QStringLiteral("check"), QStringLiteral("--rebuild")}, at);
+        SCOPED_TRACE(cut ? "cut at " +
+                               contentOf(journal.filePath(QStringLiteral("cut"))).toStdString()
+                         : "after all " + std::to_string(at - 1) + " calls");
+        restore(journal.path().toStdString(), work.path().toStdString());
+        const auto contents = [&] {
+            QList<QByteArray> found;
+            for (const QString& name : tavmms_test::namesIn(directory.path()))
+                found << contentOf(directory.filePath(name));
+            std::sort(found.begin(), found.end());
+            return found;
+        };
+        EXPECT_EQ(contents(), files);
+        const ToolResult again =
+            run(work.path(), {QStringLiteral("check"), QStringLiteral("--rebuild")});
+        EXPECT_EQ(again.exitCode, 0) << again.out.toStdString() << again.err.toStdString();
+        const QList<unsigned> ids = listedIds();
+        EXPECT_EQ(ids.size(), kept.size());
+        QList<QByteArray> listed;
+        for (const unsigned id : ids)
+            listed << contentOf(mailFile(work.path(), id));
+        std::sort(listed.begin(), listed.end());
+        EXPECT_EQ(listed, files);
+        if (HasFailure()) {
+            ADD_FAILURE() << "the calls up to the cut:\n"
+                          << contentOf(journal.filePath(QStringLiteral("calls"))).toStdString();
+            break;
+        }
+        if (!cut)
+            break;
+    }
+    std::cout << "check --rebuild: " << at - 1 << " cut points\n";
 }
 
 } // namespace
