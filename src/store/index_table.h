@@ -105,12 +105,20 @@ template <typename Visit> int walkRows(void* txn, std::optional<unsigned int> fo
     } else {
         r = DB_CURSOR_MoveFirst(cursor.get());
     }
+    // One binding for the whole walk, and each record read in the walk's transaction: what
+    // MMS_UTIL_DBTable::readRecord() would make and end again for every row.
+    void* bindHandle = nullptr;
+    if (r == DB_OK)
+        r = DB_STRUCT_BindToTable(MMS_UTIL_DBTable::mmsTableHandle, MMS_UTIL_DBGetBinding,
+                                  &bindHandle);
+    const Handle bind(bindHandle, DB_STRUCT_CloseBind);
     for (; r == DB_OK; r = DB_CURSOR_MoveNext(cursor.get())) {
         unsigned int id = 0;
-        MMS_UTIL_DBStruct_T record;
+        MMS_UTIL_DBStruct_T record{};
         r = DB_CURSOR_GetCurrentRecordInfo(cursor.get(), &id, &MMS_UTIL_DBTable::mmsTableHandle);
         if (r == DB_OK)
-            r = MMS_UTIL_DBTable::readRecord(id, &record);
+            r = DB_TABLE_FetchRecord(txn, MMS_UTIL_DBTable::mmsTableHandle, id, &record,
+                                     sizeof record, bind.get());
         if (r != DB_OK)
             return r;
         if (byFolder && record.cmn_fld_folder_id != wanted)
