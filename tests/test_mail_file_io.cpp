@@ -285,4 +285,35 @@ TEST(LoadMailFileTest, HandsOutTheHeaderAndTheBody)
     EXPECT_EQ(loaded->record.headerTextOffset, 116u);
 }
 
+TEST(ReadHeaderBlockTest, ReadsEachBlockOnItsOwnAsTheLibraryReadsItAfterABody)
+{
+    std::unique_ptr<MMS_UTIL_MsgHeaderBase> full = tavmms_test::sampleHeader();
+    const QByteArray block = tavmms::store::headerBlock(*full);
+    // A block without its Subject line, read after one with it, has no subject.
+    const qsizetype subject = block.indexOf("Subject:");
+    const QByteArray withoutSubject =
+        block.left(subject) + block.mid(block.indexOf("\nSend_Date:", subject) + 1);
+
+    MMS_UTIL_MsgHeaderBase first;
+    MMS_UTIL_MsgHeaderBase second;
+    tavmms::store::readHeaderBlock(block, &first);
+    tavmms::store::readHeaderBlock(withoutSubject, &second);
+
+    EXPECT_EQ(first.subject, full->subject);
+    EXPECT_EQ(tavmms::store::headerBlock(first), block);
+    EXPECT_TRUE(second.subject.isEmpty()) << second.subject.toStdString();
+    EXPECT_EQ(second.messageId, full->messageId);
+}
+
+TEST(RecordOfTest, ReadsTheFourWordsBigEndian)
+{
+    const QByteArray bytes = tavmms_test::recordBytes(116, 0, 16, 100);
+    const MMS_UTIL_MAILFILE_HEADER_T record =
+        tavmms::store::recordOf(reinterpret_cast<const unsigned char*>(bytes.constData()));
+    EXPECT_EQ(record.headerTextOffset, 116u);
+    EXPECT_EQ(record.reserved, 0u);
+    EXPECT_EQ(record.bodyOffset, 16u);
+    EXPECT_EQ(record.bodyLength, 100u);
+}
+
 } // namespace

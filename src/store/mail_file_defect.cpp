@@ -24,6 +24,8 @@ const qint64 kRecordSize = qint64(sizeof(MMS_UTIL_MAILFILE_HEADER_T));
 // without its break is what a file cut short looks like.
 bool isWholeHeaderBlock(const QByteArray& block)
 {
+    // Judging a key only reads the object's key texts.
+    static MMS_UTIL_MailFile keys{QString()};
     if (!block.startsWith('\n') || !block.endsWith('\n'))
         return false;
     std::bitset<MMS_UTIL_MAILFILE_KEY_COUNT> seen;
@@ -32,8 +34,7 @@ bool isWholeHeaderBlock(const QByteArray& block)
         const QByteArrayView line(block.constData() + start, end - start);
         // The key of a line as the library's reader finds it: up to the first blank.
         const qsizetype blank = line.indexOf(' ');
-        const int index =
-            headerKeyReader().judgeString(QString::fromUtf8(blank < 0 ? line : line.first(blank)));
+        const int index = keys.judgeString(QString::fromUtf8(blank < 0 ? line : line.first(blank)));
         if (index < MMS_UTIL_MAILFILE_KEY_COUNT)
             seen.set(size_t(index));
         start = end + 1;

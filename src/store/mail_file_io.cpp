@@ -179,14 +179,9 @@ void readHeaderBlock(const QByteArray& block, MMS_UTIL_MsgHeaderBase* header)
     // Decoded whole, as the library's UTF-8 stream decodes it, and read as text.
     QString text = QString::fromUtf8(block);
     QTextStream stream(&text, QIODevice::ReadOnly);
-    headerKeyReader().readMsgHeaderFrom(stream, header);
-}
-
-MMS_UTIL_MailFile& headerKeyReader()
-{
-    // Reading a header block only reads the object's key texts, which are made once.
-    static MMS_UTIL_MailFile reader{QString()};
-    return reader;
+    // A reader of its own: it keeps the values it read in the object.
+    MMS_UTIL_MailFile reader{QString()};
+    reader.readMsgHeaderFrom(stream, header);
 }
 
 QString readBackDifference(const QByteArray& block)

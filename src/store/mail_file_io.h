@@ -50,9 +50,6 @@ TAVMMS_EXPORT Status saveNewMailFile(const QString& path, MMS_UTIL_MsgHeaderBase
 // Reads the header text block `block` into `header`, as MMS_UTIL_MailFile reads it after a body.
 TAVMMS_EXPORT void readHeaderBlock(const QByteArray& block, MMS_UTIL_MsgHeaderBase* header);
 
-// A mail file object that reads header blocks and judges their keys, shared by every reader.
-TAVMMS_EXPORT MMS_UTIL_MailFile& headerKeyReader();
-
 // The 16-byte record at the start of a mail file, its words big-endian.
 TAVMMS_EXPORT MMS_UTIL_MAILFILE_HEADER_T recordOf(const unsigned char* bytes);
 
