@@ -172,6 +172,16 @@ TEST_F(SqliteAddressBookTest, FailedSearchLeavesRecordAlone)
     EXPECT_TRUE(ambiguous);
 }
 
+TEST_F(SqliteAddressBookTest, LogFilesStayWhenTheBookIsClosed)
+{
+    {
+        SqliteAddressBook other(temp.path());
+        ASSERT_TRUE(other.importContacts({bob()}).has_value());
+    }
+    EXPECT_TRUE(QFile::exists(temp.path() + QStringLiteral("-wal")));
+    EXPECT_TRUE(QFile::exists(temp.path() + QStringLiteral("-shm")));
+}
+
 TEST_F(SqliteAddressBookTest, UnknownTypeAndKeyWithNothingToFindAreBadRequests)
 {
     import({ann()}, 1, 0);

@@ -117,8 +117,11 @@ struct SqliteAddressBook::Impl {
 
     Status openConnection()
     {
-        return sql::openOnce(connection, path, busyTimeoutMs,
-                             [](sql::Connection& opened) { return opened.exec(kCreateSchema); });
+        return sql::openOnce(connection, path, busyTimeoutMs, [](sql::Connection& opened) {
+            // With its log files kept, the book can be read on a disk that filled up meanwhile.
+            const Status status = opened.keepWalFiles();
+            return status == Status::Ok ? opened.exec(kCreateSchema) : status;
+        });
     }
 
     // Runs the statement `text` with `values` bound in order, handing each row to `row` for as

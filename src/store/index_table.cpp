@@ -30,7 +30,7 @@ const ResultText kResultTexts[] = {
     {DB_ERR_NOT_FOUND, "DB_ERR_NOT_FOUND", "no such row"},
     {DB_ERR_TXN_ACTIVE, "DB_ERR_TXN_ACTIVE", "a transaction is open already"},
     {DB_ERR_TXN_ORDER, "DB_ERR_TXN_ORDER", "transactions ended out of order"},
-    {DB_ERR_DISK_FULL, "DB_ERR_DISK_FULL", "disk full"},
+    {DB_ERR_DISK_FULL, "DB_ERR_DISK_FULL", "no space left on device"},
     {DB_ERR_BUSY, "DB_ERR_BUSY", "database is busy"},
     {DB_ERR_CORRUPT, "DB_ERR_CORRUPT", "database file is damaged or not a database"},
     {DB_ERR_IO, "DB_ERR_IO", "input/output error"},

@@ -7,6 +7,7 @@
 #include "mail_file_names.h"
 #include "recovery.h"
 #include "row_text.h"
+#include "space_reserve.h"
 #include "store_lock.h"
 
 #include "filesync.h"
@@ -289,11 +290,14 @@ struct MessageStore::Impl {
             return;
         }
         recover();
+        if (writes)
+            keepReserve(reservePath());
         if (writes || QFileInfo::exists(MMS_UTIL_Common::getWorkDir()))
             session->status =
                 session->lock.acquire(StoreLock::defaultPath(), StoreLock::Shared, lockTimeout);
     }
 
+    Removed remove(unsigned int id);
     Added keep(MMS_UTIL_MsgHeaderBase& header, const NewMessage& message, Folder folder,
                State state, bool refuseDuplicates);
     Status changeRow(unsigned int id, const std::function<void(MMS_UTIL_DBStruct_T*)>& change);
@@ -631,11 +635,25 @@ Status MessageStore::move(unsigned int id, Folder folder)
 
 Removed MessageStore::remove(unsigned int id)
 {
+    Removed removed = d->remove(id);
+    // Deleting messages is how a person makes room on a full disk, yet committing the removal of
+    // a row needs a little room in the index's log: a delete refused for space leaves the message
+    // whole, and is made again with the room kept back for it. Once a delete has freed space, the
+    // room is kept back again, when there is enough.
+    if (removed.status.code == ErrorCode::NoSpace && releaseReserve(reservePath()))
+        removed = d->remove(id);
+    if (removed.status.ok())
+        keepReserve(reservePath());
+    return removed;
+}
+
+Removed MessageStore::Impl::remove(unsigned int id)
+{
     Removed removed;
     removed.id = id;
     removed.mailFile = MMS_UTIL_Common::msgDBIDToMailFileName(id);
-    Impl::Session session;
-    d->begin(&session, false);
+    Session session;
+    begin(&session, false);
     removed.status = session.status;
     if (!removed.status.ok())
         return removed;
