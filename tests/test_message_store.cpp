@@ -277,7 +277,7 @@ TEST_F(MessageStoreTest, ComposeTakesTheStoredSendingOptions)
     EXPECT_EQ(mail.header->priority, 130);
 }
 
-TEST_F(MessageStoreTest, ComposeTakesTheDefaultsWhenTheSettingsStoreCannotBeRead)
+TEST_F(MessageStoreTest, ComposeTakesTheDefaultsOfSendingOptionsTheStoreDoesNotHold)
 {
     ASSERT_EQ(MMS_UTIL_Setting::setSendingOption(true, true, 300, 130), 0);
     NiceMock<tavmms_test::MockSettingsStore> failing;
@@ -639,6 +639,73 @@ TEST_F(MessageStoreTest, ReceiveRefusesABlockedSenderAndWritesNothing)
               QStringLiteral("'+4915550199' is on the block list; the message was refused"));
     expectNothingStays();
     EXPECT_FALSE(QFileInfo::exists(store.mailFileDir()));
+}
+
+TEST_F(MessageStoreTest, ReceiveRefusesTheMessageWhenTheSettingsStoreCannotBeRead)
+{
+    const QString why = QStringLiteral("the settings store '/p/settings.db' cannot be read: "
+                                       "input/output error");
+    NiceMock<tavmms_test::MockSettingsStore> failing;
+    tavmms_test::delegateTo(failing, settings.store());
+    EXPECT_CALL(failing, readError()).WillRepeatedly(Return(why));
+    const tavplatform::ScopedSettingsStoreService installed(&failing);
+
+    const Added outcome = messages.receive(receivedMessage());
+
+    EXPECT_EQ(outcome.status.code, ErrorCode::Failed);
+    EXPECT_EQ(outcome.status.text, why + QStringLiteral("; the message was refused"));
+    expectNothingStays();
+}
+
+TEST_F(MessageStoreTest, ReceiveOfABlockedSendersMessageIsRefusedNamingADamagedSettingsFile)
+{
+    ASSERT_EQ(MMS_UTIL_Setting::addToBlockList(QStringLiteral("15550199")), 0);
+    settings.reopen();
+    {
+        QFile file(settings.path());
+        ASSERT_TRUE(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
+        ASSERT_EQ(file.write(QByteArray(8192, 'x')), 8192);
+    }
+    for (const char* suffix : {"-wal", "-shm"})
+        QFile::remove(settings.path() + QLatin1String(suffix));
+
+    const Added outcome = messages.receive(receivedMessage());
+
+    EXPECT_EQ(outcome.status.code, ErrorCode::Failed);
+    EXPECT_EQ(outcome.status.text,
+              QStringLiteral("the settings store '%1' is damaged: it is not a database, or a "
+                             "corrupt one; the message was refused")
+                  .arg(settings.path()));
+    expectNothingStays();
+}
+
+TEST_F(MessageStoreTest, ComposeKeepsNothingWhenTheSettingsStoreCannotBeRead)
+{
+    const QString why = QStringLiteral("the settings store '/p/settings.db' is damaged: it is "
+                                       "not a database, or a corrupt one");
+    NiceMock<tavmms_test::MockSettingsStore> failing;
+    tavmms_test::delegateTo(failing, settings.store());
+    EXPECT_CALL(failing, readError()).WillRepeatedly(Return(why));
+    const tavplatform::ScopedSettingsStoreService installed(&failing);
+
+    const Added outcome = messages.compose(sampleMessage());
+
+    EXPECT_EQ(outcome.status.code, ErrorCode::Failed);
+    EXPECT_EQ(outcome.status.text, why + QStringLiteral("; the message was not kept"));
+    expectNothingStays();
+}
+
+TEST_F(MessageStoreTest, ReceiveTakesTheDefaultsWhenThereIsNoSettingsFile)
+{
+    ASSERT_FALSE(QFileInfo::exists(settings.path()));
+    tavplatform::SqliteSettingsStore unmakeable(settings.directory() +
+                                                QStringLiteral("/missing/settings.db"));
+    const tavplatform::ScopedSettingsStoreService installed(&unmakeable);
+
+    const Added outcome = messages.receive(receivedMessage());
+
+    EXPECT_TRUE(outcome.status.ok()) << outcome.status.text.toStdString();
+    EXPECT_EQ(store.rowCount(), 1);
 }
 
 TEST_F(MessageStoreTest, ReceiveFilesABlockedSendersMessageWhenTheBlockListIsOff)

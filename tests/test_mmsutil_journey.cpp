@@ -405,6 +405,31 @@ TEST_F(MmsutilJourneyTest, ReceiveRefusesABlockedSenderWithExitStatus4AndWritesN
     EXPECT_FALSE(QFileInfo::exists(mailFileDir()));
 }
 
+TEST_F(MmsutilJourneyTest, ReceiveOfABlockedSendersMessageIsRefusedWhenTheSettingsFileIsDamaged)
+{
+    ok({QStringLiteral("block"), QStringLiteral("add"), QStringLiteral("15550199")});
+    const QString settings = platformDir() + QStringLiteral("/settings.db");
+    {
+        // Garbage, so that the file cannot be read by root either.
+        QFile file(settings);
+        ASSERT_TRUE(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
+        ASSERT_EQ(file.write(QByteArray(8192, '\x5a')), 8192);
+    }
+    for (const char* suffix : {"-wal", "-shm"})
+        QFile::remove(settings + QLatin1String(suffix));
+
+    const ToolResult result = run({QStringLiteral("receive"), bodyPath(), QStringLiteral("--from"),
+                                   QStringLiteral("+15550199")});
+
+    EXPECT_EQ(result.exitCode, 1);
+    EXPECT_TRUE(result.out.isEmpty()) << result.out.toStdString();
+    EXPECT_EQ(result.err, "mmsutil: the settings store '" + settings.toUtf8() +
+                              "' is damaged: it is not a database, or a corrupt one; the message "
+                              "was refused\n");
+    EXPECT_EQ(rowIds(), QList<QByteArray>());
+    EXPECT_FALSE(QFileInfo::exists(mailFileDir()));
+}
+
 TEST_F(MmsutilJourneyTest, ComposeToAContactWhoseNameTheHeaderCannotCarryKeepsTheMessage)
 {
     ok({QStringLiteral("contacts"), QStringLiteral("import"), QStringLiteral("-")},

@@ -15,6 +15,8 @@
 #include "mms_util_mailfile.h"
 #include "mms_util_msgheaderbase.h"
 #include "mms_util_setting.h"
+#include "settings_service.h"
+#include "setup_set_manager.h"
 
 #include <QDateTime>
 #include <QDir>
@@ -70,6 +72,17 @@ SizeLimit limitOf(int kilobytes, const char* setting)
         return MessageStore::storeLimit();
     return {qint64(kilobytes) * 1024,
             QStringLiteral("the limit of %1 KB (%2)").arg(kilobytes).arg(QLatin1String(setting))};
+}
+
+// Fails when the settings store could not be read by the reads since `reading` opened it: its
+// defaults would stand in for what the user set, and an empty block list lets every sender
+// through.
+Status settingsWereRead(const SETUP_SET_Manager& /*reading*/, const char* outcome)
+{
+    const QString why = tavplatform::settingsStoreService().readError();
+    if (why.isEmpty())
+        return {};
+    return failed(why + QStringLiteral("; ") + QLatin1String(outcome));
 }
 
 Status notFound(unsigned int id)
@@ -455,25 +468,27 @@ SizeLimit MessageStore::storeLimit()
 
 Added MessageStore::compose(const NewMessage& message, Folder folder)
 {
+    Added added;
     if (folder != Folder::Outbox && folder != Folder::Drafts) {
-        Added added;
         added.status = Status::failure(
             ErrorCode::Invalid,
             QStringLiteral("a composed message goes to the outbox or the drafts, not to folder %1")
                 .arg(unsigned(folder)));
         return added;
     }
-    if (Status tooLarge = checkSize(message.body, composeLimit()); !tooLarge.ok()) {
-        Added added;
-        added.status = tooLarge;
-        return added;
-    }
+    const SETUP_SET_Manager reading(AM_Global::APP_MMS, false);
+    const SizeLimit limit = composeLimit();
     NewMessage composed = message;
     // A message composed here comes from the phone's owner, when the address book knows them.
     if (composed.from.isEmpty())
         MMS_UTIL_Common::getOwnerEntry(composed.from);
     MMS_UTIL_MsgHeaderBase header;
     header.loadGlobalSetting();
+    added.status = settingsWereRead(reading, "the message was not kept");
+    if (added.status.ok())
+        added.status = checkSize(message.body, limit);
+    if (!added.status.ok())
+        return added;
     fillHeader(&header, composed);
     return d->keep(header, composed, folder,
                    folder == Folder::Drafts ? State::Draft : State::ToSend, false);
@@ -481,19 +496,21 @@ Added MessageStore::compose(const NewMessage& message, Folder folder)
 
 Added MessageStore::receive(const NewMessage& message)
 {
-    if (MMS_UTIL_Setting::getFilterFlexBitSetting() &&
-        MMS_UTIL_Setting::isInBlockList(message.from.address)) {
-        Added added;
+    Added added;
+    const SETUP_SET_Manager reading(AM_Global::APP_MMS, false);
+    const bool blocked = MMS_UTIL_Setting::getFilterFlexBitSetting() &&
+                         MMS_UTIL_Setting::isInBlockList(message.from.address);
+    const SizeLimit limit = receiveLimit();
+    // A message refused here stays with the MMSC, which offers it again.
+    added.status = settingsWereRead(reading, "the message was refused");
+    if (added.status.ok() && blocked)
         added.status = Status::failure(
             ErrorCode::Blocked, QStringLiteral("'%1' is on the block list; the message was refused")
                                     .arg(message.from.address));
+    if (added.status.ok())
+        added.status = checkSize(message.body, limit);
+    if (!added.status.ok())
         return added;
-    }
-    if (Status tooLarge = checkSize(message.body, receiveLimit()); !tooLarge.ok()) {
-        Added added;
-        added.status = tooLarge;
-        return added;
-    }
     NewMessage received = message;
     if (received.to.isEmpty()) {
         MMS_UTIL_Entry owner;
