@@ -297,9 +297,10 @@ struct MessageStore::Impl {
         }
         session->table.emplace();
         if (!session->table->isOpen()) {
-            session->status = databaseFailure(
-                QStringLiteral("cannot open the message index in '%1'").arg(databasePath()),
-                session->table->result());
+            session->status =
+                Status::failure(session->table->result() == DB_ERR_DISK_FULL ? ErrorCode::NoSpace
+                                                                             : ErrorCode::Failed,
+                                session->table->openError());
             return;
         }
         recover();
