@@ -5,6 +5,7 @@
 // half-made stays.
 
 #include "message_store.h"
+#include "space_reserve.h"
 #include "store_lock.h"
 
 #include <tavmmsutility.h>
@@ -17,6 +18,7 @@
 #include "support/mock_address_book.h"
 #include "support/mock_settings_store.h"
 #include "support/model_helpers.h"
+#include "support/mount_namespace.h"
 #include "support/scoped_environment.h"
 #include "support/temp_database.h"
 #include "support/temp_settings_store.h"
@@ -275,7 +277,7 @@ TEST_F(MessageStoreTest, ComposeTakesTheStoredSendingOptions)
     EXPECT_EQ(mail.header->priority, 130);
 }
 
-TEST_F(MessageStoreTest, ComposeTakesTheDefaultsWhenTheSettingsStoreCannotBeRead)
+TEST_F(MessageStoreTest, ComposeTakesTheDefaultsOfSendingOptionsTheStoreDoesNotHold)
 {
     ASSERT_EQ(MMS_UTIL_Setting::setSendingOption(true, true, 300, 130), 0);
     NiceMock<tavmms_test::MockSettingsStore> failing;
@@ -486,6 +488,102 @@ TEST_F(MessageStoreTest, ComposeOnAFullDiskKeepsNothing)
     EXPECT_CHILD_PASSES(child, 60s);
 }
 
+// On a small file system of its own holding the whole store (the index with its log, the mail
+// files and the room kept back for deletes), filled up once two messages are kept: committing a
+// row's removal needs room in the index's log, which the delete takes from the room kept back.
+ChildVerdict deleteOnAFullDisk(const QString& directory)
+{
+    if (const std::string why = tavmms_test::enterPrivateMountNamespace(); !why.empty())
+        return ChildVerdict::skip("no private mount namespace for a small file system: " + why);
+    if (const std::string why = tavmms_test::mountSmallTmpfs(directory, 1024); !why.empty())
+        return ChildVerdict::skip("no small file system to fill: " + why);
+    const QString platform = directory + QStringLiteral("/platform");
+    const tavmms_test::ScopedEnvironment platformDir("TAV_PLATFORM_DIR", platform.toUtf8());
+    const tavmms_test::ScopedEnvironment download(
+        "TAV_LOCAL_DOWNLOAD_PATH", (directory + QStringLiteral("/download")).toUtf8());
+    QDir().mkpath(platform);
+    const QString index = platform + QStringLiteral("/device.db");
+    const QString reserve = platform + QStringLiteral("/messages.reserve");
+    const tavmms_test::InstalledDatabase database(index);
+    MessageStore messages;
+    const Added kept = messages.compose(sampleMessage());
+    const Added deleted = messages.compose(sampleMessage());
+    if (!kept.status.ok() || !deleted.status.ok())
+        return ChildVerdict::fail("the messages were not kept before the disk filled");
+    if (QFileInfo(reserve).size() != tavmms::store::kReserveSize)
+        return ChildVerdict::fail("no room was kept back for deletes");
+    if (const std::string why = tavmms_test::fillDisk(directory); !why.empty())
+        return ChildVerdict::fail(why);
+
+    const Removed outcome = messages.remove(deleted.id);
+
+    if (!outcome.status.ok())
+        return ChildVerdict::fail("the delete failed: " + outcome.status.text.toStdString());
+    if (tavmms_test::rowIds(index) != QList<QByteArray>{QByteArray::number(kept.id)})
+        return ChildVerdict::fail("the rows are not those of the message kept");
+    if (tavmms_test::namesIn(QFileInfo(kept.mailFile).path()) !=
+        QStringList{QFileInfo(kept.mailFile).fileName()})
+        return ChildVerdict::fail("the mail files are not those of the message kept");
+    // The room the delete freed is less than the room kept back.
+    if (QFileInfo::exists(reserve))
+        return ChildVerdict::fail("the room kept back was not what the delete took");
+    QFile::remove(directory + QStringLiteral("/filler"));
+    if (!messages.compose(sampleMessage()).status.ok() ||
+        QFileInfo(reserve).size() != tavmms::store::kReserveSize)
+        return ChildVerdict::fail("the room was not kept back again once there was enough");
+    return ChildVerdict::pass();
+}
+
+TEST_F(MessageStoreTest, RemoveOnAFullDiskTakesTheRoomKeptBackForDeletes)
+{
+    QTemporaryDir disk;
+    ASSERT_TRUE(disk.isValid());
+    ChildProcess child([&](ChildProcess&) { return deleteOnAFullDisk(disk.path()); });
+    EXPECT_CHILD_PASSES(child, 60s);
+}
+
+// The call of a delete that commits the removal of the row (see
+// RemoveFailingAtAnyDatabaseCallKeepsTheWholeMessage).
+const int kRemovalCommit = 11;
+
+TEST_F(MessageStoreTest, RemoveRefusedForSpaceIsMadeAgainWithTheRoomKeptBack)
+{
+    const Added composed = messages.compose(sampleMessage());
+    ASSERT_TRUE(composed.status.ok());
+    ASSERT_TRUE(QFileInfo::exists(tavmms::store::reservePath()));
+    tavmms_test::FailingDatabase database(store.database().database(), kRemovalCommit,
+                                          DB_ERR_DISK_FULL);
+    const tavplatform::ScopedDatabaseService installed(&database.service());
+
+    const Removed outcome = messages.remove(composed.id);
+
+    EXPECT_TRUE(database.failed());
+    EXPECT_TRUE(outcome.status.ok()) << outcome.status.text.toStdString();
+    EXPECT_EQ(store.rowCount(), 0);
+    EXPECT_EQ(store.files(), QStringList());
+}
+
+TEST_F(MessageStoreTest, RemoveRefusedForSpaceWithNoRoomKeptBackLeavesTheMessageWhole)
+{
+    const Added composed = messages.compose(sampleMessage());
+    ASSERT_TRUE(composed.status.ok());
+    ASSERT_TRUE(QFile::remove(tavmms::store::reservePath()));
+    tavmms_test::FailingDatabase database(store.database().database(), kRemovalCommit,
+                                          DB_ERR_DISK_FULL);
+    const tavplatform::ScopedDatabaseService installed(&database.service());
+
+    const Removed outcome = messages.remove(composed.id);
+
+    EXPECT_EQ(outcome.status.code, ErrorCode::NoSpace);
+    EXPECT_EQ(outcome.status.text,
+              QStringLiteral("cannot delete message %1: no space left on device "
+                             "(DB_ERR_DISK_FULL)")
+                  .arg(composed.id));
+    EXPECT_EQ(store.rowCount(), 1);
+    EXPECT_EQ(store.files(), QStringList{QStringLiteral("%1.mms").arg(composed.id)});
+    EXPECT_EQ(MMS_UTIL_DBTable::mmsTxn, nullptr);
+}
+
 // ---- receive ----
 
 TEST_F(MessageStoreTest, ReceiveFilesTheMessageInTheInboxWithTheSendersContactName)
@@ -541,6 +639,73 @@ TEST_F(MessageStoreTest, ReceiveRefusesABlockedSenderAndWritesNothing)
               QStringLiteral("'+4915550199' is on the block list; the message was refused"));
     expectNothingStays();
     EXPECT_FALSE(QFileInfo::exists(store.mailFileDir()));
+}
+
+TEST_F(MessageStoreTest, ReceiveRefusesTheMessageWhenTheSettingsStoreCannotBeRead)
+{
+    const QString why = QStringLiteral("the settings store '/p/settings.db' cannot be read: "
+                                       "input/output error");
+    NiceMock<tavmms_test::MockSettingsStore> failing;
+    tavmms_test::delegateTo(failing, settings.store());
+    EXPECT_CALL(failing, readError()).WillRepeatedly(Return(why));
+    const tavplatform::ScopedSettingsStoreService installed(&failing);
+
+    const Added outcome = messages.receive(receivedMessage());
+
+    EXPECT_EQ(outcome.status.code, ErrorCode::Failed);
+    EXPECT_EQ(outcome.status.text, why + QStringLiteral("; the message was refused"));
+    expectNothingStays();
+}
+
+TEST_F(MessageStoreTest, ReceiveOfABlockedSendersMessageIsRefusedNamingADamagedSettingsFile)
+{
+    ASSERT_EQ(MMS_UTIL_Setting::addToBlockList(QStringLiteral("15550199")), 0);
+    settings.reopen();
+    {
+        QFile file(settings.path());
+        ASSERT_TRUE(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
+        ASSERT_EQ(file.write(QByteArray(8192, 'x')), 8192);
+    }
+    for (const char* suffix : {"-wal", "-shm"})
+        QFile::remove(settings.path() + QLatin1String(suffix));
+
+    const Added outcome = messages.receive(receivedMessage());
+
+    EXPECT_EQ(outcome.status.code, ErrorCode::Failed);
+    EXPECT_EQ(outcome.status.text,
+              QStringLiteral("the settings store '%1' is damaged: it is not a database, or a "
+                             "corrupt one; the message was refused")
+                  .arg(settings.path()));
+    expectNothingStays();
+}
+
+TEST_F(MessageStoreTest, ComposeKeepsNothingWhenTheSettingsStoreCannotBeRead)
+{
+    const QString why = QStringLiteral("the settings store '/p/settings.db' is damaged: it is "
+                                       "not a database, or a corrupt one");
+    NiceMock<tavmms_test::MockSettingsStore> failing;
+    tavmms_test::delegateTo(failing, settings.store());
+    EXPECT_CALL(failing, readError()).WillRepeatedly(Return(why));
+    const tavplatform::ScopedSettingsStoreService installed(&failing);
+
+    const Added outcome = messages.compose(sampleMessage());
+
+    EXPECT_EQ(outcome.status.code, ErrorCode::Failed);
+    EXPECT_EQ(outcome.status.text, why + QStringLiteral("; the message was not kept"));
+    expectNothingStays();
+}
+
+TEST_F(MessageStoreTest, ReceiveTakesTheDefaultsWhenThereIsNoSettingsFile)
+{
+    ASSERT_FALSE(QFileInfo::exists(settings.path()));
+    tavplatform::SqliteSettingsStore unmakeable(settings.directory() +
+                                                QStringLiteral("/missing/settings.db"));
+    const tavplatform::ScopedSettingsStoreService installed(&unmakeable);
+
+    const Added outcome = messages.receive(receivedMessage());
+
+    EXPECT_TRUE(outcome.status.ok()) << outcome.status.text.toStdString();
+    EXPECT_EQ(store.rowCount(), 1);
 }
 
 TEST_F(MessageStoreTest, ReceiveFilesABlockedSendersMessageWhenTheBlockListIsOff)

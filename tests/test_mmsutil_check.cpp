@@ -10,6 +10,7 @@
 #include "support/child_process.h"
 #include "support/index_table_helpers.h"
 #include "support/mailfile_helpers.h"
+#include "support/message_store.h"
 #include "support/mount_namespace.h"
 #include "support/temp_database.h"
 #include "support/tool_process.h"
@@ -820,6 +821,39 @@ TEST_F(MmsutilCheckTest, AnIndexThatCannotBeOpenedIsAFailure)
     expectFailure(result);
     EXPECT_TRUE(result.err.startsWith("mmsutil: cannot open the message index in '"))
         << result.err.toStdString();
+}
+
+TEST_F(MmsutilCheckTest, ADamagedIndexIsCalledDamagedAndNotMissing)
+{
+    const QList<unsigned> ids = addRows(1);
+    putMail(ids.constFirst(), mail);
+    ASSERT_EQ(tavmms_test::damageTableLookups(databasePath()), "");
+
+    for (const QStringList& options :
+         {QStringList(), QStringList{QStringLiteral("--repair"), QStringLiteral("--force")}}) {
+        SCOPED_TRACE(options.join(QLatin1Char(' ')).toStdString());
+        const ToolResult result = check(options);
+
+        EXPECT_EQ(result.exitCode, 1);
+        EXPECT_TRUE(result.out.isEmpty()) << result.out.toStdString();
+        EXPECT_EQ(result.err.toStdString(),
+                  "mmsutil: the message index '" + databasePath().toStdString() +
+                      "' is damaged: not a database, or a corrupt one (DB_ERR_CORRUPT)\n");
+    }
+    EXPECT_TRUE(QFile::exists(mailPath(QStringLiteral("%1.mms").arg(ids.constFirst()))));
+}
+
+TEST_F(MmsutilCheckTest, AFileThatIsNotADatabaseIsCalledADamagedIndex)
+{
+    putMail(1, mail);
+    ASSERT_TRUE(tavmms_test::writeFileBytes(databasePath(), QByteArray(8192, 'x')));
+
+    const ToolResult result = check();
+
+    EXPECT_EQ(result.exitCode, 1);
+    EXPECT_EQ(result.err.toStdString(),
+              "mmsutil: the message index '" + databasePath().toStdString() +
+                  "' is damaged: not a database, or a corrupt one (DB_ERR_CORRUPT)\n");
 }
 
 TEST_F(MmsutilCheckTest, ARepairThatFailsSaysSoAndLeavesTheFiles)

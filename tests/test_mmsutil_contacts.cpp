@@ -169,6 +169,23 @@ TEST_F(MmsutilContactsTest, LookupWithoutHitSaysNotFound)
              "not found\n");
 }
 
+TEST_F(MmsutilContactsTest, LookupInADamagedAddressBookSaysSoAndFails)
+{
+    const QString book = dir.filePath(QStringLiteral("platform/contacts.db"));
+    {
+        QFile file(book);
+        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+        ASSERT_EQ(file.write(QByteArray(8192, '\x5a')), 8192);
+    }
+
+    const ToolResult result = run({QStringLiteral("lookup"), QStringLiteral("+15550101")});
+
+    EXPECT_EQ(result.exitCode, 1);
+    EXPECT_TRUE(result.out.isEmpty()) << result.out.toStdString();
+    EXPECT_EQ(result.err, "mmsutil: the address book '" + book.toUtf8() +
+                              "' is damaged: it is not a database, or a corrupt one\n");
+}
+
 TEST_F(MmsutilContactsTest, RemoveNamesEachRemovedContactAndCountsThem)
 {
     importTwo();

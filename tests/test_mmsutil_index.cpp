@@ -521,8 +521,8 @@ TEST_F(MmsutilIndexTest, CorruptDatabaseFileGivesOneClearLine)
         const ToolResult result = index(arguments);
         expectFailure(result);
         EXPECT_EQ(result.err.toStdString(),
-                  "mmsutil: cannot open the message index in '" + databasePath().toStdString() +
-                      "': database file is damaged or not a database (DB_ERR_CORRUPT)\n");
+                  "mmsutil: the message index '" + databasePath().toStdString() +
+                      "' is damaged: not a database, or a corrupt one (DB_ERR_CORRUPT)\n");
     }
 }
 

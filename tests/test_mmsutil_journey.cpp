@@ -8,6 +8,7 @@
 #include "support/index_table_helpers.h"
 #include "support/mailfile_helpers.h"
 #include "support/message_store.h"
+#include "support/mount_namespace.h"
 #include "support/tool_process.h"
 
 #include <gtest/gtest.h>
@@ -19,6 +20,8 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QTemporaryDir>
+
+#include <functional>
 
 namespace
 {
@@ -292,6 +295,72 @@ TEST_F(MmsutilJourneyTest, ComposeOnAFullDiskKeepsNothing)
     EXPECT_CHILD_PASSES(child, 60s);
 }
 
+// On a small file system of its own holding the whole store (platform directory and download
+// path), filled up once two messages are kept: what reads the store works, compose and receive
+// are refused for space, and a delete frees space.
+ChildVerdict aFullStore(const QString& directory,
+                        const std::function<ToolResult(const QStringList&)>& run)
+{
+    if (const std::string why = tavmms_test::enterPrivateMountNamespace(); !why.empty())
+        return ChildVerdict::skip("no private mount namespace for a small file system: " + why);
+    if (const std::string why = tavmms_test::mountSmallTmpfs(directory, 1024); !why.empty())
+        return ChildVerdict::skip("no small file system to fill: " + why);
+    const QString body = directory + QStringLiteral("/body.bin");
+    QFile bodyFile(body);
+    if (!bodyFile.open(QIODevice::WriteOnly) || bodyFile.write(kBody) != kBody.size())
+        return ChildVerdict::fail("cannot write the body");
+    bodyFile.close();
+    const QStringList compose{QStringLiteral("compose"),
+                              QStringLiteral("--to"),
+                              QStringLiteral("+15550101"),
+                              QStringLiteral("--subject"),
+                              QStringLiteral("Hello"),
+                              QStringLiteral("--body"),
+                              body};
+    if (run(compose).exitCode != 0 || run(compose).exitCode != 0)
+        return ChildVerdict::fail("the messages were not kept before the disk filled");
+    if (const std::string why = tavmms_test::fillDisk(directory); !why.empty())
+        return ChildVerdict::fail(why);
+
+    const auto failure = [](const char* command, const ToolResult& result) {
+        return ChildVerdict::fail(std::string(command) + " on a full disk exited with " +
+                                  std::to_string(result.exitCode) + ": " +
+                                  result.err.toStdString());
+    };
+    const ToolResult listed = run({QStringLiteral("list")});
+    if (listed.exitCode != 0 || listed.out.count('\n') != 3)
+        return failure("list", listed);
+    const ToolResult shown = run({QStringLiteral("show"), QStringLiteral("1")});
+    if (shown.exitCode != 0 || !shown.err.isEmpty())
+        return failure("show", shown);
+    const ToolResult checked = run({QStringLiteral("check")});
+    if (checked.exitCode != 0 || !checked.out.endsWith(": no problems\n"))
+        return failure("check", checked);
+    for (const QStringList& arguments :
+         {compose, QStringList{QStringLiteral("receive"), body, QStringLiteral("--from"),
+                               QStringLiteral("+15550199")}}) {
+        const ToolResult refused = run(arguments);
+        if (refused.exitCode != 1 || !refused.err.contains("no space left on device") ||
+            refused.err.count('\n') != 1)
+            return failure(arguments.constFirst().toUtf8().constData(), refused);
+    }
+    const ToolResult deleted = run({QStringLiteral("delete"), QStringLiteral("2")});
+    if (deleted.exitCode != 0)
+        return failure("delete", deleted);
+    const ToolResult after = run({QStringLiteral("list")});
+    if (after.exitCode != 0 || after.out.count('\n') != 2)
+        return failure("list after the delete", after);
+    return ChildVerdict::pass();
+}
+
+TEST_F(MmsutilJourneyTest, AFullDiskStillListsShowsChecksAndDeletesButRefusesNewMessages)
+{
+    tavmms_test::ChildProcess child([&](tavmms_test::ChildProcess&) {
+        return aFullStore(dir.path(), [&](const QStringList& arguments) { return run(arguments); });
+    });
+    EXPECT_CHILD_PASSES(child, 60s);
+}
+
 TEST_F(MmsutilJourneyTest, ReceiveFilesTheMessageInTheInbox)
 {
     fillAddressBook();
@@ -333,6 +402,31 @@ TEST_F(MmsutilJourneyTest, ReceiveRefusesABlockedSenderWithExitStatus4AndWritesN
     EXPECT_EQ(result.exitCode, 4);
     EXPECT_TRUE(result.out.isEmpty()) << result.out.toStdString();
     EXPECT_EQ(result.err, "mmsutil: '+15550199' is on the block list; the message was refused\n");
+    EXPECT_EQ(rowIds(), QList<QByteArray>());
+    EXPECT_FALSE(QFileInfo::exists(mailFileDir()));
+}
+
+TEST_F(MmsutilJourneyTest, ReceiveOfABlockedSendersMessageIsRefusedWhenTheSettingsFileIsDamaged)
+{
+    ok({QStringLiteral("block"), QStringLiteral("add"), QStringLiteral("15550199")});
+    const QString settings = platformDir() + QStringLiteral("/settings.db");
+    {
+        // Garbage, so that the file cannot be read by root either.
+        QFile file(settings);
+        ASSERT_TRUE(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
+        ASSERT_EQ(file.write(QByteArray(8192, '\x5a')), 8192);
+    }
+    for (const char* suffix : {"-wal", "-shm"})
+        QFile::remove(settings + QLatin1String(suffix));
+
+    const ToolResult result = run({QStringLiteral("receive"), bodyPath(), QStringLiteral("--from"),
+                                   QStringLiteral("+15550199")});
+
+    EXPECT_EQ(result.exitCode, 1);
+    EXPECT_TRUE(result.out.isEmpty()) << result.out.toStdString();
+    EXPECT_EQ(result.err, "mmsutil: the settings store '" + settings.toUtf8() +
+                              "' is damaged: it is not a database, or a corrupt one; the message "
+                              "was refused\n");
     EXPECT_EQ(rowIds(), QList<QByteArray>());
     EXPECT_FALSE(QFileInfo::exists(mailFileDir()));
 }

@@ -912,7 +912,8 @@ QList<QStringList> hugeWrites()
 }
 
 // On a small tmpfs of its own over the platform directory: values are written, other files fill
-// the disk, and then every write too big for what is left is reported as "storage is full",
+// the disk, and then every write too big for what is left is reported as "no space left on
+// device",
 // while the values written before still read back.
 ChildVerdict writeOnAFullDisk(const std::function<ToolResult(const QStringList&)>& run,
                               const QString& platformDir)
@@ -934,7 +935,7 @@ ChildVerdict writeOnAFullDisk(const std::function<ToolResult(const QStringList&)
     for (const QStringList& arguments : hugeWrites()) {
         const ToolResult result = run(arguments);
         const std::string command = arguments.mid(0, 2).join(QLatin1Char(' ')).toStdString();
-        if (result.exitCode != 1 || !result.err.endsWith(": storage is full\n") ||
+        if (result.exitCode != 1 || !result.err.endsWith(": no space left on device\n") ||
             result.err.count('\n') != 1)
             return ChildVerdict::fail(command + " on a full disk exited with " +
                                       std::to_string(result.exitCode) + ": " +
@@ -1050,7 +1051,7 @@ TEST_F(MmsutilSettingsTest, ProfileDelKeepsTheProfileListedWhenItsValuesCannotGo
 
 // On a small tmpfs of its own: a profile's values are written, other files fill the disk, and
 // then "profile set" changes them all, one to more than the disk holds. The commit is refused,
-// reported as "storage is full", and every value reads as before.
+// reported as "no space left on device", and every value reads as before.
 ChildVerdict changeProfileOnAFullDisk(const std::function<ToolResult(const QStringList&)>& run,
                                       const QString& platformDir)
 {
@@ -1066,7 +1067,7 @@ ChildVerdict changeProfileOnAFullDisk(const std::function<ToolResult(const QStri
         return ChildVerdict::fail(why);
     const ToolResult result = run(setWholeProfile(QStringLiteral("2"), QString(kHugeLength, 'n')));
     if (result.exitCode != 1 ||
-        result.err != "mmsutil: cannot set profile \"Operator MMS\": storage is full\n")
+        result.err != "mmsutil: cannot set profile \"Operator MMS\": no space left on device\n")
         return ChildVerdict::fail("profile set on a full disk exited with " +
                                   std::to_string(result.exitCode) + ": " +
                                   result.err.left(200).toStdString());

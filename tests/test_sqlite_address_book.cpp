@@ -172,6 +172,44 @@ TEST_F(SqliteAddressBookTest, FailedSearchLeavesRecordAlone)
     EXPECT_TRUE(ambiguous);
 }
 
+TEST_F(SqliteAddressBookTest, SearchOfAFileThatIsNotADatabaseIsUnavailableAndCallsItDamaged)
+{
+    {
+        QFile file(temp.path());
+        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+        ASSERT_EQ(file.write(QByteArray(8192, 'x')), 8192);
+    }
+
+    EXPECT_EQ(findNumber(QStringLiteral("+15550101")),
+              QStringLiteral("<code %1>").arg(ADDRBK_SEARCH_UNAVAILABLE));
+    EXPECT_EQ(book().readError(),
+              QStringLiteral("the address book '%1' is damaged: it is not a database, or a "
+                             "corrupt one")
+                  .arg(temp.path()));
+    EXPECT_FALSE(book().contacts().has_value());
+    EXPECT_TRUE(book().readError().contains(QStringLiteral("is damaged")))
+        << book().readError().toStdString();
+}
+
+TEST_F(SqliteAddressBookTest, SearchThatFindsNothingLeavesNoReadError)
+{
+    import({bob()}, 1, 0);
+
+    EXPECT_EQ(findNumber(QStringLiteral("+15550199")),
+              QStringLiteral("<code %1>").arg(ADDRBK_SEARCH_NOT_FOUND));
+    EXPECT_EQ(book().readError(), QString());
+}
+
+TEST_F(SqliteAddressBookTest, LogFilesStayWhenTheBookIsClosed)
+{
+    {
+        SqliteAddressBook other(temp.path());
+        ASSERT_TRUE(other.importContacts({bob()}).has_value());
+    }
+    EXPECT_TRUE(QFile::exists(temp.path() + QStringLiteral("-wal")));
+    EXPECT_TRUE(QFile::exists(temp.path() + QStringLiteral("-shm")));
+}
+
 TEST_F(SqliteAddressBookTest, UnknownTypeAndKeyWithNothingToFindAreBadRequests)
 {
     import({ann()}, 1, 0);

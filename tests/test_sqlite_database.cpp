@@ -1643,6 +1643,9 @@ TEST_F(SqliteDatabaseTest, DamagedPagesGiveCorrupt)
     prepareNotes();
     insertCommitted(makeNote(u"t", "c"));
     temp.reopen(); // the file is closed; the new database opens it on first use
+    // The log kept beside the file holds good copies of the pages; only the file is damaged.
+    for (const char* suffix : {"-wal", "-shm"})
+        ASSERT_TRUE(QFile::remove(temp.path() + QLatin1String(suffix)));
     const qint64 pageSize = 4096;
     const qint64 size = QFileInfo(temp.path()).size();
     ASSERT_GT(size, pageSize);
@@ -1650,6 +1653,15 @@ TEST_F(SqliteDatabaseTest, DamagedPagesGiveCorrupt)
 
     void* handle = nullptr;
     EXPECT_EQ(DB_TABLE_Open(DB_DB_GetNativeDB(), &handle, kNotes), DB_ERR_CORRUPT);
+}
+
+TEST_F(SqliteDatabaseTest, LogFilesStayWhenTheDatabaseIsClosed)
+{
+    prepareNotes();
+    insertCommitted(makeNote(u"t", "c"));
+    temp.reopen();
+    EXPECT_TRUE(QFile::exists(temp.path() + QStringLiteral("-wal")));
+    EXPECT_TRUE(QFile::exists(temp.path() + QStringLiteral("-shm")));
 }
 
 TEST_F(SqliteDatabaseTest, FileInAMissingDirectoryCannotBeOpened)

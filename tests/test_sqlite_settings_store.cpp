@@ -25,6 +25,7 @@
 #include <climits>
 #include <functional>
 #include <optional>
+#include <unistd.h>
 #include <vector>
 
 namespace
@@ -909,6 +910,84 @@ TEST_F(SqliteSettingsStoreTest, DamagedPagesFailWritesAndGiveDefaults)
     int value = 0;
     EXPECT_FALSE(store().readInt(kGroup, QStringLiteral("5"), value, 3));
     EXPECT_EQ(value, 3);
+}
+
+TEST_F(SqliteSettingsStoreTest, ReadErrorIsEmptyWhileTheStoreReads)
+{
+    ASSERT_TRUE(store().writeInt(kGroup, kKey, 5));
+    int value = 0;
+    ASSERT_TRUE(store().readInt(kGroup, kKey, value, 3));
+
+    EXPECT_EQ(store().readError(), QString());
+}
+
+TEST_F(SqliteSettingsStoreTest, ReadErrorIsEmptyForAStoreNotMadeYet)
+{
+    SqliteSettingsStore missing(temp.directory() + QStringLiteral("/missing/settings.db"));
+    int value = 0;
+    EXPECT_FALSE(missing.readInt(kGroup, kKey, value, 3));
+
+    EXPECT_EQ(missing.readError(), QString());
+}
+
+TEST_F(SqliteSettingsStoreTest, ReadErrorCallsAFileThatIsNotADatabaseDamaged)
+{
+    {
+        QFile file(temp.path());
+        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+        ASSERT_EQ(file.write(QByteArray(8192, 'x')), 8192);
+    }
+
+    EXPECT_EQ(store().readError(),
+              QStringLiteral("the settings store '%1' is damaged: it is not a database, or a "
+                             "corrupt one")
+                  .arg(temp.path()));
+}
+
+TEST_F(SqliteSettingsStoreTest, ReadErrorCallsAFileWithDamagedPagesDamaged)
+{
+    for (int i = 0; i < 200; ++i)
+        ASSERT_TRUE(
+            store().writeText(kGroup, QString::number(i), QString(100, QChar(u'v')), false));
+    ASSERT_TRUE(store().flush());
+    temp.reopen();
+    for (const char* suffix : {"-wal", "-shm"})
+        ASSERT_TRUE(QFile::remove(temp.path() + QLatin1String(suffix)));
+    const qint64 pageSize = 4096;
+    const qint64 size = QFileInfo(temp.path()).size();
+    {
+        // Only the pages past the first are damaged: the file still opens.
+        QFile file(temp.path());
+        ASSERT_TRUE(file.open(QIODevice::ReadWrite));
+        ASSERT_TRUE(file.seek(2 * pageSize));
+        ASSERT_TRUE(file.write(QByteArray(int(size - 2 * pageSize), char(0xA5))) > 0);
+    }
+    store().open(3, false);
+    int value = 0;
+    EXPECT_FALSE(store().readInt(kGroup, QStringLiteral("150"), value, 3));
+
+    const QString error = store().readError();
+    store().close();
+
+    EXPECT_TRUE(error.startsWith(QStringLiteral("the settings store '%1' ").arg(temp.path())))
+        << error.toStdString();
+    EXPECT_TRUE(error.contains(QStringLiteral("damaged"))) << error.toStdString();
+}
+
+TEST_F(SqliteSettingsStoreTest, ReadErrorNamesAFileThatMayNotBeOpened)
+{
+    if (::geteuid() == 0)
+        GTEST_SKIP() << "root opens a file whatever its mode";
+    ASSERT_TRUE(store().writeInt(kGroup, kKey, 5));
+    temp.reopen();
+    ASSERT_TRUE(QFile::setPermissions(temp.path(), QFileDevice::Permissions()));
+
+    const QString error = store().readError();
+
+    QFile::setPermissions(temp.path(), QFileDevice::ReadOwner | QFileDevice::WriteOwner);
+    EXPECT_TRUE(error.startsWith(
+        QStringLiteral("the settings store '%1' cannot be read: ").arg(temp.path())))
+        << error.toStdString();
 }
 
 TEST_F(SqliteSettingsStoreTest, FileInAMissingDirectoryFailsEveryWrite)

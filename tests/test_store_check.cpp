@@ -397,4 +397,20 @@ TEST_F(StoreCheckTest, ARepairWaitsForAWriterAndGivesUpAfterItsTimeout)
     EXPECT_EQ(plain.problems.size(), 1);
 }
 
+TEST_F(StoreCheckTest, AnIndexWhoseTablesCannotBeLookedForIsDamagedNotMissing)
+{
+    ASSERT_EQ(tavmms_test::damageTableLookups(databasePath), "");
+    const tavmms_test::InstalledDatabase reopened(databasePath);
+    const QStringList before = tavmms_test::namesIn(mailDir());
+
+    const CheckReport report = check(true, true);
+
+    EXPECT_EQ(report.status.code, ErrorCode::Failed);
+    EXPECT_TRUE(report.status.text.startsWith(
+        QStringLiteral("the message index '%1' is damaged: ").arg(databasePath)))
+        << report.status.text.toStdString();
+    EXPECT_TRUE(report.problems.isEmpty());
+    EXPECT_EQ(tavmms_test::namesIn(mailDir()), before);
+}
+
 } // namespace

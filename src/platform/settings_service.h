@@ -44,6 +44,13 @@ public:
     virtual bool writeInt(const QString& group, const QString& key, int value) = 0;
     virtual bool writeUInt(const QString& group, const QString& key, unsigned int value) = 0;
 
+    // Why the store could not be read, naming its file: a read since the outermost open() failed
+    // for another reason than a missing key, or the store cannot be read now. Empty when it can,
+    // and also when the store is not there yet, since a new device reads its defaults. Readers
+    // give their defaults either way; a caller to which a default is no answer (an empty block
+    // list lets every sender through) asks here after reading.
+    virtual QString readError() = 0;
+
     // The group's entries, key to value text, in QMap order (by UTF-16 code units).
     virtual QMap<QString, QString> entries(const QString& group) = 0;
     // True when the key (the group) is gone afterwards, also when it was not there.

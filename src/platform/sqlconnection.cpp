@@ -52,7 +52,37 @@ Status openFailure(int code, const QString& path)
     return status;
 }
 
+// A failure in words, as it follows the name of the file it happened to.
+QString statusWords(Status status)
+{
+    switch (status) {
+    case Status::Busy:
+        return QStringLiteral("another program holds its lock");
+    case Status::Full:
+        return QStringLiteral("no space left on device");
+    case Status::Corrupt:
+        return QStringLiteral("it is not a database, or a corrupt one");
+    case Status::IoError:
+        return QStringLiteral("input/output error");
+    case Status::CantOpen:
+        return QStringLiteral("it cannot be opened");
+    case Status::ReadOnly:
+        return QStringLiteral("it cannot be opened for writing");
+    default:
+        return QStringLiteral("the database engine failed");
+    }
+}
+
 } // namespace
+
+QString faultText(const QString& what, const QString& path, Status status)
+{
+    return QStringLiteral("%1 '%2' %3: %4")
+        .arg(what, path,
+             status == Status::Corrupt ? QStringLiteral("is damaged")
+                                       : QStringLiteral("cannot be read"),
+             statusWords(status));
+}
 
 Status Connection::statusOf(int code)
 {

@@ -123,6 +123,10 @@ TAVPLATFORM_EXPORT Status openOnce(std::unique_ptr<Connection>& connection, cons
                                    int busyTimeoutMs,
                                    const std::function<Status(Connection&)>& setUp);
 
+// What went wrong with the database file `path`, for a person: "<what> '<path>' is damaged: ..."
+// for a file that is not a sound database, else "<what> '<path>' cannot be read: <why>".
+TAVPLATFORM_EXPORT QString faultText(const QString& what, const QString& path, Status status);
+
 // While it lives, every wait for a lock that this thread's statements make, on any connection
 // and in opening one too, ends at one deadline `limit` from now instead of at the connection's
 // busy timeout: an operation of several statements then waits no longer in all than its caller

@@ -114,11 +114,22 @@ struct SqliteAddressBook::Impl {
     QString path;
     int busyTimeoutMs;
     std::unique_ptr<sql::Connection> connection;
+    Status readFailure = Status::Ok; // of the last search or listing
+
+    // Keeps why a read failed for readError(); gives `status`.
+    Status kept(Status status)
+    {
+        readFailure = status;
+        return status;
+    }
 
     Status openConnection()
     {
-        return sql::openOnce(connection, path, busyTimeoutMs,
-                             [](sql::Connection& opened) { return opened.exec(kCreateSchema); });
+        return sql::openOnce(connection, path, busyTimeoutMs, [](sql::Connection& opened) {
+            // With its log files kept, the book can be read on a disk that filled up meanwhile.
+            const Status status = opened.keepWalFiles();
+            return status == Status::Ok ? opened.exec(kCreateSchema) : status;
+        });
     }
 
     // Runs the statement `text` with `values` bound in order, handing each row to `row` for as
@@ -303,8 +314,9 @@ int SqliteAddressBook::singleSearch(ADDRBK_SEARCH_TYPE_T type, const QString& ke
     const QString matchKey = searchKey(type, key, region);
     if (matchKey.isEmpty())
         return ADDRBK_SEARCH_BAD_REQUEST;
-    if (d->openConnection() != Status::Ok ||
-        (type == ADDRBK_SEARCH_BY_NUMBER && d->keysFor(region) != Status::Ok))
+    d->readFailure = Status::Ok;
+    if (d->kept(d->openConnection()) != Status::Ok ||
+        (type == ADDRBK_SEARCH_BY_NUMBER && d->kept(d->keysFor(region)) != Status::Ok))
         return ADDRBK_SEARCH_UNAVAILABLE;
     std::optional<ADDRBK_SEARCH_SINGLE_DATA_T> found;
     bool several = false;
@@ -323,7 +335,7 @@ int SqliteAddressBook::singleSearch(ADDRBK_SEARCH_TYPE_T type, const QString& ke
         // Whether other contacts hold the key is known at the first row of another one.
         return ambiguous && !several;
     });
-    if (status != Status::Ok)
+    if (d->kept(status) != Status::Ok)
         return ADDRBK_SEARCH_UNAVAILABLE;
     if (!found)
         return ADDRBK_SEARCH_NOT_FOUND;
@@ -367,7 +379,7 @@ SqliteAddressBook::importContacts(const QList<Contact>& contacts)
 
 std::optional<QList<Contact>> SqliteAddressBook::contacts()
 {
-    if (d->openConnection() != Status::Ok)
+    if (d->kept(d->openConnection()) != Status::Ok)
         return std::nullopt;
     // Both reads see the same state of the book.
     sql::ScopedTransaction snapshot(*d->connection);
@@ -386,7 +398,7 @@ std::optional<QList<Contact>> SqliteAddressBook::contacts()
             return true;
         });
     }
-    if (status != Status::Ok)
+    if (d->kept(status) != Status::Ok)
         return std::nullopt;
     return contacts;
 }
@@ -421,6 +433,13 @@ SqliteAddressBook::removeContacts(const QList<Address>& addresses)
     if (status != Status::Ok || transaction.commit() != Status::Ok)
         return std::nullopt;
     return removal;
+}
+
+QString SqliteAddressBook::readError() const
+{
+    if (d->readFailure == Status::Ok)
+        return QString();
+    return sql::faultText(QStringLiteral("the address book"), d->path, d->readFailure);
 }
 
 } // namespace tavplatform

@@ -53,6 +53,11 @@ public:
     // Every contact, in the order they were first added; nothing when the book cannot be read.
     std::optional<QList<Contact>> contacts();
 
+    // Why the last search or listing could not read the book, naming its file ("the address book
+    // '...' is damaged: ..."); empty when it could. A search that finds nothing for that reason
+    // answers ADDRBK_SEARCH_UNAVAILABLE, which a caller may tell from "not found" only here.
+    QString readError() const;
+
     // A number or e-mail address to remove the contacts of, matched as singleSearch() matches
     // `text` as a `type`.
     struct Address {

@@ -784,7 +784,11 @@ void* SqliteDatabase::getNativeDB()
         std::unique_ptr<sql::Connection> connection;
         if (!d->path.isEmpty())
             connection = sql::Connection::open(d->path, &status, d->busyTimeoutMs);
+        // With its log files kept, the index can be read, and a message deleted, on a disk that
+        // filled up while no process had it open.
         if (connection)
+            status = connection->keepWalFiles();
+        if (status == Status::Ok)
             status = connection->exec(kCreateSchemaTable);
         if (status == Status::Ok)
             d->connection = std::move(connection);

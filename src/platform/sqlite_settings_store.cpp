@@ -3,6 +3,8 @@
 #include "platform_dir.h"
 #include "sqlconnection.h"
 
+#include <QFileInfo>
+
 #include <cerrno>
 #include <limits>
 #include <optional>
@@ -25,6 +27,7 @@ const char kSelectGroup[] = "SELECT key, value FROM settings WHERE grp = ?";
 const char kDeleteEntry[] = "DELETE FROM settings WHERE grp = ? AND key = ?";
 const char kDeleteGroup[] = "DELETE FROM settings WHERE grp = ?";
 const char kCheckpoint[] = "PRAGMA wal_checkpoint(FULL)";
+const char kProbe[] = "SELECT 1 FROM settings LIMIT 1";
 
 const char kFlagGroup[] = "TAV_Feature_Flags";
 
@@ -63,6 +66,7 @@ struct SqliteSettingsStore::Impl {
     std::unique_ptr<sql::Connection> connection;
     int openings = 0; // open() calls not yet closed
     int refusal = 0;  // errno of the first write refused since the store was opened or flushed
+    Status readFailure = Status::Ok; // the first read refused since the store was opened
     std::optional<sql::ScopedTransaction> batch;
     int batchDepth = 0; // beginBatch() calls not yet ended
     int batchLost = 0;  // errno of what dropped the open batch; 0 while it holds
@@ -97,11 +101,21 @@ struct SqliteSettingsStore::Impl {
         return status;
     }
 
+    // Runs a statement that only reads; its failure is kept for readError().
+    template <typename Row>
+    Status read(const char* text, std::initializer_list<QByteArray> values, Row row)
+    {
+        const Status status = run(text, values, row);
+        if (status != Status::Ok && readFailure == Status::Ok)
+            readFailure = status;
+        return status;
+    }
+
     // The stored text, or false when the key is missing or the store cannot be read.
     bool lookup(const QString& group, const QString& key, QString* value)
     {
         bool found = false;
-        run(kSelectValue, {group.toUtf8(), key.toUtf8()}, [&](sql::Statement& row) {
+        read(kSelectValue, {group.toUtf8(), key.toUtf8()}, [&](sql::Statement& row) {
             *value = QString::fromUtf8(row.columnText(0));
             found = true;
         });
@@ -176,8 +190,10 @@ void SqliteSettingsStore::open(int, bool)
 {
     // Nested openings (a library call made while the caller holds a store) share the outer one's
     // record of refused writes.
-    if (d->openings++ == 0)
+    if (d->openings++ == 0) {
         d->refusal = 0;
+        d->readFailure = Status::Ok;
+    }
 }
 
 void SqliteSettingsStore::close()
@@ -226,6 +242,19 @@ bool SqliteSettingsStore::readUInt(const QString& group, const QString& key, uns
     return false;
 }
 
+QString SqliteSettingsStore::readError()
+{
+    // A store not made yet holds no value: its defaults are the answers.
+    if (!QFileInfo::exists(d->path))
+        return QString();
+    Status status = d->readFailure;
+    if (status == Status::Ok)
+        status = d->read(kProbe, {}, [](sql::Statement&) {});
+    if (status == Status::Ok)
+        return QString();
+    return sql::faultText(QStringLiteral("the settings store"), d->path, status);
+}
+
 bool SqliteSettingsStore::writeText(const QString& group, const QString& key, const QString& value,
                                     bool)
 {
@@ -250,7 +279,7 @@ bool SqliteSettingsStore::writeUInt(const QString& group, const QString& key, un
 QMap<QString, QString> SqliteSettingsStore::entries(const QString& group)
 {
     QMap<QString, QString> result;
-    d->run(kSelectGroup, {group.toUtf8()}, [&](sql::Statement& row) {
+    d->read(kSelectGroup, {group.toUtf8()}, [&](sql::Statement& row) {
         result.insert(QString::fromUtf8(row.columnText(0)), QString::fromUtf8(row.columnText(1)));
     });
     return result;

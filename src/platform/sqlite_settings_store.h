@@ -37,6 +37,8 @@ public:
     bool readInt(const QString& group, const QString& key, int& value, int defaultValue) override;
     bool readUInt(const QString& group, const QString& key, unsigned int& value,
                   unsigned int defaultValue) override;
+    // The first read refused since the outermost open(), else a read of the file now.
+    QString readError() override;
     bool writeText(const QString& group, const QString& key, const QString& value,
                    bool option) override;
     bool writeBool(const QString& group, const QString& key, bool value) override;

@@ -32,9 +32,9 @@ const ResultText kResultTexts[] = {
     {DB_ERR_NOT_FOUND, "DB_ERR_NOT_FOUND", "no such row"},
     {DB_ERR_TXN_ACTIVE, "DB_ERR_TXN_ACTIVE", "a transaction is open already"},
     {DB_ERR_TXN_ORDER, "DB_ERR_TXN_ORDER", "transactions ended out of order"},
-    {DB_ERR_DISK_FULL, "DB_ERR_DISK_FULL", "disk full"},
+    {DB_ERR_DISK_FULL, "DB_ERR_DISK_FULL", "no space left on device"},
     {DB_ERR_BUSY, "DB_ERR_BUSY", "database is busy"},
-    {DB_ERR_CORRUPT, "DB_ERR_CORRUPT", "database file is damaged or not a database"},
+    {DB_ERR_CORRUPT, "DB_ERR_CORRUPT", "not a database, or a corrupt one"},
     {DB_ERR_IO, "DB_ERR_IO", "input/output error"},
     {DB_ERR_CANT_OPEN, "DB_ERR_CANT_OPEN", "database file cannot be opened"},
     {DB_ERR_READ_ONLY, "DB_ERR_READ_ONLY", "database is read-only"},
@@ -55,7 +55,14 @@ bool indexIsMissing()
     if (!QFileInfo::exists(path))
         return true;
     void* db = DB_DB_GetNativeDB();
-    return db && !DB_DB_CheckTableExist(db, MMS_UTIL_DBTable::mmsTableName);
+    if (!db || DB_DB_CheckTableExist(db, MMS_UTIL_DBTable::mmsTableName))
+        return false;
+    // A table that cannot be looked for is no missing table: opening it tells a damaged file.
+    void* table = nullptr;
+    const int r = DB_TABLE_Open(db, &table, MMS_UTIL_DBTable::mmsTableName);
+    if (r == DB_OK)
+        DB_TABLE_Close(table);
+    return r == DB_ERR_NO_TABLE;
 }
 
 } // namespace
@@ -65,9 +72,14 @@ const char kFolderField[] = "cmn_fld_folder_id";
 QString resultText(int code)
 {
     for (const ResultText& result : kResultTexts) {
-        if (result.code == code)
-            return QStringLiteral("%1 (%2)").arg(QLatin1String(result.text),
-                                                 QLatin1String(result.name));
+        if (result.code != code)
+            continue;
+        const QString text =
+            QStringLiteral("%1 (%2)").arg(QLatin1String(result.text), QLatin1String(result.name));
+        // Whatever was being done, the person must learn first that the file is damaged.
+        return code == DB_ERR_CORRUPT ? QStringLiteral("the message index '%1' is damaged: %2")
+                                            .arg(databasePath(), text)
+                                      : text;
     }
     return QStringLiteral("unknown database result %1").arg(code);
 }
@@ -104,6 +116,8 @@ QString IndexTable::openError() const
 {
     if (isOpen())
         return QString();
+    if (result_ == DB_ERR_CORRUPT)
+        return resultText(result_);
     const QString path = databasePath();
     return QStringLiteral("cannot open the message index in '%1': %2")
         .arg(path.isEmpty() ? QStringLiteral("(no platform directory)") : path,

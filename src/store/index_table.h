@@ -17,7 +17,8 @@
 namespace tavmms::store
 {
 
-// "database is busy (DB_ERR_BUSY)"; "unknown database result N" for a code it does not know.
+// "database is busy (DB_ERR_BUSY)"; "unknown database result N" for a code it does not know;
+// "the message index '<file>' is damaged: ..." for DB_ERR_CORRUPT.
 TAVMMS_EXPORT QString resultText(int code);
 
 // The database file that holds the index; empty when there is no platform directory.

@@ -8,6 +8,7 @@
 #include "mail_file_names.h"
 #include "recovery.h"
 #include "row_text.h"
+#include "space_reserve.h"
 #include "store_lock.h"
 
 #include "filesync.h"
@@ -15,6 +16,8 @@
 #include "mms_util_mailfile.h"
 #include "mms_util_msgheaderbase.h"
 #include "mms_util_setting.h"
+#include "settings_service.h"
+#include "setup_set_manager.h"
 
 #include <QDateTime>
 #include <QDir>
@@ -70,6 +73,17 @@ SizeLimit limitOf(int kilobytes, const char* setting)
         return MessageStore::storeLimit();
     return {qint64(kilobytes) * 1024,
             QStringLiteral("the limit of %1 KB (%2)").arg(kilobytes).arg(QLatin1String(setting))};
+}
+
+// Fails when the settings store could not be read by the reads since `reading` opened it: its
+// defaults would stand in for what the user set, and an empty block list lets every sender
+// through.
+Status settingsWereRead(const SETUP_SET_Manager& /*reading*/, const char* outcome)
+{
+    const QString why = tavplatform::settingsStoreService().readError();
+    if (why.isEmpty())
+        return {};
+    return failed(why + QStringLiteral("; ") + QLatin1String(outcome));
 }
 
 Status notFound(unsigned int id)
@@ -239,17 +253,21 @@ struct MessageStore::Impl {
         }
         session->table.emplace();
         if (!session->table->isOpen()) {
-            session->status = databaseFailure(
-                QStringLiteral("cannot open the message index in '%1'").arg(databasePath()),
-                session->table->result());
+            session->status =
+                Status::failure(session->table->result() == DB_ERR_DISK_FULL ? ErrorCode::NoSpace
+                                                                             : ErrorCode::Failed,
+                                session->table->openError());
             return;
         }
         recover();
+        if (writes)
+            keepReserve(reservePath());
         if (writes || QFileInfo::exists(MMS_UTIL_Common::getWorkDir()))
             session->status =
                 session->lock.acquire(StoreLock::defaultPath(), StoreLock::Shared, lockTimeout);
     }
 
+    Removed remove(unsigned int id);
     Added keep(MMS_UTIL_MsgHeaderBase& header, const NewMessage& message, Folder folder,
                State state, bool refuseDuplicates);
     Status changeRow(unsigned int id, const std::function<void(MMS_UTIL_DBStruct_T*)>& change);
@@ -424,25 +442,27 @@ SizeLimit MessageStore::storeLimit()
 
 Added MessageStore::compose(const NewMessage& message, Folder folder)
 {
+    Added added;
     if (folder != Folder::Outbox && folder != Folder::Drafts) {
-        Added added;
         added.status = Status::failure(
             ErrorCode::Invalid,
             QStringLiteral("a composed message goes to the outbox or the drafts, not to folder %1")
                 .arg(unsigned(folder)));
         return added;
     }
-    if (Status tooLarge = checkSize(message.body, composeLimit()); !tooLarge.ok()) {
-        Added added;
-        added.status = tooLarge;
-        return added;
-    }
+    const SETUP_SET_Manager reading(AM_Global::APP_MMS, false);
+    const SizeLimit limit = composeLimit();
     NewMessage composed = message;
     // A message composed here comes from the phone's owner, when the address book knows them.
     if (composed.from.isEmpty())
         MMS_UTIL_Common::getOwnerEntry(composed.from);
     MMS_UTIL_MsgHeaderBase header;
     header.loadGlobalSetting();
+    added.status = settingsWereRead(reading, "the message was not kept");
+    if (added.status.ok())
+        added.status = checkSize(message.body, limit);
+    if (!added.status.ok())
+        return added;
     fillHeader(&header, composed);
     return d->keep(header, composed, folder,
                    folder == Folder::Drafts ? State::Draft : State::ToSend, false);
@@ -450,19 +470,21 @@ Added MessageStore::compose(const NewMessage& message, Folder folder)
 
 Added MessageStore::receive(const NewMessage& message)
 {
-    if (MMS_UTIL_Setting::getFilterFlexBitSetting() &&
-        MMS_UTIL_Setting::isInBlockList(message.from.address)) {
-        Added added;
+    Added added;
+    const SETUP_SET_Manager reading(AM_Global::APP_MMS, false);
+    const bool blocked = MMS_UTIL_Setting::getFilterFlexBitSetting() &&
+                         MMS_UTIL_Setting::isInBlockList(message.from.address);
+    const SizeLimit limit = receiveLimit();
+    // A message refused here stays with the MMSC, which offers it again.
+    added.status = settingsWereRead(reading, "the message was refused");
+    if (added.status.ok() && blocked)
         added.status = Status::failure(
             ErrorCode::Blocked, QStringLiteral("'%1' is on the block list; the message was refused")
                                     .arg(message.from.address));
+    if (added.status.ok())
+        added.status = checkSize(message.body, limit);
+    if (!added.status.ok())
         return added;
-    }
-    if (Status tooLarge = checkSize(message.body, receiveLimit()); !tooLarge.ok()) {
-        Added added;
-        added.status = tooLarge;
-        return added;
-    }
     NewMessage received = message;
     if (received.to.isEmpty()) {
         MMS_UTIL_Entry owner;
@@ -610,11 +632,25 @@ Status MessageStore::move(unsigned int id, Folder folder)
 
 Removed MessageStore::remove(unsigned int id)
 {
+    Removed removed = d->remove(id);
+    // Deleting messages is how a person makes room on a full disk, yet committing the removal of
+    // a row needs a little room in the index's log: a delete refused for space leaves the message
+    // whole, and is made again with the room kept back for it. Once a delete has freed space, the
+    // room is kept back again, when there is enough.
+    if (removed.status.code == ErrorCode::NoSpace && releaseReserve(reservePath()))
+        removed = d->remove(id);
+    if (removed.status.ok())
+        keepReserve(reservePath());
+    return removed;
+}
+
+Removed MessageStore::Impl::remove(unsigned int id)
+{
     Removed removed;
     removed.id = id;
     removed.mailFile = MMS_UTIL_Common::msgDBIDToMailFileName(id);
-    Impl::Session session;
-    d->begin(&session, false);
+    Session session;
+    begin(&session, false);
     removed.status = session.status;
     if (!removed.status.ok())
         return removed;

@@ -55,6 +55,26 @@ QStringList namesIn(const QString& directory)
                                      QDir::NoDotAndDotDot);
 }
 
+std::string damageTableLookups(const QString& path)
+{
+    qint64 page = -1;
+    qint64 pageSize = -1;
+    {
+        const auto look = lookInto(path);
+        if (!look || look->exec("PRAGMA wal_checkpoint(TRUNCATE)") != tavplatform::sql::Status::Ok)
+            return "cannot move the log of " + path.toStdString() + " into it";
+        page = queryInt(*look, "SELECT rootpage FROM sqlite_master "
+                               "WHERE name = 'sqlite_autoindex_tav_schema_1'");
+        pageSize = queryInt(*look, "PRAGMA page_size");
+    }
+    QFile file(path);
+    if (page < 2 || pageSize <= 0 || !file.open(QIODevice::ReadWrite) ||
+        !file.seek((page - 1) * pageSize) ||
+        file.write(QByteArray(int(pageSize), '\x07')) != pageSize)
+        return "cannot damage page " + std::to_string(page) + " of " + path.toStdString();
+    return {};
+}
+
 std::string fillASmallDisk(const QString& directory)
 {
     if (!QDir().mkpath(directory))

@@ -33,6 +33,11 @@ QList<QByteArray> rowIds(const QString& path);
 // Every name in `directory`, hidden ones included; none when it does not exist.
 QStringList namesIn(const QString& directory);
 
+// Damages the database file at `path` where the tables' schemas are looked up (the index of its
+// table "tav_schema"), once its log is moved into it: the file still opens, but no table can be
+// looked for. Empty when done, else why not.
+std::string damageTableLookups(const QString& path);
+
 // For a child process: moves it into a mount namespace of its own with a small file system over
 // `directory` (made when missing), and fills that up with a file named "filler". Empty when done,
 // else why it cannot be, for a skip.

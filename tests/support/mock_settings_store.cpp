@@ -92,6 +92,7 @@ void delegateTo(MockSettingsStore& mock, SettingsStoreService& real)
     TAVMMS_PASS_ON(readBool);
     TAVMMS_PASS_ON(readInt);
     TAVMMS_PASS_ON(readUInt);
+    TAVMMS_PASS_ON(readError);
     TAVMMS_PASS_ON(writeText);
     TAVMMS_PASS_ON(writeBool);
     TAVMMS_PASS_ON(writeInt);

@@ -38,6 +38,7 @@ public:
                 (const QString& group, const QString& key, unsigned int& value,
                  unsigned int defaultValue),
                 (override));
+    MOCK_METHOD(QString, readError, (), (override));
     MOCK_METHOD(bool, writeText,
                 (const QString& group, const QString& key, const QString& value, bool option),
                 (override));

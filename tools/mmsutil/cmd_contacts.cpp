@@ -113,8 +113,10 @@ int runList(const cli::Command& command, const QStringList& arguments)
         return cli::ExitFailed;
     const std::optional<QList<tavplatform::Contact>> contacts = book->contacts();
     if (!contacts)
-        return cli::fail(QStringLiteral("cannot read the address book '%1'")
-                             .arg(SqliteAddressBook::defaultPath()));
+        return cli::fail(book->readError().isEmpty()
+                             ? QStringLiteral("cannot read the address book '%1'")
+                                   .arg(SqliteAddressBook::defaultPath())
+                             : book->readError());
     for (const tavplatform::Contact& contact : *contacts) {
         cli::out() << contactTitle(contact) << '\n';
         for (const tavplatform::ContactAddress& item : contact.numbers + contact.emails)
@@ -143,8 +145,16 @@ int runLookup(const cli::Command& command, const QStringList& arguments)
         cli::parseEntry(parser.positionalArguments().constFirst(), &error);
     if (!entry)
         return cli::usageError(command.name, error);
+    std::optional<SqliteAddressBook> book = openBook();
+    if (!book)
+        return cli::ExitFailed;
+    // The lookup runs on this book object, so that a book that could not be read is told from
+    // one that holds no such contact.
+    const tavplatform::ScopedAddressBookService installed(&*book);
     MMS_UTIL_CONTACT_INFO_T info;
     MMS_UTIL_Common::srchContactInfoByVal(info, *entry);
+    if (const QString why = book->readError(); !why.isEmpty())
+        return cli::fail(why);
     // Without a hit the detail stays empty and the name is the address itself.
     if (info.contactDetail.isEmpty()) {
         cli::out() << "not found\n";

@@ -42,7 +42,7 @@ struct Outcome {
 const Outcome kOutcomes[] = {
     {Change::Made, nullptr, ExitOk},
     {Change::Refused, "the settings store refused the change", ExitFailed},
-    {Change::StorageFull, "storage is full", ExitFailed},
+    {Change::StorageFull, "no space left on device", ExitFailed},
     {Change::AlreadyThere, nullptr, ExitNo}, // told in the caller's words
 };
 

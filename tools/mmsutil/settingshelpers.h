@@ -52,7 +52,7 @@ template <typename Write> WriteResult callWriter(Write write)
 }
 
 // Reports the result: nothing and ExitOk when the change was made; else one line
-// "mmsutil: <what>: storage is full" (or "... the settings store refused the change (<errno
+// "mmsutil: <what>: no space left on device" (or "... the settings store refused the change (<errno
 // text>)") and ExitFailed, or `alreadyThere` and ExitNo.
 int reportChange(const WriteResult& result, const ResultCodes& codes, const QString& what,
                  const QString& alreadyThere = QString());
