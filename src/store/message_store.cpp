@@ -75,10 +75,10 @@ SizeLimit limitOf(int kilobytes, const char* setting)
             QStringLiteral("the limit of %1 KB (%2)").arg(kilobytes).arg(QLatin1String(setting))};
 }
 
-// Fails when the settings store could not be read by the reads since `reading` opened it: its
-// defaults would stand in for what the user set, and an empty block list lets every sender
-// through.
-Status settingsWereRead(const SETUP_SET_Manager& /*reading*/, const char* outcome)
+// Fails when the settings store could not be read by the reads since the caller opened it (and
+// holds it open): its defaults would stand in for what the user set, and an empty block list lets
+// every sender through.
+Status settingsWereRead(const char* outcome)
 {
     const QString why = tavplatform::settingsStoreService().readError();
     if (why.isEmpty())
@@ -458,7 +458,7 @@ Added MessageStore::compose(const NewMessage& message, Folder folder)
         MMS_UTIL_Common::getOwnerEntry(composed.from);
     MMS_UTIL_MsgHeaderBase header;
     header.loadGlobalSetting();
-    added.status = settingsWereRead(reading, "the message was not kept");
+    added.status = settingsWereRead("the message was not kept");
     if (added.status.ok())
         added.status = checkSize(message.body, limit);
     if (!added.status.ok())
@@ -476,7 +476,7 @@ Added MessageStore::receive(const NewMessage& message)
                          MMS_UTIL_Setting::isInBlockList(message.from.address);
     const SizeLimit limit = receiveLimit();
     // A message refused here stays with the MMSC, which offers it again.
-    added.status = settingsWereRead(reading, "the message was refused");
+    added.status = settingsWereRead("the message was refused");
     if (added.status.ok() && blocked)
         added.status = Status::failure(
             ErrorCode::Blocked, QStringLiteral("'%1' is on the block list; the message was refused")

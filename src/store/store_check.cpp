@@ -119,10 +119,11 @@ Status readDirectory(CheckReport* report, Store* store, bool* missing)
         return Status::failure(ErrorCode::Failed,
                                QStringLiteral("cannot read the mail file directory '%1': %2")
                                    .arg(report->directory, errnoText(error)));
-    std::sort(entries.begin(), entries.end(),
-              [](const DirectoryEntry& a, const DirectoryEntry& b) { return a.name < b.name; });
     for (const DirectoryEntry& entry : entries)
         addEntry(report, store, entry);
+    // The messages go by id; the other names are listed by name.
+    std::sort(report->others.begin(), report->others.end(),
+              [](const OtherEntry& a, const OtherEntry& b) { return a.name < b.name; });
     return {};
 }
 
