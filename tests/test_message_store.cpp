@@ -178,6 +178,17 @@ protected:
         EXPECT_EQ(MMS_UTIL_DBTable::mmsTxn, nullptr);
     }
 
+    // Runs `operation` with the settings store reading as ever but saying it could not be read,
+    // for `why`.
+    Added withUnreadableSettings(const QString& why, const std::function<Added()>& operation)
+    {
+        NiceMock<tavmms_test::MockSettingsStore> failing;
+        tavmms_test::delegateTo(failing, settings.store());
+        EXPECT_CALL(failing, readError()).WillRepeatedly(Return(why));
+        const tavplatform::ScopedSettingsStoreService installed(&failing);
+        return operation();
+    }
+
     // The platform's data stays in temporary directories whatever a test reaches.
     QTemporaryDir platformDir;
     tavmms_test::ScopedEnvironment platform{"TAV_PLATFORM_DIR", platformDir.path().toUtf8()};
@@ -645,12 +656,9 @@ TEST_F(MessageStoreTest, ReceiveRefusesTheMessageWhenTheSettingsStoreCannotBeRea
 {
     const QString why = QStringLiteral("the settings store '/p/settings.db' cannot be read: "
                                        "input/output error");
-    NiceMock<tavmms_test::MockSettingsStore> failing;
-    tavmms_test::delegateTo(failing, settings.store());
-    EXPECT_CALL(failing, readError()).WillRepeatedly(Return(why));
-    const tavplatform::ScopedSettingsStoreService installed(&failing);
 
-    const Added outcome = messages.receive(receivedMessage());
+    const Added outcome =
+        withUnreadableSettings(why, [&] { return messages.receive(receivedMessage()); });
 
     EXPECT_EQ(outcome.status.code, ErrorCode::Failed);
     EXPECT_EQ(outcome.status.text, why + QStringLiteral("; the message was refused"));
@@ -683,12 +691,9 @@ TEST_F(MessageStoreTest, ComposeKeepsNothingWhenTheSettingsStoreCannotBeRead)
 {
     const QString why = QStringLiteral("the settings store '/p/settings.db' is damaged: it is "
                                        "not a database, or a corrupt one");
-    NiceMock<tavmms_test::MockSettingsStore> failing;
-    tavmms_test::delegateTo(failing, settings.store());
-    EXPECT_CALL(failing, readError()).WillRepeatedly(Return(why));
-    const tavplatform::ScopedSettingsStoreService installed(&failing);
 
-    const Added outcome = messages.compose(sampleMessage());
+    const Added outcome =
+        withUnreadableSettings(why, [&] { return messages.compose(sampleMessage()); });
 
     EXPECT_EQ(outcome.status.code, ErrorCode::Failed);
     EXPECT_EQ(outcome.status.text, why + QStringLiteral("; the message was not kept"));

@@ -78,6 +78,27 @@ protected:
         return value;
     }
 
+    // Writes 200 settings, then overwrites every page of the file from page `first` (counted
+    // from 0) with garbage. The log kept beside the file holds good copies of the pages, so it
+    // goes: only the file is damaged.
+    void fillAndDamagePagesFrom(qint64 first)
+    {
+        for (int i = 0; i < 200; ++i)
+            ASSERT_TRUE(
+                store().writeText(kGroup, QString::number(i), QString(100, QChar(u'v')), false));
+        ASSERT_TRUE(store().flush());
+        temp.reopen();
+        for (const char* suffix : {"-wal", "-shm"})
+            ASSERT_TRUE(QFile::remove(temp.path() + QLatin1String(suffix)));
+        const qint64 pageSize = 4096;
+        const qint64 size = QFileInfo(temp.path()).size();
+        ASSERT_GT(size, first * pageSize);
+        QFile file(temp.path());
+        ASSERT_TRUE(file.open(QIODevice::ReadWrite));
+        ASSERT_TRUE(file.seek(first * pageSize));
+        ASSERT_TRUE(file.write(QByteArray(int(size - first * pageSize), char(0xA5))) > 0);
+    }
+
     TempSettingsStore temp;
 };
 
@@ -887,23 +908,7 @@ TEST_F(SqliteSettingsStoreTest, FileThatIsNotADatabaseFailsEveryWriteAndIsLeftAl
 
 TEST_F(SqliteSettingsStoreTest, DamagedPagesFailWritesAndGiveDefaults)
 {
-    for (int i = 0; i < 200; ++i)
-        ASSERT_TRUE(
-            store().writeText(kGroup, QString::number(i), QString(100, QChar(u'v')), false));
-    ASSERT_TRUE(store().flush());
-    temp.reopen();
-    // The log kept beside the file holds good copies of the pages; only the file is damaged.
-    for (const char* suffix : {"-wal", "-shm"})
-        ASSERT_TRUE(QFile::remove(temp.path() + QLatin1String(suffix)));
-    const qint64 pageSize = 4096;
-    const qint64 size = QFileInfo(temp.path()).size();
-    ASSERT_GT(size, pageSize);
-    {
-        QFile file(temp.path());
-        ASSERT_TRUE(file.open(QIODevice::ReadWrite));
-        ASSERT_TRUE(file.seek(pageSize));
-        ASSERT_TRUE(file.write(QByteArray(int(size - pageSize), char(0xA5))) > 0);
-    }
+    ASSERT_NO_FATAL_FAILURE(fillAndDamagePagesFrom(1));
     errno = 0;
     EXPECT_FALSE(store().writeInt(kGroup, QStringLiteral("new"), 1));
     EXPECT_EQ(errno, EIO);
@@ -946,22 +951,8 @@ TEST_F(SqliteSettingsStoreTest, ReadErrorCallsAFileThatIsNotADatabaseDamaged)
 
 TEST_F(SqliteSettingsStoreTest, ReadErrorCallsAFileWithDamagedPagesDamaged)
 {
-    for (int i = 0; i < 200; ++i)
-        ASSERT_TRUE(
-            store().writeText(kGroup, QString::number(i), QString(100, QChar(u'v')), false));
-    ASSERT_TRUE(store().flush());
-    temp.reopen();
-    for (const char* suffix : {"-wal", "-shm"})
-        ASSERT_TRUE(QFile::remove(temp.path() + QLatin1String(suffix)));
-    const qint64 pageSize = 4096;
-    const qint64 size = QFileInfo(temp.path()).size();
-    {
-        // Only the pages past the first are damaged: the file still opens.
-        QFile file(temp.path());
-        ASSERT_TRUE(file.open(QIODevice::ReadWrite));
-        ASSERT_TRUE(file.seek(2 * pageSize));
-        ASSERT_TRUE(file.write(QByteArray(int(size - 2 * pageSize), char(0xA5))) > 0);
-    }
+    // Only the pages past the first are damaged: the file still opens.
+    ASSERT_NO_FATAL_FAILURE(fillAndDamagePagesFrom(2));
     store().open(3, false);
     int value = 0;
     EXPECT_FALSE(store().readInt(kGroup, QStringLiteral("150"), value, 3));
