@@ -1,10 +1,13 @@
 #include "header_row.h"
 
+#include "mail_file_io.h"
 #include "row_text.h"
 
 #include "mms_util_common.h"
 #include "mms_util_msgheaderbase.h"
 
+#include <algorithm>
+#include <cstdio>
 #include <ctime>
 
 namespace tavmms::store
@@ -29,35 +32,46 @@ QString listText(const MMS_UTIL_EntryList& list)
     return texts.join(QStringLiteral(", "));
 }
 
-// Whether a row's text field says something else than the header's, up to their terminators.
-template <size_t N> bool differs(const unsigned short (&row)[N], const unsigned short (&header)[N])
+// `text` up to a NUL, which ends a row's text field.
+QString untilNul(QString text)
+{
+    const qsizetype nul = text.indexOf(QChar(0));
+    if (nul >= 0)
+        text.truncate(nul);
+    return text;
+}
+
+// Whether a row's text field says something else than `value` would once written into it.
+template <size_t N> bool differs(const unsigned short (&row)[N], const QString& value)
 {
     const QString text = text16(row);
-    return !text.isEmpty() && text != text16(header);
+    return !text.isEmpty() && text != untilNul(cut16(value, qsizetype(N) - 1));
 }
 
-template <size_t N> bool differs(const char (&row)[N], const char (&header)[N])
+template <size_t N> bool differs(const char (&row)[N], const QString& value)
 {
     const QString text = text8(row);
-    return !text.isEmpty() && text != text8(header);
+    return !text.isEmpty() &&
+           text != untilNul(QString::fromUtf8(cut8(value.toUtf8(), qsizetype(N) - 1)));
 }
 
-quint32 timeOf(const MMS_UTIL_MsgHeaderBase& header)
+// "Sat May 2 03:40:13 1998": `time` in local time as a header block holds it, the text
+// MMS_UTIL_MailFile writes for a send date (C locale names).
+QByteArray dateText(quint32 time)
 {
-    return header.sendDate.isValid() ? quint32(header.sendDate.toSecsSinceEpoch()) : 0;
-}
-
-// Whether `time` is at the local wall time `wall`, which is what a header block holds. Compared so
-// rather than by turning `wall` into seconds: a check compares every file it reads, and Qt's
-// conversions read the system's time zone file again on every call.
-bool isWallTime(quint32 time, const QDateTime& wall)
-{
+    static const char* const kDays[] = {"Sun", "Mon", "Tue", "Wed", "Thu", "Fri", "Sat"};
+    static const char* const kMonths[] = {"Jan", "Feb", "Mar", "Apr", "May", "Jun",
+                                          "Jul", "Aug", "Sep", "Oct", "Nov", "Dec"};
     const time_t seconds = time_t(time);
     tm local{};
-    if (!wall.isValid() || !localtime_r(&seconds, &local))
-        return false;
-    return QDate(local.tm_year + 1900, local.tm_mon + 1, local.tm_mday) == wall.date() &&
-           QTime(local.tm_hour, local.tm_min, local.tm_sec) == wall.time();
+    if (!localtime_r(&seconds, &local))
+        return QByteArray();
+    char text[64];
+    const int length =
+        std::snprintf(text, sizeof text, "%s %s %d %02d:%02d:%02d %d", kDays[local.tm_wday],
+                      kMonths[local.tm_mon], local.tm_mday, local.tm_hour, local.tm_min,
+                      local.tm_sec, local.tm_year + 1900);
+    return QByteArray(text, length);
 }
 
 } // namespace
@@ -73,7 +87,7 @@ void setHeaderFields(MMS_UTIL_DBStruct_T* row, const MMS_UTIL_MsgHeaderBase& hea
     setText16(row->cmn_fld_from_name, displayText(header.from));
     setText16(row->cmn_fld_to_name, recipients.join(QStringLiteral(", ")));
     setText16(row->cmn_fld_subject, header.subject);
-    row->cmn_fld_time = timeOf(header);
+    row->cmn_fld_time = header.sendDate.isValid() ? quint32(header.sendDate.toSecsSinceEpoch()) : 0;
     row->cmn_fld_priority = header.priority;
     row->cmn_fld_mms_type = ushort(MMS_UTIL_Common::getMsgTypeByContentType(header.contentType));
     row->mms_fld_sendervisibility_name = header.senderVisibility;
@@ -93,21 +107,39 @@ MMS_UTIL_DBStruct_T headerRow(const MMS_UTIL_MsgHeaderBase& header)
     return row;
 }
 
-QStringList headerMismatch(const MMS_UTIL_DBStruct_T& row, const MMS_UTIL_MsgHeaderBase& header)
+QStringList headerMismatch(const MMS_UTIL_DBStruct_T& row, const QByteArray& block)
 {
-    // The four fields alone, cut as the row keeps them: a check compares every file it reads.
-    MMS_UTIL_DBStruct_T expected;
-    setText8(expected.mms_fld_msgid_name, header.messageId);
-    setText16(expected.cmn_fld_from_name, displayText(header.from));
-    setText16(expected.cmn_fld_subject, header.subject);
+    // The dates are read as empty and the send date compared as the text the block holds: a
+    // check compares every file it reads, and turning a local time into seconds reads the
+    // system's time zone file again on every call. Each date line keeps its place, so that the
+    // lines around it read as they would.
+    const QByteArray sendDateKey = QByteArrayLiteral("Send_Date:");
+    const QByteArray deliveryKey = QByteArrayLiteral("Delivery:");
+    QByteArray read;
+    read.reserve(block.size());
+    QByteArrayView sendDate;
+    for (qsizetype start = 0; start < block.size();) {
+        qsizetype end = block.indexOf('\n', start);
+        if (end < 0)
+            end = block.size();
+        const QByteArrayView line = QByteArrayView(block).sliced(start, end - start);
+        const QByteArrayView key = keyOfLine(line);
+        if (key == sendDateKey)
+            sendDate = line.sliced(std::min(line.size(), key.size() + 1));
+        read += key == sendDateKey || key == deliveryKey ? key.toByteArray() + ' ' : line;
+        read += '\n';
+        start = end + 1;
+    }
+    MMS_UTIL_MsgHeaderBase header;
+    readHeaderBlock(read, &header);
     QStringList fields;
-    if (differs(row.mms_fld_msgid_name, expected.mms_fld_msgid_name))
+    if (differs(row.mms_fld_msgid_name, header.messageId))
         fields << QStringLiteral("Message-ID");
-    if (differs(row.cmn_fld_from_name, expected.cmn_fld_from_name))
+    if (differs(row.cmn_fld_from_name, displayText(header.from)))
         fields << QStringLiteral("From");
-    if (differs(row.cmn_fld_subject, expected.cmn_fld_subject))
+    if (differs(row.cmn_fld_subject, header.subject))
         fields << QStringLiteral("Subject");
-    if (row.cmn_fld_time != 0 && !isWallTime(row.cmn_fld_time, header.sendDate))
+    if (row.cmn_fld_time != 0 && sendDate != dateText(row.cmn_fld_time))
         fields << QStringLiteral("Date");
     return fields;
 }

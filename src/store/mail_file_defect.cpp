@@ -6,10 +6,11 @@
 #include <QByteArray>
 #include <QFile>
 
-#include <bitset>
+#include <algorithm>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
+#include <vector>
 
 namespace tavmms::store
 {
@@ -24,22 +25,19 @@ const qint64 kRecordSize = qint64(sizeof(MMS_UTIL_MAILFILE_HEADER_T));
 // without its break is what a file cut short looks like.
 bool isWholeHeaderBlock(const QByteArray& block)
 {
-    // Judging a key only reads the object's key texts.
-    static MMS_UTIL_MailFile keys{QString()};
     if (!block.startsWith('\n') || !block.endsWith('\n'))
         return false;
-    std::bitset<MMS_UTIL_MAILFILE_KEY_COUNT> seen;
+    const QList<QByteArray>& keys = headerKeys();
+    std::vector<bool> seen(size_t(keys.size()), false);
     for (qsizetype start = 0; start < block.size();) {
         const qsizetype end = block.indexOf('\n', start);
-        const QByteArrayView line(block.constData() + start, end - start);
-        // The key of a line as the library's reader finds it: up to the first blank.
-        const qsizetype blank = line.indexOf(' ');
-        const int index = keys.judgeString(QString::fromUtf8(blank < 0 ? line : line.first(blank)));
-        if (index < MMS_UTIL_MAILFILE_KEY_COUNT)
-            seen.set(size_t(index));
+        const QByteArrayView key = keyOfLine(QByteArrayView(block).sliced(start, end - start));
+        const qsizetype index = keys.indexOf(key);
+        if (index >= 0)
+            seen[size_t(index)] = true;
         start = end + 1;
     }
-    return seen.all();
+    return std::find(seen.begin(), seen.end(), false) == seen.end();
 }
 
 MailFileDefect unreadable(int error)
@@ -54,7 +52,7 @@ MailFileDefect defect(const char* why)
 
 } // namespace
 
-std::optional<MailFileDefect> mailFileDefect(const QString& path, MMS_UTIL_MsgHeaderBase* header)
+std::optional<MailFileDefect> mailFileDefect(const QString& path, QByteArray* headerBlock)
 {
     // Plain reads of the two parts it needs: a check reads every mail file of the store.
     const Descriptor file{::open(QFile::encodeName(path).constData(), O_RDONLY | O_CLOEXEC)};
@@ -85,9 +83,10 @@ std::optional<MailFileDefect> mailFileDefect(const QString& path, MMS_UTIL_MsgHe
     if (read < 0)
         return unreadable(errno);
     block.truncate(qsizetype(read));
-    if (header)
-        readHeaderBlock(block, header);
-    if (!isWholeHeaderBlock(block))
+    const bool whole = isWholeHeaderBlock(block);
+    if (headerBlock)
+        *headerBlock = block;
+    if (!whole)
         return defect("its header block is cut short");
     return std::nullopt;
 }

@@ -5,11 +5,10 @@
 
 #include "tavmms_global.h"
 
+#include <QByteArray>
 #include <QString>
 
 #include <optional>
-
-class MMS_UTIL_MsgHeaderBase;
 
 namespace tavmms::store
 {
@@ -23,10 +22,10 @@ struct TAVMMS_EXPORT MailFileDefect {
 // Gives nothing when the file `path` loads completely: the library loads it, its 16-byte record
 // is the one a save writes (body at offset 16, header block straight after the body), and its
 // header block holds every key and ends in a line break. Otherwise gives why not. Reading the
-// file is all it does, and its body is not read. `header`, when given, receives what the header
-// block holds whenever the judgement got that far, also when it is cut short.
-TAVMMS_EXPORT std::optional<MailFileDefect>
-mailFileDefect(const QString& path, MMS_UTIL_MsgHeaderBase* header = nullptr);
+// file is all it does, and its body is not read. `headerBlock`, when given, receives the header
+// block whenever the judgement got that far, also when it is cut short.
+TAVMMS_EXPORT std::optional<MailFileDefect> mailFileDefect(const QString& path,
+                                                           QByteArray* headerBlock = nullptr);
 
 } // namespace tavmms::store
 

@@ -184,6 +184,27 @@ void readHeaderBlock(const QByteArray& block, MMS_UTIL_MsgHeaderBase* header)
     reader.readMsgHeaderFrom(stream, header);
 }
 
+const QList<QByteArray>& headerKeys()
+{
+    // Taken from what the library writes, so that they are its keys.
+    static const QList<QByteArray> keys = [] {
+        MMS_UTIL_MsgHeaderBase empty;
+        QList<QByteArray> found;
+        for (const QByteArray& line : headerBlock(empty).split('\n')) {
+            if (!line.isEmpty())
+                found << keyOfLine(line).toByteArray();
+        }
+        return found;
+    }();
+    return keys;
+}
+
+QByteArrayView keyOfLine(QByteArrayView line)
+{
+    const qsizetype blank = line.indexOf(' ');
+    return blank < 0 ? line : line.first(blank);
+}
+
 QString readBackDifference(const QByteArray& block)
 {
     MMS_UTIL_MsgHeaderBase read;

@@ -50,6 +50,13 @@ TAVMMS_EXPORT Status saveNewMailFile(const QString& path, MMS_UTIL_MsgHeaderBase
 // Reads the header text block `block` into `header`, as MMS_UTIL_MailFile reads it after a body.
 TAVMMS_EXPORT void readHeaderBlock(const QByteArray& block, MMS_UTIL_MsgHeaderBase* header);
 
+// The keys of a header block, in the order MMS_UTIL_MailFile writes them ("From:", "To:", ...).
+TAVMMS_EXPORT const QList<QByteArray>& headerKeys();
+
+// The key of a header block's `line` as MMS_UTIL_MailFile's reader takes it: the line up to its
+// first blank, or the whole line.
+TAVMMS_EXPORT QByteArrayView keyOfLine(QByteArrayView line);
+
 // The 16-byte record at the start of a mail file, its words big-endian.
 TAVMMS_EXPORT MMS_UTIL_MAILFILE_HEADER_T recordOf(const unsigned char* bytes);
 

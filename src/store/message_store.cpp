@@ -577,13 +577,14 @@ ReadMessage MessageStore::read(unsigned int id, bool withBody)
             return message;
         }
     }
-    const std::optional<MailFileDefect> defect = mailFileDefect(path);
+    QByteArray block;
+    const std::optional<MailFileDefect> defect = mailFileDefect(path, &block);
     // A damaged file may still be what the library loads.
     std::optional<LoadedMailFile> loaded = loadMailFile(path, &message.mailFileError);
     if (loaded && defect)
         message.mailFileDamage = defect->why;
     else if (loaded)
-        message.mailFileDamage = mismatchText(headerMismatch(message.row.record, *loaded->header));
+        message.mailFileDamage = mismatchText(headerMismatch(message.row.record, block));
     if (loaded) {
         message.header = std::move(loaded->header);
         message.bodyLength = loaded->bodyLength;

@@ -15,14 +15,15 @@
 
 #include <QFile>
 #include <QFileInfo>
-#include <QMap>
 #include <QStringList>
 
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <ctime>
 #include <functional>
+#include <map>
 #include <memory>
 
 namespace tavmms::store
@@ -54,7 +55,7 @@ struct Message {
 
 // What the directory and the index hold.
 struct Store {
-    QMap<unsigned int, Message> messages; // in id order
+    std::map<unsigned int, Message> messages; // in id order
 };
 
 // "1 row", "2 rows".
@@ -98,10 +99,10 @@ void addEntry(CheckReport* report, Store* store, const DirectoryEntry& entry)
                                                   : message.mail;
     file.present = true;
     if (&file == &message.mail && message.row) {
-        MMS_UTIL_MsgHeaderBase header;
-        file.defect = mailFileDefect(path, &header);
+        QByteArray block;
+        file.defect = mailFileDefect(path, &block);
         if (!file.defect)
-            file.mismatch = headerMismatch(message.record, header);
+            file.mismatch = headerMismatch(message.record, block);
     } else {
         file.defect = mailFileDefect(path);
     }
@@ -334,11 +335,13 @@ private:
     bool makeRow(unsigned int id)
     {
         const QString name = mailFileName(id);
-        MMS_UTIL_MsgHeaderBase header;
-        if (mailFileDefect(report_->directory + name, &header)) {
+        QByteArray block;
+        if (mailFileDefect(report_->directory + name, &block)) {
             error_ = QStringLiteral("'%1' no longer loads").arg(report_->directory + name);
             return false;
         }
+        MMS_UTIL_MsgHeaderBase header;
+        readHeaderBlock(block, &header);
         const MMS_UTIL_DBStruct_T row =
             keptFileRow(header, QFileInfo(report_->directory + name).lastModified());
         int r = DB_OK;
@@ -480,7 +483,7 @@ CheckReport checkStore(const CheckOptions& asked)
                                 .arg(report.directory, counted(report.rows, "row")));
         return report;
     }
-    if (table.isMissing() && !store.messages.isEmpty()) {
+    if (table.isMissing() && !store.messages.empty()) {
         report.status = Status::failure(
             ErrorCode::Failed,
             QStringLiteral("there is no message index in '%1', but the mail "
@@ -489,9 +492,11 @@ CheckReport checkStore(const CheckOptions& asked)
                 .arg(databasePath(), filesCounted(report)));
         return report;
     }
+    // Headers are compared with the rows in local time, in the zone read here once for all.
+    ::tzset();
     Checker checker(&report, options);
-    for (auto it = store.messages.begin(); it != store.messages.end(); ++it)
-        checker.check(it.key(), it.value());
+    for (auto& [id, message] : store.messages)
+        checker.check(id, message);
     checker.commitMadeRows();
     return report;
 }
