@@ -54,8 +54,15 @@ MailFileDefect defect(const char* why)
 
 std::optional<MailFileDefect> mailFileDefect(const QString& path, QByteArray* headerBlock)
 {
+    return mailFileDefect(AT_FDCWD, path, headerBlock);
+}
+
+std::optional<MailFileDefect> mailFileDefect(int directory, const QString& name,
+                                             QByteArray* headerBlock)
+{
     // Plain reads of the two parts it needs: a check reads every mail file of the store.
-    const Descriptor file{::open(QFile::encodeName(path).constData(), O_RDONLY | O_CLOEXEC)};
+    const Descriptor file{
+        ::openat(directory, QFile::encodeName(name).constData(), O_RDONLY | O_CLOEXEC)};
     struct stat status {
     };
     if (file.fd < 0 || ::fstat(file.fd, &status) != 0)

@@ -26,6 +26,10 @@ struct TAVMMS_EXPORT MailFileDefect {
 // block whenever the judgement got that far, also when it is cut short.
 TAVMMS_EXPORT std::optional<MailFileDefect> mailFileDefect(const QString& path,
                                                            QByteArray* headerBlock = nullptr);
+// The same for the file `name` in the directory open as the descriptor `directory`, which spares
+// finding the directory again for each of its files.
+TAVMMS_EXPORT std::optional<MailFileDefect> mailFileDefect(int directory, const QString& name,
+                                                           QByteArray* headerBlock = nullptr);
 
 } // namespace tavmms::store
 

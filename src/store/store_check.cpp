@@ -22,6 +22,7 @@
 #include <cstdio>
 #include <cstring>
 #include <ctime>
+#include <fcntl.h>
 #include <functional>
 #include <map>
 #include <memory>
@@ -75,10 +76,9 @@ QString filesCounted(const CheckReport& report)
 }
 
 // Sorts `name` into the mail files, the leftovers of a save or a delete and the other entries.
-void addEntry(CheckReport* report, Store* store, const DirectoryEntry& entry)
+void addEntry(CheckReport* report, Store* store, int directory, const DirectoryEntry& entry)
 {
     const QString& name = entry.name;
-    const QString path = report->directory + name;
     const QString suffix = name.endsWith(kLeftoverSuffix)  ? kLeftoverSuffix
                            : name.endsWith(kDeletedSuffix) ? kDeletedSuffix
                                                            : QString();
@@ -100,11 +100,11 @@ void addEntry(CheckReport* report, Store* store, const DirectoryEntry& entry)
     file.present = true;
     if (&file == &message.mail && message.row) {
         QByteArray block;
-        file.defect = mailFileDefect(path, &block);
+        file.defect = mailFileDefect(directory, name, &block);
         if (!file.defect)
             file.mismatch = headerMismatch(message.record, block);
     } else {
-        file.defect = mailFileDefect(path);
+        file.defect = mailFileDefect(directory, name);
     }
     ++(suffix.isEmpty() ? report->mailFiles : report->leftovers);
 }
@@ -120,8 +120,10 @@ Status readDirectory(CheckReport* report, Store* store, bool* missing)
         return Status::failure(ErrorCode::Failed,
                                QStringLiteral("cannot read the mail file directory '%1': %2")
                                    .arg(report->directory, errnoText(error)));
+    const Descriptor directory{::open(QFile::encodeName(report->directory).constData(),
+                                      O_RDONLY | O_DIRECTORY | O_CLOEXEC)};
     for (const DirectoryEntry& entry : entries)
-        addEntry(report, store, entry);
+        addEntry(report, store, directory.fd, entry);
     // The messages go by id; the other names are listed by name.
     std::sort(report->others.begin(), report->others.end(),
               [](const OtherEntry& a, const OtherEntry& b) { return a.name < b.name; });
