@@ -243,6 +243,39 @@ TEST_F(MmsutilSettingsTest, ShowGivesTheSizeLimitsInKBAndZeroAsNoLimit)
         << text.toStdString();
 }
 
+TEST_F(MmsutilSettingsTest, CommandsThatReadSettingsFailNamingADamagedStoreAndPrintNothing)
+{
+    ASSERT_TRUE(run({QStringLiteral("block"), QStringLiteral("add"), QStringLiteral("15550199")})
+                    .exitCode == 0);
+    for (const char* suffix : {"", "-wal", "-shm"})
+        QFile::remove(storePath() + QLatin1String(suffix));
+    {
+        QFile file(storePath());
+        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+        ASSERT_EQ(file.write(QByteArray(8192, 'x')), 8192);
+    }
+    const QList<QStringList> commands{
+        {QStringLiteral("settings"), QStringLiteral("show")},
+        {QStringLiteral("block"), QStringLiteral("list")},
+        {QStringLiteral("block"), QStringLiteral("check"), QStringLiteral("15550199")},
+        {QStringLiteral("flex"), QStringLiteral("get"), QStringLiteral("49")},
+        {QStringLiteral("sending"), QStringLiteral("show")},
+        {QStringLiteral("profile"), QStringLiteral("list")},
+        {QStringLiteral("profile"), QStringLiteral("show"), QStringLiteral("Operator")},
+    };
+    for (const QStringList& command : commands) {
+        const ToolResult result = run(command);
+
+        EXPECT_EQ(result.exitCode, 1) << command.join(' ').toStdString();
+        EXPECT_TRUE(result.out.isEmpty()) << result.out.toStdString();
+        EXPECT_EQ(result.err.toStdString(),
+                  QStringLiteral("mmsutil: the settings store '%1' is damaged: it is not a "
+                                 "database, or a corrupt one\n")
+                      .arg(storePath())
+                      .toStdString());
+    }
+}
+
 TEST_F(MmsutilSettingsTest, SetWritesEverySettingAsTheLibraryReadsIt)
 {
     addDefaultProfile();

@@ -38,6 +38,8 @@ int runList(const cli::Command& command, const QStringList& arguments)
     QCommandLineParser parser;
     if (const std::optional<int> stop = cli::parse(parser, command, arguments, 0))
         return *stop;
+    if (const std::optional<int> stop = cli::failWhenSettingsUnreadable())
+        return *stop;
     const QString list = MMS_UTIL_Setting::getBlockList();
     if (!list.isEmpty())
         cli::out() << QString(list).replace(QLatin1Char(','), QLatin1Char('\n')) << '\n';
@@ -70,6 +72,8 @@ int runCheck(const cli::Command& command, const QStringList& arguments)
                        "with 3.") +
         kMatchHelp);
     if (const std::optional<int> stop = parseAddress(parser, command, arguments))
+        return *stop;
+    if (const std::optional<int> stop = cli::failWhenSettingsUnreadable())
         return *stop;
     if (MMS_UTIL_Setting::isInBlockList(parser.positionalArguments().constFirst())) {
         cli::out() << "blocked\n";

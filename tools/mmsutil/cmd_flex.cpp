@@ -41,6 +41,8 @@ int runGet(const cli::Command& command, const QStringList& arguments)
         return *stop;
     if (const std::optional<int> stop = flagId(command, parser, &id))
         return *stop;
+    if (const std::optional<int> stop = cli::failWhenSettingsUnreadable())
+        return *stop;
     bool value = false;
     SETUP_Utility utility;
     if (!utility.getFlexBit(id, value))

@@ -32,6 +32,8 @@ int runList(const cli::Command& command, const QStringList& arguments)
     QCommandLineParser parser;
     if (const std::optional<int> stop = cli::parse(parser, command, arguments, 0))
         return *stop;
+    if (const std::optional<int> stop = cli::failWhenSettingsUnreadable())
+        return *stop;
     for (const QString& name : MMS_UTIL_Setting::getMMSProfiles())
         cli::out() << name << '\n';
     return cli::ExitOk;
@@ -75,6 +77,8 @@ int runShow(const cli::Command& command, const QStringList& arguments)
     QCommandLineParser parser;
     parser.addOption(json);
     if (const std::optional<int> stop = parseNamed(parser, command, arguments))
+        return *stop;
+    if (const std::optional<int> stop = cli::failWhenSettingsUnreadable())
         return *stop;
     const QString name = parser.positionalArguments().constFirst();
     if (!cli::profileListed(name))

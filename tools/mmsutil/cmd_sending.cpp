@@ -31,6 +31,8 @@ int runShow(const cli::Command& command, const QStringList& arguments)
     parser.addOption(json);
     if (const std::optional<int> stop = cli::parse(parser, command, arguments, 0))
         return *stop;
+    if (const std::optional<int> stop = cli::failWhenSettingsUnreadable())
+        return *stop;
     const cli::SendingValues stored = storedSendingValues();
     // A code other than Low, Normal or High, written by another application, does not reach a
     // message's header.

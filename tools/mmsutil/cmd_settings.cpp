@@ -21,6 +21,8 @@ int runShow(const cli::Command& command, const QStringList& arguments)
     parser.addOption(json);
     if (const std::optional<int> stop = cli::parse(parser, command, arguments, 0))
         return *stop;
+    if (const std::optional<int> stop = cli::failWhenSettingsUnreadable())
+        return *stop;
     const QString profile = MMS_UTIL_Setting::getDefaultMMSProfile();
     QList<cli::ShownValue> values;
     for (const cli::Setting& setting : cli::settings())

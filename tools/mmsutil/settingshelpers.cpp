@@ -198,6 +198,14 @@ int reportChange(bool written, int error, const QString& what)
     return report(change, error, what, QString());
 }
 
+std::optional<int> failWhenSettingsUnreadable()
+{
+    const QString why = tavplatform::settingsStoreService().readError();
+    if (why.isEmpty())
+        return std::nullopt;
+    return fail(why);
+}
+
 int changeTogether(const QString& what, const std::function<int()>& change)
 {
     tavplatform::ScopedSettingsBatch batch;

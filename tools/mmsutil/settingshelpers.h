@@ -59,6 +59,11 @@ int reportChange(const WriteResult& result, const ResultCodes& codes, const QStr
 // The same for a store call that returns true or false and sets errno.
 int reportChange(bool written, int error, const QString& what);
 
+// Fails, saying why and naming the file, when the settings store cannot be read: what a reader
+// would print are its defaults, which would pass for the user's settings. Nothing when it can, or
+// when it is not there yet (a new device has its defaults).
+std::optional<int> failWhenSettingsUnreadable();
+
 // Runs `change` in one batch of the settings store, so that other processes see all that it
 // writes or nothing of it, and what it reads stays as read until it is done. `change` writes
 // through the library, reports its own failures and returns the exit status; when that is not
