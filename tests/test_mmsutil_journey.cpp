@@ -9,6 +9,7 @@
 #include "support/mailfile_helpers.h"
 #include "support/message_store.h"
 #include "support/mount_namespace.h"
+#include "support/sql_queries.h"
 #include "support/tool_process.h"
 
 #include <gtest/gtest.h>
@@ -297,9 +298,11 @@ TEST_F(MmsutilJourneyTest, ComposeOnAFullDiskKeepsNothing)
 
 // On a small file system of its own holding the whole store (platform directory and download
 // path), filled up once two messages are kept: what reads the store works, compose and receive
-// are refused for space, and a delete frees space.
+// are refused for space, and a delete frees space. Without `logFilesKept`, the index's log files
+// are gone before the disk fills, as a release that did not keep them left the index.
 ChildVerdict aFullStore(const QString& directory,
-                        const std::function<ToolResult(const QStringList&)>& run)
+                        const std::function<ToolResult(const QStringList&)>& run,
+                        bool logFilesKept = true)
 {
     if (const std::string why = tavmms_test::enterPrivateMountNamespace(); !why.empty())
         return ChildVerdict::skip("no private mount namespace for a small file system: " + why);
@@ -319,6 +322,18 @@ ChildVerdict aFullStore(const QString& directory,
                               body};
     if (run(compose).exitCode != 0 || run(compose).exitCode != 0)
         return ChildVerdict::fail("the messages were not kept before the disk filled");
+    if (!logFilesKept) {
+        // Everything in the log goes into the file first, so that the log files hold nothing.
+        const QString index = directory + QStringLiteral("/platform/device.db");
+        const auto connection = tavmms_test::lookInto(index);
+        if (!connection ||
+            connection->exec("PRAGMA wal_checkpoint(TRUNCATE)") != tavplatform::sql::Status::Ok)
+            return ChildVerdict::fail("cannot empty the index's log");
+        for (const char* suffix : {"-wal", "-shm"}) {
+            if (!QFile::remove(index + QLatin1String(suffix)))
+                return ChildVerdict::fail("cannot remove the index's log files");
+        }
+    }
     if (const std::string why = tavmms_test::fillDisk(directory); !why.empty())
         return ChildVerdict::fail(why);
 
@@ -357,6 +372,15 @@ TEST_F(MmsutilJourneyTest, AFullDiskStillListsShowsChecksAndDeletesButRefusesNew
 {
     tavmms_test::ChildProcess child([&](tavmms_test::ChildProcess&) {
         return aFullStore(dir.path(), [&](const QStringList& arguments) { return run(arguments); });
+    });
+    EXPECT_CHILD_PASSES(child, 60s);
+}
+
+TEST_F(MmsutilJourneyTest, AFullDiskStillListsAndDeletesWithAnIndexWhoseLogFilesAreGone)
+{
+    tavmms_test::ChildProcess child([&](tavmms_test::ChildProcess&) {
+        return aFullStore(
+            dir.path(), [&](const QStringList& arguments) { return run(arguments); }, false);
     });
     EXPECT_CHILD_PASSES(child, 60s);
 }

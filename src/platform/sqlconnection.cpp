@@ -188,39 +188,57 @@ Connection::~Connection()
 
 std::unique_ptr<Connection> Connection::open(const QString& path, Status* status, int busyTimeoutMs)
 {
+    int code = SQLITE_OK;
+    std::unique_ptr<Connection> connection = openWith(path, busyTimeoutMs, false, &code);
+    // On a full disk the log's shared index (the "-shm" file beside the database) cannot be
+    // made when no process kept it. Opened alone, the connection keeps that index in its own
+    // memory: other processes then wait for it, but the store can be read, and a message deleted
+    // to make room.
+    const int primary = code & 0xff;
+    if (!connection && (primary == SQLITE_FULL || code == SQLITE_IOERR_SHMOPEN ||
+                        code == SQLITE_IOERR_SHMSIZE || code == SQLITE_IOERR_SHMMAP)) {
+        connection = openWith(path, busyTimeoutMs, true, &code);
+    }
+    *status = connection                ? Status::Ok
+              : code == SQLITE_READONLY ? Status::ReadOnly
+                                        : openFailure(code, path);
+    return connection;
+}
+
+std::unique_ptr<Connection> Connection::openWith(const QString& path, int busyTimeoutMs, bool alone,
+                                                 int* code)
+{
     sqlite3* db = nullptr;
     const int flags = SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_NOMUTEX;
-    const int rc = sqlite3_open_v2(QFile::encodeName(path).constData(), &db, flags, nullptr);
+    *code = sqlite3_open_v2(QFile::encodeName(path).constData(), &db, flags, nullptr);
     std::unique_ptr<Connection> connection(db ? new Connection(db, busyTimeoutMs) : nullptr);
-    if (rc != SQLITE_OK) {
-        *status = openFailure(rc, path);
+    if (*code != SQLITE_OK)
         return nullptr;
-    }
     // The engine falls back to reading a file it may not write; this connection is for writing.
     if (sqlite3_db_readonly(db, "main") == 1) {
-        *status = Status::ReadOnly;
+        *code = SQLITE_READONLY;
         return nullptr;
     }
     sqlite3_extended_result_codes(db, 1);
     sqlite3_busy_handler(db, &Connection::waitWhileBusy, connection.get());
+    // The locking mode touches no file; it only holds for what comes after it.
+    if (alone && (*code = sqlite3_exec(db, "PRAGMA locking_mode=EXCLUSIVE", nullptr, nullptr,
+                                       nullptr)) != SQLITE_OK)
+        return nullptr;
     // WAL lets readers in other processes go on while one writes; FULL makes a commit survive a
     // power cut, not only a crash of the process.
     for (const char* pragma : {"PRAGMA journal_mode=WAL", "PRAGMA synchronous=FULL"}) {
         // Turning a file to the log reads it first, and a read that must then become a write is
         // refused at once, without the busy handler, while another process writes; so this waits
         // here the same way.
-        int code;
         for (int tries = 0;
-             (code = sqlite3_exec(db, pragma, nullptr, nullptr, nullptr)) != SQLITE_OK &&
-             (code & 0xff) == SQLITE_BUSY && waitWhileBusy(connection.get(), tries);
+             (*code = sqlite3_exec(db, pragma, nullptr, nullptr, nullptr)) != SQLITE_OK &&
+             (*code & 0xff) == SQLITE_BUSY && waitWhileBusy(connection.get(), tries);
              ++tries) {
         }
-        if (code != SQLITE_OK) {
-            *status = openFailure(code, path);
+        if (*code != SQLITE_OK)
             return nullptr;
-        }
     }
-    *status = Status::Ok;
     return connection;
 }
 

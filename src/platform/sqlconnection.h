@@ -109,6 +109,10 @@ private:
     Connection(sqlite3* db, int busyTimeoutMs);
     // The engine's busy handler: true to try again.
     static int waitWhileBusy(void* connection, int tries);
+    // Opens and sets up a connection, `alone` in the exclusive locking mode; null on failure,
+    // with the engine's result code in `code`.
+    static std::unique_ptr<Connection> openWith(const QString& path, int busyTimeoutMs, bool alone,
+                                                int* code);
 
     sqlite3* db_;
     const std::chrono::milliseconds busyTimeout_;
