@@ -1,5 +1,7 @@
 // Keeps a composed and a received message in the message store, lists them, reads one back,
-// marks it read and deletes both: what a messaging application does through the store.
+// marks it read and deletes both: what a messaging application does through the store. It also
+// counts the index's rows through the platform's database interface (DB_*), as applications
+// written against that interface read them.
 //
 //   keep_messages DIRECTORY
 //
@@ -28,6 +30,32 @@ int failed(const char* what, const store::Status& status)
 {
     std::fprintf(stderr, "%s: %s\n", what, qPrintable(status.text));
     return 1;
+}
+
+// The rows of the message index, walked with a cursor in a transaction of their own; -1 when the
+// database cannot be read.
+int countedRows()
+{
+    void* db = DB_DB_GetNativeDB();
+    void* table = nullptr;
+    if (!db || DB_TABLE_Open(db, &table, MMS_UTIL_DBTable::mmsTableName) != DB_OK)
+        return -1;
+    void* txn = nullptr;
+    void* cursor = nullptr;
+    int rows = -1;
+    if (DB_TXN_Begin(&txn, 0) == DB_OK) {
+        if (DB_CURSOR_Open(txn, &table, DB_CURSOR_ASCENDING, "id", &cursor) == DB_OK) {
+            int r = DB_CURSOR_MoveFirst(cursor);
+            for (rows = 0; r == DB_OK; r = DB_CURSOR_MoveNext(cursor))
+                ++rows;
+            if (r != DB_ERR_NOT_FOUND)
+                rows = -1;
+            DB_CURSOR_Close(cursor);
+        }
+        DB_TXN_Commit(txn);
+    }
+    DB_TABLE_Close(table);
+    return rows;
 }
 
 } // namespace
@@ -69,6 +97,8 @@ int main(int argc, char** argv)
     for (const store::MessageRow& row : listed.rows)
         std::printf("%u %s %s: %s\n", row.id, qPrintable(store::folderName(row.folder())),
                     qPrintable(row.from()), qPrintable(row.subject()));
+
+    std::printf("%d rows in the index\n", countedRows());
 
     const store::ReadMessage reply = messages.read(received.id);
     if (!reply.status.ok() || !reply.header)

@@ -1,7 +1,9 @@
 #!/bin/bash
 # Builds the Debian packages of a build tree with cpack, unpacks them into an empty root with
-# dpkg -x, and builds and runs the example program against that root alone, once with CMake and
-# once with pkg-config; then runs the packaged mmsutil and its bash completion.
+# dpkg -x, and builds and runs the example programs against that root alone, once with CMake and
+# once with pkg-config: one reads and writes a mail file, the other keeps messages in the store and
+# walks the index through the platform's DB_* interface. Then runs the packaged mmsutil and its
+# bash completion.
 #   test_packages.sh CPACK CMAKE BUILD_DIR SOURCE_DIR SANITIZED(0|1)
 set -euo pipefail
 
@@ -63,18 +65,30 @@ libdir=$(dirname "$library")
 pcdir=$(dirname "$(find "$root/usr/lib" -name tavmmsutility.pc)")
 [[ -f $root/usr/share/bash-completion/completions/mmsutil ]] || fail "no bash completion"
 
-# Runs a built example; it must take the library from the root and write and read a message.
+# Runs a built example with argument $2; it must take the library from the root and print each
+# of the lines that follow.
 run_example()
 {
-    local program=$1 shown loaded
+    local program=$1 argument=$2 shown loaded line
+    shift 2
     # Read whole: grep -q would close the pipe early, and pipefail would count ldd's SIGPIPE.
     loaded=$(LD_LIBRARY_PATH=$libdir ldd "$program") || fail "ldd $program failed"
     [[ $loaded == *"libtavmmsutility.so.1 => $libdir/"* ]] ||
         fail "$program does not load the library from the unpacked root"
-    shown=$(LD_LIBRARY_PATH=$libdir "$program" "$work/$(basename "$program").mms") ||
-        fail "$program failed"
-    [[ $shown == *"Subject: Hello from libtavmmsutility"*"To: Bob <bob@example.org>"* ]] ||
-        fail "$program printed: $shown"
+    shown=$(LD_LIBRARY_PATH=$libdir "$program" "$argument") || fail "$program failed"
+    for line in "$@"; do
+        [[ $'\n'$shown$'\n' == *$'\n'"$line"$'\n'* ]] || fail "$program printed: $shown"
+    done
+}
+
+# Both examples, built in the directory $1, which also takes what they write.
+run_examples()
+{
+    run_example "$1/write_and_read" "$1/mail.mms" "Subject: Hello from libtavmmsutility" \
+        "To: Bob <bob@example.org>"
+    mkdir -p "$1/store"
+    run_example "$1/keep_messages" "$1/store" "2 inbox Ann: Re: Hello" "2 rows in the index" \
+        "deleted message 2"
 }
 
 # CMake: find_package(tavmmsutility) with the root's prefix.
@@ -83,16 +97,19 @@ quietly "$cmake" -S "$source/examples" -B "$work/cmake-build" -DCMAKE_PREFIX_PAT
 found=$(sed -n 's/^tavmmsutility_DIR:PATH=//p' "$work/cmake-build/CMakeCache.txt")
 [[ $found == "$root/"* ]] || fail "CMake found the package at '$found', outside the root"
 quietly "$cmake" --build "$work/cmake-build"
-run_example "$work/cmake-build/write_and_read"
+run_examples "$work/cmake-build"
 
 # pkg-config: the file finds its prefix from where it lies.
 export PKG_CONFIG_PATH=$pcdir
 prefix=$(pkg-config --variable=prefix tavmmsutility)
 [[ $prefix == "$root/"* ]] || fail "pkg-config gives the prefix '$prefix', outside the root"
 read -ra flags <<<"$(pkg-config --cflags --libs tavmmsutility)"
-quietly c++ -std=c++17 -fPIC "$source/examples/write_and_read.cpp" "${flags[@]}" \
-    -o "$work/write_and_read-pkgconfig"
-run_example "$work/write_and_read-pkgconfig"
+mkdir -p "$work/pkgconfig"
+for example in write_and_read keep_messages; do
+    quietly c++ -std=c++17 -fPIC "$source/examples/$example.cpp" "${flags[@]}" \
+        -o "$work/pkgconfig/$example"
+done
+run_examples "$work/pkgconfig"
 
 # The tool, and its completion with it.
 help=$(LD_LIBRARY_PATH=$libdir "$root/usr/bin/mmsutil" --help) || fail "mmsutil --help failed"
