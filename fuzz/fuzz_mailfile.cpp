@@ -1,7 +1,12 @@
-// Every reader of the mail file on arbitrary file content: none may crash, read out of bounds or
-// leak, whatever the record words and the header text say.
+// Every reader of the mail file, the library's and the store's, on arbitrary file content: none
+// may crash, read out of bounds or leak, whatever the record words and the header text say.
 
 #include <tavmmsutility.h>
+
+#include "header_row.h"
+#include "mail_file_defect.h"
+#include "mail_file_io.h"
+#include "row_text.h"
 
 #include <QDir>
 #include <QFile>
@@ -50,5 +55,16 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     file.loadMailFile();
     const std::unique_ptr<MMS_UTIL_MsgHeaderBase> loadedHeader(file.header);
     const std::unique_ptr<unsigned char[]> loadedBody(file.body);
+
+    // The store's readers: the check's judgement of a file, the header block it hands out held
+    // against a row, and the load a read of a message makes.
+    QByteArray block;
+    tavmms::store::mailFileDefect(path, &block);
+    MMS_UTIL_DBStruct_T row{};
+    tavmms::store::setText16(row.cmn_fld_subject, QStringLiteral("Subject"));
+    row.cmn_fld_time = 1767268700;
+    tavmms::store::headerMismatch(row, block);
+    QString error;
+    tavmms::store::loadMailFile(path, &error);
     return 0;
 }
