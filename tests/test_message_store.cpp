@@ -410,9 +410,9 @@ TEST_F(MessageStoreTest, ComposeWithoutAMailFileDirectoryKeepsNothing)
     const Added outcome = messages.compose(sampleMessage());
 
     expectOneLineError(outcome.status);
-    EXPECT_EQ(
-        outcome.status.text,
-        QStringLiteral("cannot create the mail file directory '%1/'").arg(store.mailFileDir()));
+    EXPECT_EQ(outcome.status.text,
+              QStringLiteral("cannot create the mail file directory '%1/': Not a directory")
+                  .arg(store.mailFileDir()));
     EXPECT_EQ(store.rowCount(), 0);
     EXPECT_EQ(MMS_UTIL_DBTable::mmsTxn, nullptr);
 }

@@ -20,7 +20,6 @@
 #include "setup_set_manager.h"
 
 #include <QDateTime>
-#include <QDir>
 #include <QFile>
 #include <QFileInfo>
 #include <QStringList>
@@ -28,6 +27,7 @@
 
 #include <cerrno>
 #include <cstring>
+#include <filesystem>
 #include <functional>
 #include <optional>
 #include <unistd.h>
@@ -246,10 +246,15 @@ struct MessageStore::Impl {
     void begin(Session* session, bool writes)
     {
         const QString directory = MMS_UTIL_Common::getMailFileDir();
-        if (writes && !QDir().mkpath(directory)) {
-            session->status =
-                failed(QStringLiteral("cannot create the mail file directory '%1'").arg(directory));
-            return;
+        std::error_code error;
+        if (writes) {
+            std::filesystem::create_directories(QFile::encodeName(directory).toStdString(), error);
+            if (error) {
+                session->status = fileFailure(
+                    QStringLiteral("cannot create the mail file directory '%1'").arg(directory),
+                    error.value());
+                return;
+            }
         }
         session->table.emplace();
         if (!session->table->isOpen()) {
