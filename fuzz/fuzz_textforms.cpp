@@ -1,5 +1,6 @@
-// The text readers of header values, the byte-string splitter and the content-type lookup on
-// arbitrary text: none may crash, read out of bounds or leak.
+// The text readers of header values, the classification of a content type and its parameters,
+// the byte-string splitter and the content-type lookup on arbitrary text: none may crash, read out
+// of bounds or leak.
 
 #include <tavmmsutility.h>
 
@@ -23,7 +24,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     appended.setAutoDelete(true);
     MMS_UTIL_Common::stringToEntryList(text, &appended);
 
-    MMS_UTIL_Common::stringToContentType(text);
+    // A content type's parameter list, and the message type and application it classifies as.
+    MMS_UTIL_Common::getMsgTypeByContentType(MMS_UTIL_Common::stringToContentType(text));
+    MMS_UTIL_Common::getAppTypeFrParaList(text);
     MMS_UTIL_Common::stringToTime(text);
     MMS_UTIL_Common::stringToPriority(text);
     MMS_UTIL_Common::stringToStatus(text);
