@@ -211,22 +211,15 @@ void BM_Paired_StoreAdd(benchmark::State& state)
         state.SkipWithError("cannot set up the raw database or directory");
         return;
     }
-    PairedTiming timing;
-    for (auto _ : state) {
-        const bool ok = timing.run(
-            [&] {
-                const Added added = store.compose(message, Folder::Outbox);
-                if (added.status.ok())
-                    kept.append(added.id);
-                return added.status.ok();
-            },
-            [&] { return raw.add(); });
-        if (!ok) {
-            state.SkipWithError("an add failed");
-            break;
-        }
-    }
-    timing.report(state);
+    PairedTiming().runAll(
+        state,
+        [&] {
+            const Added added = store.compose(message, Folder::Outbox);
+            if (added.status.ok())
+                kept.append(added.id);
+            return added.status.ok();
+        },
+        [&] { return raw.add(); }, "an add failed");
     state.counters["rows"] = double(kept.size());
     for (const tavmms::store::Removed& removed : store.remove(kept)) {
         if (!removed.status.ok()) {
@@ -287,20 +280,14 @@ void BM_Paired_StoreList(benchmark::State& state)
     const tavplatform::ScopedDatabaseService installed(&listed->database);
     MessageStore store;
     std::vector<std::pair<unsigned, MMS_UTIL_DBStruct_T>> rawRows;
-    PairedTiming timing;
-    for (auto _ : state) {
-        const bool ok = timing.run(
-            [&] {
-                const tavmms::store::Listed all = store.list();
-                return all.status.ok() && all.rows.size() == rows;
-            },
-            [&] { return listed->raw->readAll(&rawRows) && rawRows.size() == rows; });
-        if (!ok) {
-            state.SkipWithError("a listing failed or missed rows");
-            break;
-        }
-    }
-    timing.report(state);
+    PairedTiming().runAll(
+        state,
+        [&] {
+            const tavmms::store::Listed all = store.list();
+            return all.status.ok() && all.rows.size() == rows;
+        },
+        [&] { return listed->raw->readAll(&rawRows) && rawRows.size() == rows; },
+        "a listing failed or missed rows");
 }
 
 void BM_Paired_StoreListFolder(benchmark::State& state)
@@ -318,29 +305,23 @@ void BM_Paired_StoreListFolder(benchmark::State& state)
     inbox.folder = unsigned(Folder::Inbox);
     std::vector<std::pair<unsigned, MMS_UTIL_DBStruct_T>> rawRows;
     std::vector<const MMS_UTIL_DBStruct_T*> rawInbox;
-    PairedTiming timing;
-    for (auto _ : state) {
-        const bool ok = timing.run(
-            [&] {
-                const tavmms::store::Listed listedInbox = store.list(inbox);
-                return listedInbox.status.ok() && listedInbox.rows.size() == rows / 4;
-            },
-            [&] {
-                rawInbox.clear();
-                if (!listed->raw->readAll(&rawRows))
-                    return false;
-                for (const auto& row : rawRows) {
-                    if (row.second.cmn_fld_folder_id == unsigned(Folder::Inbox))
-                        rawInbox.push_back(&row.second);
-                }
-                return rawInbox.size() == rows / 4;
-            });
-        if (!ok) {
-            state.SkipWithError("a listing failed or missed rows");
-            break;
-        }
-    }
-    timing.report(state);
+    PairedTiming().runAll(
+        state,
+        [&] {
+            const tavmms::store::Listed listedInbox = store.list(inbox);
+            return listedInbox.status.ok() && listedInbox.rows.size() == rows / 4;
+        },
+        [&] {
+            rawInbox.clear();
+            if (!listed->raw->readAll(&rawRows))
+                return false;
+            for (const auto& row : rawRows) {
+                if (row.second.cmn_fld_folder_id == unsigned(Folder::Inbox))
+                    rawInbox.push_back(&row.second);
+            }
+            return rawInbox.size() == rows / 4;
+        },
+        "a listing failed or missed rows");
 }
 
 // A store of its own in "<bench directory>/store-N": `rows` messages, each a row made from the
@@ -454,31 +435,24 @@ void BM_Paired_StoreCheck(benchmark::State& state)
     }
     std::vector<std::pair<unsigned, MMS_UTIL_DBStruct_T>> rawRows;
     QByteArray block;
-    PairedTiming timing;
-    for (auto _ : state) {
-        const bool ok = timing.run(
-            [&] {
-                const tavmms::store::CheckReport report = tavmms::store::checkStore({});
-                return report.status.ok() && report.problems.isEmpty() &&
-                       report.mailFiles == int(rows);
-            },
-            [&] {
-                if (!raw->readAll(&rawRows))
+    PairedTiming().runAll(
+        state,
+        [&] {
+            const tavmms::store::CheckReport report = tavmms::store::checkStore({});
+            return report.status.ok() && report.problems.isEmpty() && report.mailFiles == int(rows);
+        },
+        [&] {
+            if (!raw->readAll(&rawRows))
+                return false;
+            // The raw rows' ids are the store's (both count from 1) until a rebuild gives the
+            // store's rows new ids: the benchmark that runs one comes last.
+            for (const auto& row : rawRows) {
+                if (!readRecordAndHeaderBlock(FilledStore::mailFile(row.first), &block))
                     return false;
-                // The raw rows' ids are the store's (both count from 1) until a rebuild gives the
-                // store's rows new ids: the benchmark that runs one comes last.
-                for (const auto& row : rawRows) {
-                    if (!readRecordAndHeaderBlock(FilledStore::mailFile(row.first), &block))
-                        return false;
-                }
-                return rawRows.size() == rows;
-            });
-        if (!ok) {
-            state.SkipWithError("a check failed or found problems");
-            break;
-        }
-    }
-    timing.report(state);
+            }
+            return rawRows.size() == rows;
+        },
+        "a check failed or found problems");
 }
 
 void BM_StoreRebuild(benchmark::State& state)

@@ -24,6 +24,20 @@ public:
         return ok;
     }
 
+    // Runs both once for every iteration of `state`, stopping with `failure` as soon as one
+    // fails, then reports.
+    template <typename Library, typename Raw>
+    void runAll(benchmark::State& state, Library library, Raw raw, const char* failure)
+    {
+        for (auto _ : state) {
+            if (!run(library, raw)) {
+                state.SkipWithError(failure);
+                break;
+            }
+        }
+        report(state);
+    }
+
     // Each side's average per iteration ("library_us", "raw_us") and their ratio.
     void report(benchmark::State& state) const;
 

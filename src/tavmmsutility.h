@@ -34,6 +34,7 @@
 #include "mms_util_mailfile.h"
 #include "mms_util_msgheaderbase.h"
 #include "mms_util_setting.h"
+#include "settings_read_error.h"
 #include "mms_util_tool.h"
 #include "mp_utility.h"
 #include "qt2compat.h"

@@ -6,6 +6,7 @@
 // cross fork().
 
 #include "mms_util_setting.h"
+#include "settings_read_error.h"
 
 #include "support/child_process.h"
 #include "support/mock_settings_store.h"
@@ -123,6 +124,29 @@ TEST_F(SettingStoreTest, FreshStoreGivesEveryDefaultAndReadingWritesNothing)
     EXPECT_EQ(MMS_UTIL_Setting::isInBlockList(QStringLiteral("123")), 0);
     EXPECT_EQ(storedSendingOptions(), (SendingOptions{false, false, 65535, 129}));
     EXPECT_EQ(rowCount(temp.path()), 0);
+}
+
+TEST_F(SettingStoreTest, SettingsReadErrorIsEmptyForAFreshStoreAndNamesADamagedOne)
+{
+    EXPECT_EQ(MMS_UTIL_Setting::getBlockList(), QString());
+    EXPECT_EQ(tavmms::settingsReadError(), QString());
+
+    ASSERT_EQ(MMS_UTIL_Setting::addToBlockList(QStringLiteral("15550199")), 0);
+    temp.reopen();
+    for (const char* suffix : {"-wal", "-shm"})
+        QFile::remove(temp.path() + QLatin1String(suffix));
+    {
+        QFile file(temp.path());
+        ASSERT_TRUE(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
+        ASSERT_EQ(file.write(QByteArray(8192, 'x')), 8192);
+    }
+
+    // The getter gives its default; the reason says why it is no answer.
+    EXPECT_EQ(MMS_UTIL_Setting::getBlockList(), QString());
+    EXPECT_EQ(tavmms::settingsReadError(),
+              QStringLiteral("the settings store '%1' is damaged: it is not a database, or a "
+                             "corrupt one")
+                  .arg(temp.path()));
 }
 
 TEST_F(SettingStoreTest, FreshStoreGivesDefaultRecords)

@@ -196,6 +196,27 @@ TEST_F(StoreCheckTest, AForcedRepairMovesAFileWhoseHeaderBlockIsCutShortToTheQua
         << note.toStdString();
 }
 
+TEST_F(StoreCheckTest, AQuarantineThatCannotBeMadeFailsTheRepairAndLeavesTheFile)
+{
+    // A file where the folder should be.
+    ASSERT_TRUE(tavmms_test::writeFileBytes(dir.filePath(QStringLiteral("download/mms/quarantine")),
+                                            "in the way"));
+    ASSERT_TRUE(tavmms_test::writeFileBytes(mailFile("3.mms"), "MMS"));
+
+    const CheckReport report = check(true, true);
+
+    ASSERT_TRUE(report.status.ok()) << report.status.text.toStdString();
+    ASSERT_FALSE(report.problems.isEmpty());
+    EXPECT_EQ(report.problems.at(0).text,
+              QStringLiteral("3.mms: does not load (shorter than its 16-byte record)"));
+    EXPECT_EQ(report.problems.at(0).outcome, CheckProblem::RepairFailed);
+    EXPECT_EQ(report.problems.at(0).error,
+              QStringLiteral("cannot make the quarantine folder '%1'").arg(quarantined("")));
+    EXPECT_EQ(tavmms_test::readFileBytes(mailFile("3.mms")), "MMS");
+    // Its row stays with it.
+    EXPECT_EQ(tavmms_test::rowIds(databasePath), (QList<QByteArray>{"1", "2", "3"}));
+}
+
 TEST_F(StoreCheckTest, TheQuarantineNeverReplacesAFileOfTheSameName)
 {
     ASSERT_TRUE(QDir().mkpath(quarantined(QString())));

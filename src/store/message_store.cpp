@@ -16,7 +16,7 @@
 #include "mms_util_mailfile.h"
 #include "mms_util_msgheaderbase.h"
 #include "mms_util_setting.h"
-#include "settings_service.h"
+#include "settings_read_error.h"
 #include "setup_set_manager.h"
 
 #include <QDateTime>
@@ -80,7 +80,7 @@ SizeLimit limitOf(int kilobytes, const char* setting)
 // every sender through.
 Status settingsWereRead(const char* outcome)
 {
-    const QString why = tavplatform::settingsStoreService().readError();
+    const QString why = tavmms::settingsReadError();
     if (why.isEmpty())
         return {};
     return failed(why + QStringLiteral("; ") + QLatin1String(outcome));

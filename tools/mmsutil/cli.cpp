@@ -7,6 +7,7 @@
 #include <QTextStream>
 
 #include <cstdio>
+#include <limits>
 
 namespace cli
 {
@@ -137,18 +138,14 @@ std::optional<QByteArray> readInput(const QString& path, qint64 largest)
     const bool opened = path == QLatin1String("-") ? file.open(stdin, QIODevice::ReadOnly)
                                                    : file.open(QIODevice::ReadOnly);
     QByteArray data;
-    if (opened && largest < 0) {
-        data = file.readAll();
-    } else if (opened) {
-        const qint64 wanted = largest + 1;
-        const qint64 size = file.isSequential() ? 0 : file.size();
-        data.reserve(qMin(size > 0 ? size : qint64(64 * 1024), wanted));
-        while (data.size() < wanted) {
-            const QByteArray chunk = file.read(qMin(wanted - data.size(), qint64(1024 * 1024)));
-            if (chunk.isEmpty())
-                break;
-            data += chunk;
-        }
+    const qint64 wanted = largest < 0 ? std::numeric_limits<qint64>::max() : largest + 1;
+    const qint64 size = opened && !file.isSequential() ? file.size() : 0;
+    data.reserve(qMin(size > 0 ? size : qint64(64 * 1024), wanted));
+    while (opened && data.size() < wanted) {
+        const QByteArray chunk = file.read(qMin(wanted - data.size(), qint64(1024 * 1024)));
+        if (chunk.isEmpty())
+            break;
+        data += chunk;
     }
     if (!opened || file.error() != QFileDevice::NoError) {
         fail(QStringLiteral("cannot read '%1': %2").arg(path, file.errorString()));

@@ -200,7 +200,7 @@ int reportChange(bool written, int error, const QString& what)
 
 std::optional<int> failWhenSettingsUnreadable()
 {
-    const QString why = tavplatform::settingsStoreService().readError();
+    const QString why = tavmms::settingsReadError();
     if (why.isEmpty())
         return std::nullopt;
     return fail(why);
