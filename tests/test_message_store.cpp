@@ -20,6 +20,7 @@
 #include "support/model_helpers.h"
 #include "support/mount_namespace.h"
 #include "support/scoped_environment.h"
+#include "support/sql_queries.h"
 #include "support/temp_database.h"
 #include "support/temp_settings_store.h"
 
@@ -669,13 +670,7 @@ TEST_F(MessageStoreTest, ReceiveOfABlockedSendersMessageIsRefusedNamingADamagedS
 {
     ASSERT_EQ(MMS_UTIL_Setting::addToBlockList(QStringLiteral("15550199")), 0);
     settings.reopen();
-    {
-        QFile file(settings.path());
-        ASSERT_TRUE(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
-        ASSERT_EQ(file.write(QByteArray(8192, 'x')), 8192);
-    }
-    for (const char* suffix : {"-wal", "-shm"})
-        QFile::remove(settings.path() + QLatin1String(suffix));
+    ASSERT_TRUE(tavmms_test::replaceWithNonDatabase(settings.path()));
 
     const Added outcome = messages.receive(receivedMessage());
 

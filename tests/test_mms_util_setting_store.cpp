@@ -133,13 +133,7 @@ TEST_F(SettingStoreTest, SettingsReadErrorIsEmptyForAFreshStoreAndNamesADamagedO
 
     ASSERT_EQ(MMS_UTIL_Setting::addToBlockList(QStringLiteral("15550199")), 0);
     temp.reopen();
-    for (const char* suffix : {"-wal", "-shm"})
-        QFile::remove(temp.path() + QLatin1String(suffix));
-    {
-        QFile file(temp.path());
-        ASSERT_TRUE(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
-        ASSERT_EQ(file.write(QByteArray(8192, 'x')), 8192);
-    }
+    ASSERT_TRUE(tavmms_test::replaceWithNonDatabase(temp.path()));
 
     // The getter gives its default; the reason says why it is no answer.
     EXPECT_EQ(MMS_UTIL_Setting::getBlockList(), QString());

@@ -434,14 +434,8 @@ TEST_F(MmsutilJourneyTest, ReceiveOfABlockedSendersMessageIsRefusedWhenTheSettin
 {
     ok({QStringLiteral("block"), QStringLiteral("add"), QStringLiteral("15550199")});
     const QString settings = platformDir() + QStringLiteral("/settings.db");
-    {
-        // Garbage, so that the file cannot be read by root either.
-        QFile file(settings);
-        ASSERT_TRUE(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
-        ASSERT_EQ(file.write(QByteArray(8192, '\x5a')), 8192);
-    }
-    for (const char* suffix : {"-wal", "-shm"})
-        QFile::remove(settings + QLatin1String(suffix));
+    // Garbage, so that the file cannot be read by root either.
+    ASSERT_TRUE(tavmms_test::replaceWithNonDatabase(settings));
 
     const ToolResult result = run({QStringLiteral("receive"), bodyPath(), QStringLiteral("--from"),
                                    QStringLiteral("+15550199")});

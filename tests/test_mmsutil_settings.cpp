@@ -247,13 +247,7 @@ TEST_F(MmsutilSettingsTest, CommandsThatReadSettingsFailNamingADamagedStoreAndPr
 {
     ASSERT_TRUE(run({QStringLiteral("block"), QStringLiteral("add"), QStringLiteral("15550199")})
                     .exitCode == 0);
-    for (const char* suffix : {"", "-wal", "-shm"})
-        QFile::remove(storePath() + QLatin1String(suffix));
-    {
-        QFile file(storePath());
-        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-        ASSERT_EQ(file.write(QByteArray(8192, 'x')), 8192);
-    }
+    ASSERT_TRUE(tavmms_test::replaceWithNonDatabase(storePath()));
     const QList<QStringList> commands{
         {QStringLiteral("settings"), QStringLiteral("show")},
         {QStringLiteral("block"), QStringLiteral("list")},

@@ -8,6 +8,7 @@
 
 #include "support/model_helpers.h"
 #include "support/scoped_environment.h"
+#include "support/sql_queries.h"
 #include "support/temp_address_book.h"
 
 #include <gtest/gtest.h>
@@ -174,11 +175,7 @@ TEST_F(SqliteAddressBookTest, FailedSearchLeavesRecordAlone)
 
 TEST_F(SqliteAddressBookTest, SearchOfAFileThatIsNotADatabaseIsUnavailableAndCallsItDamaged)
 {
-    {
-        QFile file(temp.path());
-        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-        ASSERT_EQ(file.write(QByteArray(8192, 'x')), 8192);
-    }
+    ASSERT_TRUE(tavmms_test::replaceWithNonDatabase(temp.path()));
 
     EXPECT_EQ(findNumber(QStringLiteral("+15550101")),
               QStringLiteral("<code %1>").arg(ADDRBK_SEARCH_UNAVAILABLE));

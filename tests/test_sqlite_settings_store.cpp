@@ -937,11 +937,7 @@ TEST_F(SqliteSettingsStoreTest, ReadErrorIsEmptyForAStoreNotMadeYet)
 
 TEST_F(SqliteSettingsStoreTest, ReadErrorCallsAFileThatIsNotADatabaseDamaged)
 {
-    {
-        QFile file(temp.path());
-        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-        ASSERT_EQ(file.write(QByteArray(8192, 'x')), 8192);
-    }
+    ASSERT_TRUE(tavmms_test::replaceWithNonDatabase(temp.path()));
 
     EXPECT_EQ(store().readError(),
               QStringLiteral("the settings store '%1' is damaged: it is not a database, or a "

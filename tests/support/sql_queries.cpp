@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <QFile>
+
 namespace tavmms_test
 {
 
@@ -58,6 +60,15 @@ qint64 queryInt(Connection& connection, const std::string& sql)
 {
     const QList<QByteArray> rows = queryColumn(connection, sql);
     return rows.isEmpty() ? -1 : rows.first().toLongLong();
+}
+
+bool replaceWithNonDatabase(const QString& path)
+{
+    for (const char* suffix : {"-wal", "-shm"})
+        QFile::remove(path + QLatin1String(suffix));
+    QFile file(path);
+    return file.open(QIODevice::WriteOnly | QIODevice::Truncate) &&
+           file.write(QByteArray(8192, 'x')) == 8192;
 }
 
 } // namespace tavmms_test

@@ -18,6 +18,10 @@ namespace tavmms_test
 // another process would; null when the file cannot be opened.
 std::unique_ptr<tavplatform::sql::Connection> lookInto(const QString& path);
 
+// Puts 8 KiB of text that is no database in place of the database file at `path`, and removes its
+// log files, whose good pages would otherwise stand in for the file's; true when done.
+bool replaceWithNonDatabase(const QString& path);
+
 // How the engine would run the SELECT `sql`: the detail lines of its query plan, joined by "; ".
 QByteArray queryPlan(tavplatform::sql::Connection& connection, const std::string& sql);
 // The first column of every row `sql` gives, as text; the statement must succeed (a failure is
