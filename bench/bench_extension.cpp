@@ -39,15 +39,15 @@ tavplatform::SqliteSettingsStore& extensionStore()
 class FactoryTable : public tavplatform::MediaCapabilityService
 {
 public:
-    QStringList playableExtensions(MP_Utility::MIME_TYPE_T kind) override
+    QStringList playableExtensions(tavplatform::MediaKind kind) override
     {
         return tavplatform::StoreMediaCapabilities::factoryExtensions(kind);
     }
-    bool setPlayableExtensions(MP_Utility::MIME_TYPE_T, const QStringList&) override
+    bool setPlayableExtensions(tavplatform::MediaKind, const QStringList&) override
     {
         return false;
     }
-    bool resetPlayableExtensions(MP_Utility::MIME_TYPE_T) override { return false; }
+    bool resetPlayableExtensions(tavplatform::MediaKind) override { return false; }
 };
 
 // Runs the choice for `type`/`subtype`, after checking that it gives `expected`.

@@ -39,11 +39,12 @@
 
 #include "db_service.h"
 #include "header_row.h"
-#include "index_table.h"
+#include "index_rows.h"
 #include "mail_file_io.h"
+#include "message_index.h"
 #include "message_store.h"
+#include "message_store_check.h"
 #include "sqlite_database.h"
-#include "store_check.h"
 
 #include "support/scoped_environment.h"
 

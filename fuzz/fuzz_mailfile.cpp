@@ -4,9 +4,10 @@
 #include <tavmmsutility.h>
 
 #include "header_row.h"
+#include "index_row_text.h"
 #include "mail_file_defect.h"
 #include "mail_file_io.h"
-#include "row_text.h"
+#include "mail_file_reader.h"
 
 #include <QDir>
 #include <QFile>

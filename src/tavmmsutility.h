@@ -1,9 +1,7 @@
 #ifndef TAVMMSUTILITY_H
 #define TAVMMSUTILITY_H
 
-// The whole public interface of libtavmmsutility, with the platform interfaces it calls. The
-// platform's service classes (tavplatform::..., through which tests install doubles) have
-// headers of their own.
+// The whole public interface of libtavmmsutility, with the platform interfaces it names.
 //
 // Ownership: what the library hands out belongs to the caller (a header or entry made with new, a
 // body buffer or 16-bit array made with new[], a settings record made with new); what the caller
@@ -12,18 +10,23 @@
 //
 // Results: failures are returned, never thrown. The mail file's writers return 0, 1, or 15 when the
 // device is full; the settings writers 0, 1, or 2 when the store is full; the index table the
-// database's codes (db_result.h). Readers of settings and of text forms never fail: a missing
-// setting gives its default, and a word that is not known reads as 255, the unknown address type or
-// false.
+// database's codes (device_db_result.h). Readers of settings and of text forms never fail: a
+// missing setting gives its default, and a word that is not known reads as 255, the unknown address
+// type or false.
 //
 // Threads: use the library from one thread. The index table's open transaction and the counter
 // of temporary names are shared by the whole process, unprotected.
 
 #include "addrbk_engine_interface.h"
 #include "am_mimetype.h"
-#include "db_api.h"
-#include "db_result.h"
+#include "device_db_api.h"
+#include "device_db_result.h"
+#include "index_row_text.h"
+#include "mail_file_reader.h"
+#include "message_index.h"
 #include "message_store.h"
+#include "message_store_check.h"
+#include "message_store_types.h"
 #include "mime_type_table.h"
 #include "mms_comp_util.h"
 #include "mms_content_type.h"
@@ -31,18 +34,16 @@
 #include "mms_util_dbstruct.h"
 #include "mms_util_dbtable.h"
 #include "mms_util_entry.h"
+#include "mms_util_entrylist.h"
 #include "mms_util_mailfile.h"
 #include "mms_util_msgheaderbase.h"
 #include "mms_util_setting.h"
-#include "settings_read_error.h"
 #include "mms_util_tool.h"
 #include "mp_utility.h"
 #include "qt2compat.h"
-#include "res_icon_reader.h"
+#include "settings_read_error.h"
 #include "setup_set_manager.h"
 #include "setup_utility.h"
-#include "store_check.h"
 #include "tavmms_global.h"
-#include "ui_message_box.h"
 
 #endif

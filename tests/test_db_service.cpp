@@ -1,8 +1,8 @@
 // The DB_* functions over an installed database service: they give what the service gives, and
 // turn whatever it throws into a result code, leaving the caller's handle and id outputs alone.
 
-#include "db_api.h"
 #include "db_service.h"
+#include "device_db_api.h"
 
 #include "support/mock_database.h"
 

@@ -3,8 +3,8 @@
 
 #include "header_row.h"
 
+#include "index_row_text.h"
 #include "mail_file_io.h"
-#include "row_text.h"
 
 #include "mms_util_msgheaderbase.h"
 

@@ -1,5 +1,5 @@
 // The platform's icons: RES_ICON_Reader over the installed icons, and the default ones read from
-// the icon directories, with the theme's or the style's picture standing in.
+// the icon directories, with the icons built into the plugin standing in.
 
 #include "icon_service.h"
 #include "res_icon_reader.h"
@@ -29,7 +29,7 @@ using ::testing::Return;
 using ::testing::StrictMock;
 
 const QString kErrorIcon = QStringLiteral("Dialog_Error.gif");
-const QString kSourceIcons = QStringLiteral(TAVMMS_SOURCE_DIR "/src/platform/icons");
+const QString kSourceIcons = QStringLiteral(TAVMMS_SOURCE_DIR "/src/platform/ui/icons");
 
 // Writes `image` as a PNG file `name` in `directory`.
 bool writePng(const QString& directory, const QString& name, const QImage& image)
@@ -70,12 +70,9 @@ protected:
     QTemporaryDir second;
 };
 
-TEST(PlatformIconsDefault, FindsTheShippedErrorIconInTheBuildTree)
+TEST(PlatformIconsDefault, HasTheShippedErrorIconBuiltIn)
 {
-    PlatformIcons icons;
-    EXPECT_EQ(QFileInfo(icons.iconFile(kErrorIcon)).canonicalFilePath(),
-              QFileInfo(kSourceIcons + QStringLiteral("/Dialog_Error.gif")).canonicalFilePath());
-    const QPixmap icon = icons.icon(kErrorIcon);
+    const QPixmap icon = PlatformIcons().icon(kErrorIcon);
     ASSERT_FALSE(icon.isNull());
     EXPECT_EQ(icon.size(), QSize(32, 32));
     // A white cross on a red disc, on a transparent ground.
@@ -83,16 +80,17 @@ TEST(PlatformIconsDefault, FindsTheShippedErrorIconInTheBuildTree)
     EXPECT_EQ(pixels.pixel(16, 4), qRgb(204, 0, 0));
     EXPECT_EQ(pixels.pixel(16, 16), qRgb(255, 255, 255));
     EXPECT_EQ(qAlpha(pixels.pixel(0, 0)), 0);
+    EXPECT_EQ(pixels, pixelsOf(QPixmap(kSourceIcons + QStringLiteral("/Dialog_Error.gif"))));
 }
 
-TEST(PlatformIconsDefault, LooksInTheInstalledDataDirectoryBeforeTheSourceTree)
+TEST(PlatformIconsDefault, LooksInTheInstalledDataDirectoryOnly)
 {
     const QStringList directories = PlatformIcons::defaultDirectories();
-    ASSERT_EQ(directories.size(), 2);
+    ASSERT_EQ(directories.size(), 1);
     EXPECT_TRUE(QDir::isAbsolutePath(directories.first())) << directories.first().toStdString();
     EXPECT_TRUE(directories.first().endsWith(QStringLiteral("/share/tavmmsutility/icons")))
         << directories.first().toStdString();
-    EXPECT_EQ(directories.last(), kSourceIcons);
+    EXPECT_FALSE(directories.first().startsWith(QStringLiteral(TAVMMS_SOURCE_DIR)));
 }
 
 TEST_F(PlatformIconsTest, ReadsTheFormatFromTheContentWhateverTheName)
@@ -131,19 +129,29 @@ TEST_F(PlatformIconsTest, DoesNotFollowANameOutOfItsDirectories)
     EXPECT_TRUE(inSub.iconFile(QStringLiteral("../x.gif")).isEmpty());
 }
 
-TEST_F(PlatformIconsTest, TheErrorIconFallsBackToTheStandardOneWhenItsFileIsMissing)
+TEST_F(PlatformIconsTest, TheErrorIconFallsBackToTheBuiltInOneWhenItsFileIsMissing)
 {
-    const QPixmap icon = icons().icon(kErrorIcon);
-    ASSERT_FALSE(icon.isNull());
-    EXPECT_LE(icon.width(), 32);
-    EXPECT_NE(pixelsOf(icon), pixelsOf(PlatformIcons().icon(kErrorIcon)))
-        << "the shipped icon, though it was not in the directories";
+    EXPECT_EQ(pixelsOf(icons().icon(kErrorIcon)),
+              pixelsOf(QPixmap(kSourceIcons + QStringLiteral("/Dialog_Error.gif"))));
 }
 
-TEST_F(PlatformIconsTest, TheErrorIconFallsBackToTheStandardOneWhenItsFileIsBroken)
+TEST_F(PlatformIconsTest, TheErrorIconFallsBackToTheBuiltInOneWhenItsFileIsBroken)
 {
     ASSERT_TRUE(writeBytes(first.filePath(kErrorIcon), "not a picture"));
-    EXPECT_FALSE(icons().icon(kErrorIcon).isNull());
+    EXPECT_EQ(pixelsOf(icons().icon(kErrorIcon)),
+              pixelsOf(QPixmap(kSourceIcons + QStringLiteral("/Dialog_Error.gif"))));
+}
+
+TEST_F(PlatformIconsTest, AnIconOfThePlatformWinsOverTheBuiltInOne)
+{
+    ASSERT_TRUE(writePng(second.path(), kErrorIcon, filledImage(Qt::green)));
+    EXPECT_EQ(pixelsOf(icons().icon(kErrorIcon)), filledImage(Qt::green));
+}
+
+TEST_F(PlatformIconsTest, ABuiltInIconIsNotReachedThroughAPath)
+{
+    EXPECT_TRUE(icons().icon(QStringLiteral("icons/Dialog_Error.gif")).isNull());
+    EXPECT_TRUE(icons().icon(QString()).isNull());
 }
 
 TEST(ResIconReader, AsksTheInstalledIconsForTheNameGiven)

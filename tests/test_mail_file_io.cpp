@@ -3,6 +3,7 @@
 // replacing.
 
 #include "mail_file_io.h"
+#include "mail_file_reader.h"
 
 #include "filesync.h"
 #include "mms_util_mailfile.h"

@@ -25,10 +25,10 @@ using ::testing::Return;
 using ::testing::StrictMock;
 
 const QString kGroup = QStringLiteral("TAV_Media_Player");
-const auto kAudio = MP_Utility::MIME_TYPE_AUDIO;
-const auto kVideo = MP_Utility::MIME_TYPE_VIDEO;
+const auto kAudio = tavplatform::MediaAudio;
+const auto kVideo = tavplatform::MediaVideo;
 // A value of the enumeration that names neither list.
-const auto kOther = MP_Utility::MIME_TYPE_T(2);
+const auto kOther = tavplatform::MediaKind(2);
 
 class StoreMediaCapabilitiesTest : public ::testing::Test
 {
@@ -135,8 +135,8 @@ TEST(MpUtility, AppendsTheInstalledTablesListForTheKindAsked)
     EXPECT_CALL(capabilities, playableExtensions(kAudio))
         .WillOnce(Return(QStringList{QStringLiteral("amr")}));
     QStringList list{QStringLiteral("kept")};
-    MP_Utility::queryMpSupportedExtensions(list, kVideo);
-    MP_Utility::queryMpSupportedExtensions(list, kAudio);
+    MP_Utility::queryMpSupportedExtensions(list, MP_Utility::MIME_TYPE_VIDEO);
+    MP_Utility::queryMpSupportedExtensions(list, MP_Utility::MIME_TYPE_AUDIO);
     EXPECT_THAT(list, ElementsAre(QStringLiteral("kept"), QStringLiteral("mp4"),
                                   QStringLiteral("3gp"), QStringLiteral("amr")));
 }
@@ -153,7 +153,7 @@ TEST(MpUtility, UsesTheTableInTheSettingsStoreByDefault)
     ASSERT_TRUE(store.isValid());
     ASSERT_TRUE(StoreMediaCapabilities().setPlayableExtensions(kAudio, {QStringLiteral("flac")}));
     QStringList list;
-    MP_Utility::queryMpSupportedExtensions(list, kAudio);
+    MP_Utility::queryMpSupportedExtensions(list, MP_Utility::MIME_TYPE_AUDIO);
     EXPECT_THAT(list, ElementsAre(QStringLiteral("flac")));
 }
 

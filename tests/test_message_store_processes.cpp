@@ -4,7 +4,7 @@
 // since an SQLite connection must never cross fork().
 
 #include "message_store.h"
-#include "store_check.h"
+#include "message_store_check.h"
 
 #include "support/child_process.h"
 #include "support/mailfile_helpers.h"

@@ -33,7 +33,7 @@ protected:
         EXPECT_CALL(registry, extensions(QString::fromUtf8(mimeId))).WillOnce(Return(extensions));
     }
     // The player will be asked once about `kind` and answer `extensions`.
-    void expectPlayer(MP_Utility::MIME_TYPE_T kind, const QStringList& extensions)
+    void expectPlayer(tavplatform::MediaKind kind, const QStringList& extensions)
     {
         EXPECT_CALL(player, playableExtensions(kind)).WillOnce(Return(extensions));
     }
@@ -126,7 +126,7 @@ TEST_F(ExtensionTest, AudioGivesTheRegistrysFirstExtensionThePlayerPlays)
 {
     expectRegistry("audio/amr",
                    {QStringLiteral("3ga"), QStringLiteral("amr"), QStringLiteral("awb")});
-    expectPlayer(MP_Utility::MIME_TYPE_AUDIO,
+    expectPlayer(tavplatform::MediaAudio,
                  {QStringLiteral("mp3"), QStringLiteral("AWB"), QStringLiteral("amr")});
     EXPECT_EQ(answer("audio", "amr"), QStringLiteral("amr"));
 }
@@ -134,21 +134,21 @@ TEST_F(ExtensionTest, AudioGivesTheRegistrysFirstExtensionThePlayerPlays)
 TEST_F(ExtensionTest, AudioGivesEmptyWhenThePlayerPlaysNoneOfThem)
 {
     expectRegistry("audio/amr", {QStringLiteral("amr")});
-    expectPlayer(MP_Utility::MIME_TYPE_AUDIO, {QStringLiteral("mp3"), QStringLiteral("wav")});
+    expectPlayer(tavplatform::MediaAudio, {QStringLiteral("mp3"), QStringLiteral("wav")});
     expectEmptyText(answer("audio", "amr"));
 }
 
 TEST_F(ExtensionTest, VideoInAnyCaseAsksThePlayerAboutVideo)
 {
     expectRegistry("VIDEO/3gpp", {QStringLiteral("3gp"), QStringLiteral("3gpp")});
-    expectPlayer(MP_Utility::MIME_TYPE_VIDEO, {QStringLiteral("mp4"), QStringLiteral("3gpp")});
+    expectPlayer(tavplatform::MediaVideo, {QStringLiteral("mp4"), QStringLiteral("3gpp")});
     EXPECT_EQ(answer("VIDEO", "3gpp"), QStringLiteral("3gpp"));
 }
 
 TEST_F(ExtensionTest, AnEmptyRegistryListGivesEmptyAfterAskingThePlayer)
 {
     expectRegistry("audio/x-unknown", {});
-    expectPlayer(MP_Utility::MIME_TYPE_AUDIO, {QStringLiteral("mp3")});
+    expectPlayer(tavplatform::MediaAudio, {QStringLiteral("mp3")});
     expectEmptyText(answer("audio", "x-unknown"));
 }
 
@@ -214,9 +214,9 @@ TEST_F(RealRegistryTest, AudioAndVideoFollowTheDefaultMediaTable)
 TEST_F(RealRegistryTest, AChangedMediaTableChangesTheAnswer)
 {
     tavplatform::StoreMediaCapabilities table;
-    ASSERT_TRUE(table.setPlayableExtensions(MP_Utility::MIME_TYPE_AUDIO, {QStringLiteral("MPGA")}));
+    ASSERT_TRUE(table.setPlayableExtensions(tavplatform::MediaAudio, {QStringLiteral("MPGA")}));
     EXPECT_EQ(answer("audio", "mpeg"), QStringLiteral("mpga"));
-    ASSERT_TRUE(table.setPlayableExtensions(MP_Utility::MIME_TYPE_VIDEO, {}));
+    ASSERT_TRUE(table.setPlayableExtensions(tavplatform::MediaVideo, {}));
     expectEmptyText(answer("video", "mp4"));
 }
 

@@ -1,10 +1,13 @@
 // MMS_COMP_Util::noFlashMsgBox: the calls it makes on doubles of the icon reader and the message
-// box, and the real box on Qt's offscreen platform, closed by the test.
+// box, and the real box of the user-interface plugin on Qt's offscreen platform, closed by the
+// test.
 
 #include "mms_comp_util.h"
 
 #include "icon_service.h"
 #include "message_box_service.h"
+#include "notice_service.h"
+#include "widget_notice.h"
 
 #include "support/gui_application.h"
 #include "support/mock_composer_services.h"
@@ -73,6 +76,8 @@ protected:
     InSequence order;
     StrictMock<MockIconResources> icons;
     StrictMock<MockMessageBox> box;
+    tavplatform::WidgetNotice widgets;
+    tavplatform::ScopedNoticeService widgetsInstalled{&widgets};
     tavplatform::ScopedIconResourceService iconsInstalled{&icons};
     tavplatform::ScopedMessageBoxService boxInstalled{&box};
 };
@@ -108,7 +113,7 @@ QImage pixels(const QPixmap& pixmap)
 QImage shippedIcon()
 {
     return pixels(
-        QPixmap(QStringLiteral(TAVMMS_SOURCE_DIR "/src/platform/icons/Dialog_Error.gif")));
+        QPixmap(QStringLiteral(TAVMMS_SOURCE_DIR "/src/platform/ui/icons/Dialog_Error.gif")));
 }
 
 // Checks the open notice and gives its one button to press.
@@ -126,7 +131,15 @@ QAbstractButton* checkNotice(QMessageBox& box, const QString& message, const QSt
     return buttons.constFirst();
 }
 
-TEST(NoticeOnScreen, ShowsTheShippedIconTheMessageAndOkUntilClosed)
+// The notices of the plugin as built, loaded from the build tree.
+class NoticeOnScreen : public ::testing::Test
+{
+protected:
+    tavplatform::PluginNotice plugin{QStringLiteral(TAVMMS_UI_PLUGIN_DIR)};
+    tavplatform::ScopedNoticeService pluginInstalled{&plugin};
+};
+
+TEST_F(NoticeOnScreen, ShowsTheShippedIconTheMessageAndOkUntilClosed)
 {
     ASSERT_FALSE(shippedIcon().isNull());
     ModalBoxWatcher watcher([](QMessageBox& box) { return checkNotice(box, kMessage, kButton); });
@@ -134,7 +147,7 @@ TEST(NoticeOnScreen, ShowsTheShippedIconTheMessageAndOkUntilClosed)
     EXPECT_EQ(watcher.seen(), 1);
 }
 
-TEST(NoticeOnScreen, ShowsTheTranslatedTexts)
+TEST_F(NoticeOnScreen, ShowsTheTranslatedTexts)
 {
     const ScopedTranslator german(germanTable());
     ModalBoxWatcher watcher(
@@ -143,11 +156,22 @@ TEST(NoticeOnScreen, ShowsTheTranslatedTexts)
     EXPECT_EQ(watcher.seen(), 1);
 }
 
-TEST(NoticeOnScreen, ReturnsWhenClosedWithEscape)
+TEST_F(NoticeOnScreen, ReturnsWhenClosedWithEscape)
 {
     ModalBoxWatcher watcher([](QMessageBox&) -> QAbstractButton* { return nullptr; });
     MMS_COMP_Util::noFlashMsgBox();
     EXPECT_EQ(watcher.seen(), 1);
+}
+
+TEST(NoticeWithoutPlugin, ShowsNothingAndReturns)
+{
+    tavplatform::PluginNotice missing(QStringLiteral(TAVMMS_SOURCE_DIR "/no-such-plugin-dir"));
+    const tavplatform::ScopedNoticeService installed(&missing);
+    ModalBoxWatcher watcher([](QMessageBox&) -> QAbstractButton* { return nullptr; });
+    MMS_COMP_Util::noFlashMsgBox();
+    EXPECT_EQ(watcher.seen(), 0);
+    EXPECT_EQ(missing.information("Dialog_Error.gif", kMessage, kButton, QString(), QString(), 1),
+              0);
 }
 
 } // namespace

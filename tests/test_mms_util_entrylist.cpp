@@ -1,5 +1,5 @@
 #include "mms_util_entry.h"
-#include "qt2compat.h"
+#include "mms_util_entrylist.h"
 
 #include "support/model_helpers.h"
 

@@ -7,6 +7,7 @@
 
 #include "mms_util_setting.h"
 #include "settings_read_error.h"
+#include "store_feature_flags.h"
 
 #include "support/child_process.h"
 #include "support/mock_settings_store.h"

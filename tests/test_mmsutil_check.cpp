@@ -5,7 +5,7 @@
 #include <tavmmsutility.h>
 
 #include "header_row.h"
-#include "row_text.h"
+#include "index_row_text.h"
 
 #include "support/child_process.h"
 #include "support/index_table_helpers.h"

@@ -49,7 +49,7 @@ protected:
 };
 
 // The line "media list" prints for the factory list of `kind`.
-QByteArray factoryLine(const char* name, MP_Utility::MIME_TYPE_T kind)
+QByteArray factoryLine(const char* name, tavplatform::MediaKind kind)
 {
     QByteArray line = name + QByteArray(":");
     const QStringList extensions = StoreMediaCapabilities::factoryExtensions(kind);
@@ -89,10 +89,10 @@ TEST_F(MmsutilExtensionTest, RefusesATypeWithoutSlashAndWrongArgumentCounts)
 TEST_F(MmsutilExtensionTest, ListsTheFactoryTablesOnAFreshPhone)
 {
     expectPrinted(media({QStringLiteral("list")}),
-                  factoryLine("audio", MP_Utility::MIME_TYPE_AUDIO) +
-                      factoryLine("video", MP_Utility::MIME_TYPE_VIDEO));
+                  factoryLine("audio", tavplatform::MediaAudio) +
+                      factoryLine("video", tavplatform::MediaVideo));
     expectPrinted(media({QStringLiteral("list"), QStringLiteral("Video")}),
-                  factoryLine("video", MP_Utility::MIME_TYPE_VIDEO));
+                  factoryLine("video", tavplatform::MediaVideo));
 }
 
 TEST_F(MmsutilExtensionTest, AChangedTableChangesTheExtensionChosen)
@@ -103,7 +103,7 @@ TEST_F(MmsutilExtensionTest, AChangedTableChangesTheExtensionChosen)
     expectPrinted(media({QStringLiteral("list"), QStringLiteral("audio")}), "audio: mpga wav\n");
     expectPrinted(extension("audio/mpeg"), "mpga\n");
     expectPrinted(media({QStringLiteral("list"), QStringLiteral("video")}),
-                  factoryLine("video", MP_Utility::MIME_TYPE_VIDEO));
+                  factoryLine("video", tavplatform::MediaVideo));
 }
 
 TEST_F(MmsutilExtensionTest, ResetGivesTheFactoryListBack)
@@ -113,7 +113,7 @@ TEST_F(MmsutilExtensionTest, ResetGivesTheFactoryListBack)
     EXPECT_EQ(extension("video/mp4").exitCode, 3);
     expectPrinted(media({QStringLiteral("reset"), QStringLiteral("VIDEO")}), "");
     expectPrinted(media({QStringLiteral("list"), QStringLiteral("video")}),
-                  factoryLine("video", MP_Utility::MIME_TYPE_VIDEO));
+                  factoryLine("video", tavplatform::MediaVideo));
     expectPrinted(extension("video/mp4"), "mp4\n");
 }
 
@@ -129,7 +129,7 @@ TEST_F(MmsutilExtensionTest, RefusesAWrongKindOrExtensionAndChangesNothing)
     expectUsageError(media({QStringLiteral("reset"), QStringLiteral("image")}));
     expectUsageError(media({QStringLiteral("list"), QStringLiteral("image")}));
     expectPrinted(media({QStringLiteral("list"), QStringLiteral("audio")}),
-                  factoryLine("audio", MP_Utility::MIME_TYPE_AUDIO));
+                  factoryLine("audio", tavplatform::MediaAudio));
 }
 
 } // namespace

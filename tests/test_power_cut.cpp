@@ -6,6 +6,7 @@
 // whole, the command's own message is whole or not there, and the store takes new messages.
 
 #include "mail_file_io.h"
+#include "mail_file_reader.h"
 
 #include "support/message_store.h"
 #include "support/sql_queries.h"

@@ -2,7 +2,7 @@
 // bound field by field, transactions, cursors and search terms, and the result code of every
 // failure.
 
-#include "db_api.h"
+#include "device_db_api.h"
 #include "sqlite_database.h"
 
 #include "support/child_process.h"
@@ -1793,8 +1793,7 @@ TEST(SqliteDatabaseFilesTest, DefaultFileIsDeviceDbInThePlatformDirectory)
     ASSERT_TRUE(temp.isValid());
     const tavmms_test::ScopedEnvironment platformDir("TAV_PLATFORM_DIR",
                                                      QFile::encodeName(temp.path()));
-    EXPECT_EQ(tavplatform::SqliteDatabase::defaultPath(),
-              temp.path() + QStringLiteral("/device.db"));
+    EXPECT_EQ(tavplatform::deviceDatabasePath(), temp.path() + QStringLiteral("/device.db"));
 }
 
 TEST(SqliteDatabaseFilesTest, NoDefaultFileWithoutAPlatformDirectory)
@@ -1802,9 +1801,9 @@ TEST(SqliteDatabaseFilesTest, NoDefaultFileWithoutAPlatformDirectory)
     const tavmms_test::ScopedEnvironment platformDir("TAV_PLATFORM_DIR", std::nullopt);
     const tavmms_test::ScopedEnvironment dataHome("XDG_DATA_HOME", std::nullopt);
     const tavmms_test::ScopedEnvironment home("HOME", std::nullopt);
-    EXPECT_EQ(tavplatform::SqliteDatabase::defaultPath(), QString());
+    EXPECT_EQ(tavplatform::deviceDatabasePath(), QString());
 
-    tavplatform::SqliteDatabase nowhere(tavplatform::SqliteDatabase::defaultPath());
+    tavplatform::SqliteDatabase nowhere(tavplatform::deviceDatabasePath());
     const tavplatform::ScopedDatabaseService installed(&nowhere);
     EXPECT_EQ(DB_DB_GetNativeDB(), nullptr);
     void* txn = nullptr;

@@ -2,7 +2,7 @@
 // to fail, one after another, and the device database and its connection must come out of each
 // failure with nothing half-made.
 
-#include "db_api.h"
+#include "device_db_api.h"
 #include "sqlconnection.h"
 
 #include "support/temp_database.h"

@@ -6,6 +6,7 @@
 #include "setup_set_manager.h"
 #include "setup_utility.h"
 #include "sqlite_settings_store.h"
+#include "store_feature_flags.h"
 
 #include "support/child_process.h"
 #include "support/mount_namespace.h"

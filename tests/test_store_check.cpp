@@ -1,12 +1,12 @@
 // The store's check called in-process: the report it gives, what a repair does, and the lock that
 // keeps a repair away from messages being written.
 
-#include "store_check.h"
+#include "message_store_check.h"
 
-#include "index_table.h"
+#include "index_row_text.h"
 #include "mail_file_names.h"
+#include "message_index.h"
 #include "message_store.h"
-#include "row_text.h"
 #include "store_lock.h"
 
 #include "mms_util_common.h"

@@ -3,6 +3,7 @@
 
 #include "mms_util_contact_info.h"
 #include "mms_util_entry.h"
+#include "mms_util_entrylist.h"
 #include "qt2compat.h"
 
 #include <QString>

@@ -4,7 +4,9 @@
 #include "mms_content_type.h"
 #include "mms_util_contact_info.h"
 #include "mms_util_entry.h"
+#include "mms_util_entrylist.h"
 #include "qt2compat.h"
+#include "tavmms_global.h"
 
 #include <QDateTime>
 #include <QString>

@@ -4,11 +4,9 @@
 
 #include "am_mimetype.h"
 #include "mp_utility.h"
-#include "res_icon_reader.h"
-#include "ui_message_box.h"
+#include "notice_service.h"
 
 #include <QObject>
-#include <QPixmap>
 
 #include <algorithm>
 
@@ -106,13 +104,13 @@ void MMS_COMP_Util::printTimeStamp(const char*, int)
 
 void MMS_COMP_Util::noFlashMsgBox()
 {
-    RES_ICON_Reader reader;
-    const QPixmap icon = reader.getIcon("Dialog_Error.gif");
     // The comments are the keys of the phone's translation tables.
     const QString message =
         QObject::tr("Memory is full, Action is not allowed!", "2.4.9.1.1.3;DIALOG_ICON_50_WARP");
     const QString button = QObject::tr("ok", "2.4.9.1.1.3;SOFTKEY_1BUTTON");
-    UI_MessageBox::information(nullptr, icon, message, button, QString(), QString(), 1);
+    // The icon reader and the box are the user-interface plugin's, loaded here on first use.
+    tavplatform::noticeService().information("Dialog_Error.gif", message, button, QString(),
+                                             QString(), 1);
 }
 
 QString MMS_COMP_Util::getFirstSupportExtNameByMIMEType(QString type, QString subtype)

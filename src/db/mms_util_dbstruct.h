@@ -1,7 +1,7 @@
 #ifndef TAVMMS_MMS_UTIL_DBSTRUCT_H
 #define TAVMMS_MMS_UTIL_DBSTRUCT_H
 
-#include "db_api.h"
+#include "device_db_api.h"
 #include "tavmms_global.h"
 
 #include <cstddef>

@@ -8,7 +8,7 @@
 // message. All operations are class-wide; the table handle and the open write transaction are
 // shared by the whole process, which uses them from one thread.
 //
-// Results are the database's codes unchanged (db_result.h: 0 success), except findMsgURI.
+// Results are the database's codes unchanged (device_db_result.h: 0 success), except findMsgURI.
 //
 // Transactions: add, update and del each begin a write transaction into mmsTxn and leave it
 // open on success; the caller ends it with commitTxn() or abortTxn() before the next write (a

@@ -2,6 +2,7 @@
 #define TAVMMS_MMS_UTIL_ENTRY_H
 
 #include "qt2compat.h"
+#include "tavmms_global.h"
 
 #include <QString>
 

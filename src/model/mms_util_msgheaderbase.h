@@ -3,7 +3,9 @@
 
 #include "mms_content_type.h"
 #include "mms_util_entry.h"
+#include "mms_util_entrylist.h"
 #include "qt2compat.h"
+#include "tavmms_global.h"
 
 #include <QDateTime>
 #include <QString>

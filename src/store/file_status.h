@@ -3,7 +3,7 @@
 
 // The file system as the store reports on it: failures in words, and the names in a directory.
 
-#include "store_types.h"
+#include "message_store_types.h"
 
 #include <QList>
 #include <QString>
@@ -14,13 +14,13 @@ namespace tavmms::store
 
 // The system's words for `error`; "no space left on device" for ENOSPC, as the store says it
 // everywhere.
-TAVMMS_EXPORT QString errnoText(int error);
+QString errnoText(int error);
 
 // "<what>: <errnoText>", as NoSpace for ENOSPC, Exists for EEXIST, else Failed.
-TAVMMS_EXPORT Status fileFailure(const QString& what, int error);
+Status fileFailure(const QString& what, int error);
 
 // A name in a directory and what it is, a link taken for what it points at.
-struct TAVMMS_EXPORT DirectoryEntry {
+struct DirectoryEntry {
     enum Kind { File, Directory, Other };
     QString name;
     Kind kind;
@@ -28,9 +28,9 @@ struct TAVMMS_EXPORT DirectoryEntry {
 
 // The entries of `directory` but "." and "..", in the order the directory gives them, into
 // `entries`; 0, or the errno of the failure (ENOENT for a directory that is not there).
-TAVMMS_EXPORT int directoryEntries(const QString& directory, QList<DirectoryEntry>* entries);
+int directoryEntries(const QString& directory, QList<DirectoryEntry>* entries);
 // Their names alone.
-TAVMMS_EXPORT int directoryNames(const QString& directory, QStringList* names);
+int directoryNames(const QString& directory, QStringList* names);
 
 } // namespace tavmms::store
 

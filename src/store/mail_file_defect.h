@@ -3,8 +3,6 @@
 
 // Whether a file in the mail file directory holds a whole message, as a save leaves it.
 
-#include "tavmms_global.h"
-
 #include <QByteArray>
 #include <QString>
 
@@ -14,7 +12,7 @@ namespace tavmms::store
 {
 
 // Why a file does not load completely.
-struct TAVMMS_EXPORT MailFileDefect {
+struct MailFileDefect {
     QString why;             // as a clause: "cut short in its body"
     bool unreadable = false; // reading it failed, so nothing is known of what it holds
 };
@@ -24,12 +22,12 @@ struct TAVMMS_EXPORT MailFileDefect {
 // header block holds every key and ends in a line break. Otherwise gives why not. Reading the
 // file is all it does, and its body is not read. `headerBlock`, when given, receives the header
 // block whenever the judgement got that far, also when it is cut short.
-TAVMMS_EXPORT std::optional<MailFileDefect> mailFileDefect(const QString& path,
-                                                           QByteArray* headerBlock = nullptr);
+std::optional<MailFileDefect> mailFileDefect(const QString& path,
+                                             QByteArray* headerBlock = nullptr);
 // The same for the file `name` in the directory open as the descriptor `directory`, which spares
 // finding the directory again for each of its files.
-TAVMMS_EXPORT std::optional<MailFileDefect> mailFileDefect(int directory, const QString& name,
-                                                           QByteArray* headerBlock = nullptr);
+std::optional<MailFileDefect> mailFileDefect(int directory, const QString& name,
+                                             QByteArray* headerBlock = nullptr);
 
 } // namespace tavmms::store
 

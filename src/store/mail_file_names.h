@@ -3,8 +3,6 @@
 
 // The names a message's files take in the mail file directory.
 
-#include "tavmms_global.h"
-
 #include <QString>
 
 #include <optional>
@@ -13,22 +11,22 @@ namespace tavmms::store
 {
 
 // A save writes the new file beside the old one under this suffix and renames it into place.
-extern TAVMMS_EXPORT const QString kLeftoverSuffix; // ".tmp"
+extern const QString kLeftoverSuffix; // ".tmp"
 // A delete renames the mail file to this suffix before its row goes, and removes it after.
-extern TAVMMS_EXPORT const QString kDeletedSuffix; // ".deleted"
+extern const QString kDeletedSuffix; // ".deleted"
 
 // The name of the mail file of `id` within its directory, as the library names it: "17.mms".
-TAVMMS_EXPORT QString mailFileName(unsigned int id);
+QString mailFileName(unsigned int id);
 // The id whose mail file is called `name`, or nothing for any other name ("017.mms" included).
-TAVMMS_EXPORT std::optional<unsigned int> idOfMailFileName(const QString& name);
+std::optional<unsigned int> idOfMailFileName(const QString& name);
 
 // Whether anything is called `path`, or it cannot be told (a name that cannot be looked at is
 // taken as there).
-TAVMMS_EXPORT bool nameIsTaken(const QString& path);
+bool nameIsTaken(const QString& path);
 
 // Whether the mail file of `id`, or what a save or a delete leaves of one, is there: a new message
 // never takes such an id.
-TAVMMS_EXPORT bool idIsTaken(unsigned int id);
+bool idIsTaken(unsigned int id);
 
 } // namespace tavmms::store
 

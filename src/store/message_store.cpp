@@ -2,12 +2,14 @@
 
 #include "file_status.h"
 #include "header_row.h"
-#include "index_table.h"
+#include "index_row_text.h"
+#include "index_rows.h"
 #include "mail_file_defect.h"
 #include "mail_file_io.h"
 #include "mail_file_names.h"
+#include "mail_file_reader.h"
+#include "message_index.h"
 #include "recovery.h"
-#include "row_text.h"
 #include "space_reserve.h"
 #include "store_lock.h"
 
@@ -211,7 +213,7 @@ std::optional<unsigned int> firstRowWith(const char* field, const QByteArray& te
 
 } // namespace
 
-struct MessageStore::Impl {
+struct TAVMMS_HIDDEN MessageStore::Impl {
     std::chrono::milliseconds lockTimeout;
     bool recovered = false;
 

@@ -19,7 +19,8 @@
 // The calls run on the caller's thread, wait for the store's lock up to the timeout given, and
 // return a Status; none throws.
 
-#include "store_types.h"
+#include "message_store_types.h"
+#include "tavmms_global.h"
 
 #include <chrono>
 #include <memory>
@@ -92,7 +93,7 @@ public:
     std::chrono::milliseconds lockTimeout() const;
 
 private:
-    struct Impl;
+    struct TAVMMS_HIDDEN Impl;
     std::unique_ptr<Impl> d;
 };
 

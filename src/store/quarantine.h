@@ -4,7 +4,7 @@
 // Where a repair puts a file it takes out of the mail file directory, instead of deleting it: a
 // message that does not load, or that no row lists, may still hold a body a person wants.
 
-#include "store_types.h"
+#include "message_store_types.h"
 
 #include <QString>
 
@@ -13,13 +13,13 @@ namespace tavmms::store
 
 // The quarantine folder: "quarantine/" in the store's working directory, beside the mail file
 // directory rather than in it, so that no reader of the mail files finds what is there.
-TAVMMS_EXPORT QString quarantineDirectory();
+QString quarantineDirectory();
 
 // Moves the file `path` into the quarantine folder, under its own name or, when a file of that
 // name is there already, with ".1", ".2", ... after it, and writes beside it a note "<name>.why"
 // saying where it came from, when and why (`why`). Nothing is replaced. Sets `movedTo` to the
 // path it now has.
-TAVMMS_EXPORT Status quarantine(const QString& path, const QString& why, QString* movedTo);
+Status quarantine(const QString& path, const QString& why, QString* movedTo);
 
 } // namespace tavmms::store
 

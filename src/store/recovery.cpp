@@ -1,10 +1,10 @@
 #include "recovery.h"
 
 #include "file_status.h"
-#include "index_table.h"
 #include "mail_file_defect.h"
 #include "mail_file_io.h"
 #include "mail_file_names.h"
+#include "message_index.h"
 
 #include "filesync.h"
 

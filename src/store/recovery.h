@@ -4,7 +4,7 @@
 // What a program that died in the middle of a save or a delete leaves in the mail file directory,
 // and how the store completes it, as a database completes a transaction that a crash cut short.
 
-#include "store_types.h"
+#include "message_store_types.h"
 
 #include <QList>
 #include <QString>
@@ -14,7 +14,7 @@ namespace tavmms::store
 
 // The ids for which `directory` (ending in "/") holds "N.mms.tmp" or "N.mms.deleted", in id
 // order; none when it cannot be read.
-TAVMMS_EXPORT QList<unsigned int> interruptedIds(const QString& directory);
+QList<unsigned int> interruptedIds(const QString& directory);
 
 // Completes what was interrupted for each of `ids`, for a message that has its row and no mail
 // file: a ".tmp" that loads completely is put in place (a save got as far as removing the old
@@ -22,7 +22,7 @@ TAVMMS_EXPORT QList<unsigned int> interruptedIds(const QString& directory);
 // is removed (its delete was committed). Anything else is left for a repair: a file without a row
 // may be the only copy of a message whose index was lost. Needs the store's exclusive lock and the
 // index table open; the directory is synced after a change.
-TAVMMS_EXPORT Status completeInterrupted(const QString& directory, const QList<unsigned int>& ids);
+Status completeInterrupted(const QString& directory, const QList<unsigned int>& ids);
 
 } // namespace tavmms::store
 

@@ -1,6 +1,6 @@
 #include "space_reserve.h"
 
-#include "index_table.h"
+#include "message_index.h"
 
 #include <QFile>
 #include <QFileInfo>

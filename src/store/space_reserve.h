@@ -4,8 +4,6 @@
 // Room held back for deleting messages on a full disk: a file of kReserveSize bytes beside the
 // message index, which a delete that meets a full disk releases.
 
-#include "tavmms_global.h"
-
 #include <QString>
 
 namespace tavmms::store
@@ -15,12 +13,12 @@ namespace tavmms::store
 constexpr qint64 kReserveSize = 128 * 1024;
 
 // "messages.reserve" beside the message index; empty when there is no platform directory.
-TAVMMS_EXPORT QString reservePath();
+QString reservePath();
 // Makes the reserve when it is not there, whole or not at all: on a disk without room for it,
 // nothing is made, and the next call tries again.
-TAVMMS_EXPORT void keepReserve(const QString& path);
+void keepReserve(const QString& path);
 // Removes the reserve; true when there was one to free.
-TAVMMS_EXPORT bool releaseReserve(const QString& path);
+bool releaseReserve(const QString& path);
 
 } // namespace tavmms::store
 

@@ -6,7 +6,7 @@
 // take it shared, since they never touch each other's messages; a repair takes it exclusive, so
 // that it never judges a message another program is halfway through keeping.
 
-#include "store_types.h"
+#include "message_store_types.h"
 
 #include <QString>
 
@@ -15,7 +15,7 @@
 namespace tavmms::store
 {
 
-class TAVMMS_EXPORT StoreLock
+class StoreLock
 {
 public:
     enum Mode { Shared, Exclusive };

@@ -34,10 +34,10 @@ public:
     MockMediaCapabilities();
     ~MockMediaCapabilities() override;
 
-    MOCK_METHOD(QStringList, playableExtensions, (MP_Utility::MIME_TYPE_T kind), (override));
+    MOCK_METHOD(QStringList, playableExtensions, (tavplatform::MediaKind kind), (override));
     MOCK_METHOD(bool, setPlayableExtensions,
-                (MP_Utility::MIME_TYPE_T kind, const QStringList& extensions), (override));
-    MOCK_METHOD(bool, resetPlayableExtensions, (MP_Utility::MIME_TYPE_T kind), (override));
+                (tavplatform::MediaKind kind, const QStringList& extensions), (override));
+    MOCK_METHOD(bool, resetPlayableExtensions, (tavplatform::MediaKind kind), (override));
 };
 
 class MockIconResources : public tavplatform::IconResourceService

@@ -2,7 +2,7 @@
 #define TAVMMS_TESTS_MODEL_HELPERS_H
 
 #include "mms_util_entry.h"
-#include "qt2compat.h"
+#include "mms_util_entrylist.h"
 
 #include <QDateTime>
 #include <QString>

@@ -19,12 +19,12 @@ using tavplatform::mediaCapabilityService;
 
 struct Kind {
     const char* name;
-    MP_Utility::MIME_TYPE_T kind;
+    tavplatform::MediaKind kind;
 };
 
 const Kind kKinds[] = {
-    {"audio", MP_Utility::MIME_TYPE_AUDIO},
-    {"video", MP_Utility::MIME_TYPE_VIDEO},
+    {"audio", tavplatform::MediaAudio},
+    {"video", tavplatform::MediaVideo},
 };
 
 const QString kKindHelp = QStringLiteral("audio or video.");

@@ -25,7 +25,7 @@ int runPaths(const cli::Command& command, const QStringList& arguments)
         {"Factory quick pages:", MMS_UTIL_Common::getQuickPageFactoryDir()},
         {"Temporary directory:", MMS_UTIL_Common::getTmpDir()},
         {"Platform directory:", tavplatform::platformDirectory()},
-        {"Device database:", tavplatform::SqliteDatabase::defaultPath()},
+        {"Device database:", tavplatform::deviceDatabasePath()},
     };
     for (const auto& row : rows)
         cli::out() << QStringLiteral("%1 %2\n").arg(QLatin1String(row.label), -21).arg(row.path);

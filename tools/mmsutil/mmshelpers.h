@@ -7,9 +7,9 @@
 #include "cli.h"
 #include "textout.h"
 
-#include <index_table.h>
-#include <mail_file_io.h>
-#include <row_text.h>
+#include <index_row_text.h>
+#include <mail_file_reader.h>
+#include <message_index.h>
 
 #include <tavmmsutility.h>
 

@@ -1,0 +1,31 @@
+#include "address_book_service.h"
+
+#include "default_services.h"
+
+namespace tavplatform
+{
+
+namespace
+{
+
+ServiceSlot<AddressBookService>& bookSlot()
+{
+    static ServiceSlot<AddressBookService> instance(makeDefaultAddressBook);
+    return instance;
+}
+
+} // namespace
+
+AddressBookService::~AddressBookService() = default;
+
+AddressBookService& addressBookService()
+{
+    return bookSlot().get();
+}
+
+AddressBookService* setAddressBookService(AddressBookService* service)
+{
+    return bookSlot().install(service);
+}
+
+} // namespace tavplatform
