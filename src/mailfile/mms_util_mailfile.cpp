@@ -2,7 +2,6 @@
 
 #include "filesync.h"
 #include "mms_util_common.h"
-#include "qt2string.h"
 
 #include <QDataStream>
 #include <QFile>
@@ -41,23 +40,24 @@ enum KeyIndex {
     kMessageSize,
 };
 
-// The stored spellings, mixed conventions included, are the file format.
-const char* const kKeys[MMS_UTIL_MAILFILE_KEY_COUNT] = {
-    "From:",
-    "To:",
-    "CC:",
-    "BCC:",
-    "Subject:",
-    "Send_Date:",
-    "Delivery:",
-    "Expiry:",
-    "Message_ID:",
-    "Content_Type:",
-    "Priority:",
-    "Sender_Visibility:",
-    "DeliveryReport:",
-    "ReadReplyReport:",
-    "Message_Size:",
+// The stored spellings, mixed conventions included, are the file format. Literals, so that
+// every object's key texts share them instead of each making its own.
+const QString kKeys[MMS_UTIL_MAILFILE_KEY_COUNT] = {
+    QStringLiteral("From:"),
+    QStringLiteral("To:"),
+    QStringLiteral("CC:"),
+    QStringLiteral("BCC:"),
+    QStringLiteral("Subject:"),
+    QStringLiteral("Send_Date:"),
+    QStringLiteral("Delivery:"),
+    QStringLiteral("Expiry:"),
+    QStringLiteral("Message_ID:"),
+    QStringLiteral("Content_Type:"),
+    QStringLiteral("Priority:"),
+    QStringLiteral("Sender_Visibility:"),
+    QStringLiteral("DeliveryReport:"),
+    QStringLiteral("ReadReplyReport:"),
+    QStringLiteral("Message_Size:"),
 };
 
 const quint32 kRecordSize = 16;
@@ -130,6 +130,42 @@ void valueTextsToHeader(const QString* values, MMS_UTIL_MsgHeaderBase* h)
     h->messageSize = values[kMessageSize].toUInt(nullptr, 10);
 }
 
+// Index of the key text equal to `key`, or MMS_UTIL_MAILFILE_KEY_COUNT.
+int keyIndex(QStringView key)
+{
+    for (int i = 0; i < MMS_UTIL_MAILFILE_KEY_COUNT; ++i) {
+        if (kKeys[i] == key)
+            return i;
+    }
+    return MMS_UTIL_MAILFILE_KEY_COUNT;
+}
+
+// Reads the "Key: value" lines of `text` into `values`. The lines are cut as a text stream reads
+// them: at each "\n", without a "\r" just before it or at the very end of the text, and nothing
+// follows a final "\n". Only the values are copied out of the text.
+void readValueTexts(QStringView text, QString* values)
+{
+    int lastKey = -1;
+    while (!text.isEmpty()) {
+        const qsizetype end = text.indexOf(u'\n');
+        QStringView line = end < 0 ? text : text.first(end);
+        text = end < 0 ? QStringView() : text.sliced(end + 1);
+        if (line.endsWith(u'\r'))
+            line.chop(1);
+        const qsizetype blank = line.indexOf(u' ');
+        // Without a blank the whole line is the key candidate (and, for a key, the value).
+        const int key = keyIndex(blank < 0 ? line : line.first(blank));
+        if (key < MMS_UTIL_MAILFILE_KEY_COUNT) {
+            // Empty but not null when nothing follows the blank: the line has a data pointer.
+            values[key] = line.sliced(blank + 1).toString();
+            lastKey = key;
+        } else if (lastKey == kSubject) {
+            values[kSubject] += u'\n';
+            values[kSubject] += line;
+        }
+    }
+}
+
 bool deviceFailed(QTextStream& stream)
 {
     if (stream.status() != QTextStream::Ok)
@@ -183,7 +219,7 @@ MMS_UTIL_MailFile::MMS_UTIL_MailFile(QString fileName)
     : fileName(fileName), header(nullptr), body(nullptr), bodyLength(0)
 {
     for (int i = 0; i < MMS_UTIL_MAILFILE_KEY_COUNT; ++i)
-        keyTexts[i] = QLatin1String(kKeys[i]);
+        keyTexts[i] = kKeys[i];
 }
 
 MMS_UTIL_MailFile::~MMS_UTIL_MailFile() = default;
@@ -402,27 +438,11 @@ void MMS_UTIL_MailFile::readMsgHeaderFrom(QTextStream& stream, MMS_UTIL_MsgHeade
 {
     if (!header)
         return;
-    int lastKey = -1;
-    while (!stream.atEnd()) {
-        const QString line = stream.readLine();
-        const int blank = int(line.indexOf(QLatin1Char(' ')));
-        // Without a blank the whole line is the key candidate (and, for a key, the value).
-        const int key = judgeString(tavmms::qt2Left(line, blank));
-        if (key < MMS_UTIL_MAILFILE_KEY_COUNT) {
-            valueTexts[key] = tavmms::qt2Right(line, int(line.size()) - blank - 1);
-            lastKey = key;
-        } else if (lastKey == kSubject) {
-            valueTexts[kSubject] += QLatin1Char('\n') + line;
-        }
-    }
+    readValueTexts(stream.readAll(), valueTexts);
     valueTextsToHeader(valueTexts, header);
 }
 
 int MMS_UTIL_MailFile::judgeString(QString key)
 {
-    for (int i = 0; i < MMS_UTIL_MAILFILE_KEY_COUNT; ++i) {
-        if (keyTexts[i] == key)
-            return i;
-    }
-    return MMS_UTIL_MAILFILE_KEY_COUNT;
+    return keyIndex(key);
 }
