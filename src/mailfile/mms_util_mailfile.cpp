@@ -8,15 +8,19 @@
 #include <QFileDevice>
 #include <QLocale>
 #include <QStringBuilder>
+#include <QStringDecoder>
 #include <QStringEncoder>
 #include <QTextStream>
+#include <QtEndian>
 
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <fcntl.h>
 #include <memory>
 #include <new>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace
@@ -140,10 +144,10 @@ int keyIndex(QStringView key)
     return MMS_UTIL_MAILFILE_KEY_COUNT;
 }
 
-// Reads the "Key: value" lines of `text` into `values`. The lines are cut as a text stream reads
-// them: at each "\n", without a "\r" just before it or at the very end of the text, and nothing
-// follows a final "\n". Only the values are copied out of the text.
-void readValueTexts(QStringView text, QString* values)
+// Reads the "Key: value" lines of `text` into `values`, then the values into `header`. The lines
+// are cut as a text stream reads them: at each "\n", without a "\r" just before it or at the very
+// end of the text, and nothing follows a final "\n". Only the values are copied out of the text.
+void readHeaderText(QStringView text, QString* values, MMS_UTIL_MsgHeaderBase* header)
 {
     int lastKey = -1;
     while (!text.isEmpty()) {
@@ -164,6 +168,7 @@ void readValueTexts(QStringView text, QString* values)
             values[kSubject] += line;
         }
     }
+    valueTextsToHeader(values, header);
 }
 
 bool deviceFailed(QTextStream& stream)
@@ -181,19 +186,75 @@ bool writeAll(QIODevice& device, const char* data, qint64 size)
     return device.write(data, size) == size;
 }
 
-// The 16-byte record from the file's current position; words past the end read as 0.
-MMS_UTIL_MAILFILE_HEADER_T readRecordFrom(QFile& file)
+// A mail file opened for reading with plain system calls: one fstat gives its size, and each read
+// goes at its offset straight into the caller's memory, without a second buffer in between. A
+// directory does not open, as with QFile.
+class MailFileReader
 {
-    MMS_UTIL_MAILFILE_HEADER_T record{0, 0, 0, 0};
-    QDataStream in(&file);
-    in >> record.headerTextOffset >> record.reserved >> record.bodyOffset >> record.bodyLength;
-    return record;
-}
+public:
+    explicit MailFileReader(const QString& fileName)
+        : fd_(::open(QFile::encodeName(fileName).constData(), O_RDONLY | O_CLOEXEC))
+    {
+        struct stat info;
+        if (fd_ >= 0 && ::fstat(fd_, &info) == 0 && !S_ISDIR(info.st_mode))
+            size_ = info.st_size;
+    }
+    ~MailFileReader()
+    {
+        if (fd_ >= 0)
+            ::close(fd_);
+    }
+    MailFileReader(const MailFileReader&) = delete;
+    MailFileReader& operator=(const MailFileReader&) = delete;
+
+    bool isOpen() const { return size_ >= 0; }
+    qint64 size() const { return size_; }
+
+    // Reads up to `length` bytes at `offset` into `data`; the count read, short only at the end of
+    // the file or on an error.
+    qint64 readAt(qint64 offset, void* data, qint64 length) const
+    {
+        qint64 done = 0;
+        while (done < length) {
+            const ssize_t got = ::pread(fd_, static_cast<char*>(data) + done, size_t(length - done),
+                                        off_t(offset + done));
+            if (got < 0 && errno == EINTR)
+                continue;
+            if (got <= 0)
+                break;
+            done += got;
+        }
+        return done;
+    }
+
+    // The 16-byte record; a word cut short by the end of the file reads as 0, like the words
+    // missing after it.
+    MMS_UTIL_MAILFILE_HEADER_T record() const
+    {
+        uchar bytes[kRecordSize] = {};
+        const qint64 whole = readAt(0, bytes, kRecordSize) / 4 * 4;
+        std::memset(bytes + whole, 0, size_t(kRecordSize - whole));
+        return {qFromBigEndian<quint32>(bytes), qFromBigEndian<quint32>(bytes + 4),
+                qFromBigEndian<quint32>(bytes + 8), qFromBigEndian<quint32>(bytes + 12)};
+    }
+
+private:
+    int fd_;
+    qint64 size_ = -1;
+};
 
 void openUtf8Stream(QTextStream& stream)
 {
     stream.setEncoding(QStringConverter::Utf8);
     stream.setAutoDetectUnicode(false);
+}
+
+// The header text block `bytes` decoded as a UTF-8 text stream decodes it: a byte order mark at
+// the start is dropped, and so is a sequence cut short at the end.
+QString headerBlockText(QByteArrayView bytes)
+{
+    QStringDecoder decoder(QStringConverter::Utf8);
+    return decoder(bytes);
 }
 
 // Keeps errno across the cleanup that follows a failure, so that the caller still sees why the
@@ -226,21 +287,21 @@ MMS_UTIL_MailFile::~MMS_UTIL_MailFile() = default;
 
 MMS_UTIL_MAILFILE_HEADER_T MMS_UTIL_MailFile::readMailFileHeader()
 {
-    QFile file(fileName);
-    if (!file.open(QIODevice::ReadOnly))
+    const MailFileReader file(fileName);
+    if (!file.isOpen())
         return MMS_UTIL_MAILFILE_HEADER_T{0, 0, 0, 0};
-    return readRecordFrom(file);
+    return file.record();
 }
 
 int MMS_UTIL_MailFile::readMultipartBody(unsigned char** buf, unsigned int* len)
 {
     if (!buf || !len)
         return 1;
-    QFile file(fileName);
-    if (!file.open(QIODevice::ReadOnly))
+    const MailFileReader file(fileName);
+    if (!file.isOpen())
         return 1;
     const qint64 size = file.size();
-    const MMS_UTIL_MAILFILE_HEADER_T record = readRecordFrom(file);
+    const MMS_UTIL_MAILFILE_HEADER_T record = file.record();
     *len = record.bodyLength;
     if (!(record.bodyOffset < size && *len < size && *len != 0))
         return 1;
@@ -248,8 +309,7 @@ int MMS_UTIL_MailFile::readMultipartBody(unsigned char** buf, unsigned int* len)
     if (!buffer)
         return 1;
     // A short read is an error too: the buffer would otherwise end in bytes never read.
-    const qint64 got = file.read(reinterpret_cast<char*>(buffer.get()), *len);
-    if (got != qint64(*len) || file.error() != QFileDevice::NoError)
+    if (file.readAt(kRecordSize, buffer.get(), *len) != qint64(*len))
         return 1;
     *buf = buffer.release();
     return 0;
@@ -259,41 +319,43 @@ int MMS_UTIL_MailFile::readMsgHeader(MMS_UTIL_MsgHeaderBase* header)
 {
     if (!header)
         return 1;
-    QFile file(fileName);
-    if (!file.open(QIODevice::ReadOnly))
+    const MailFileReader file(fileName);
+    if (!file.isOpen())
         return 1;
-    const qint64 size = file.size();
-    quint32 headerTextOffset = 0;
-    QDataStream(&file) >> headerTextOffset;
+    const qint64 offset = file.record().headerTextOffset;
     // An offset equal to the size is an empty block, not an error.
-    if (headerTextOffset > size || !file.seek(headerTextOffset))
+    if (offset > file.size())
         return 1;
-    QTextStream stream(&file);
-    openUtf8Stream(stream);
-    readMsgHeaderFrom(stream, header);
+    QByteArray block(file.size() - offset, Qt::Uninitialized);
+    block.truncate(file.readAt(offset, block.data(), block.size()));
+    readHeaderText(headerBlockText(block), valueTexts, header);
     return 0;
 }
 
 int MMS_UTIL_MailFile::loadMailFile()
 {
-    QFile file(fileName);
-    if (!file.open(QIODevice::ReadOnly))
+    const MailFileReader file(fileName);
+    if (!file.isOpen())
         return 1;
     const qint64 size = file.size();
-    const MMS_UTIL_MAILFILE_HEADER_T record = readRecordFrom(file);
+    const MMS_UTIL_MAILFILE_HEADER_T record = file.record();
     bodyLength = record.bodyLength;
     if (!(record.bodyOffset < size && bodyLength < size && record.headerTextOffset < size &&
           record.reserved < size))
         return 1;
-    // A short read is not looked at here: the body then ends in zeros.
-    body = new unsigned char[bodyLength];
-    const qint64 got = std::max<qint64>(file.read(reinterpret_cast<char*>(body), bodyLength), 0);
-    std::memset(body + got, 0, bodyLength - got);
-    // The header is read straight after the body, whatever the recorded offset says.
-    QTextStream stream(&file);
-    openUtf8Stream(stream);
+    // Everything after the record comes in one read into the body's buffer, made large enough
+    // for the header text block that follows the body; the block is read out of it here. The
+    // header is read straight after the body, whatever the recorded offset says.
+    const qint64 rest = std::max<qint64>(size - kRecordSize, 0);
+    body = new unsigned char[std::max<qint64>(bodyLength, rest)];
+    const qint64 got = file.readAt(kRecordSize, body, rest);
+    // A short read is not looked at here: the body then ends in zeros, and no header text follows.
+    if (got < bodyLength)
+        std::memset(body + got, 0, size_t(bodyLength - got));
     header = new MMS_UTIL_MsgHeaderBase;
-    readMsgHeaderFrom(stream, header);
+    const char* const block = reinterpret_cast<const char*>(body) + bodyLength;
+    readHeaderText(headerBlockText(QByteArrayView(block, std::max<qint64>(got - bodyLength, 0))),
+                   valueTexts, header);
     return 0;
 }
 
@@ -438,8 +500,7 @@ void MMS_UTIL_MailFile::readMsgHeaderFrom(QTextStream& stream, MMS_UTIL_MsgHeade
 {
     if (!header)
         return;
-    readValueTexts(stream.readAll(), valueTexts);
-    valueTextsToHeader(valueTexts, header);
+    readHeaderText(stream.readAll(), valueTexts, header);
 }
 
 int MMS_UTIL_MailFile::judgeString(QString key)
