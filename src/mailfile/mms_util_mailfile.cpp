@@ -22,6 +22,7 @@
 #include <new>
 #include <sys/stat.h>
 #include <unistd.h>
+#include <utility>
 
 namespace
 {
@@ -100,13 +101,15 @@ void headerToValueTexts(const MMS_UTIL_MsgHeaderBase& h, QString* values)
     values[kMessageSize] = QString::number(h.messageSize, 10);
 }
 
-// Reads a recipient list into the header; the list read is freed once the header has its copies.
-template <typename Setter>
-void setList(MMS_UTIL_MsgHeaderBase* h, Setter setter, const QString& text)
+// Replaces one of the header's recipient lists with the entries read from `text`, with the outcome
+// of setTo(): the entries it held are deleted, whether it owned them or not, and it owns the new
+// ones. The entries read are handed over rather than copied.
+void readList(MMS_UTIL_EntryList& list, const QString& text)
 {
-    MMS_UTIL_EntryList list = MMS_UTIL_Common::stringToEntryList(text);
+    MMS_UTIL_EntryList read = MMS_UTIL_Common::stringToEntryList(text);
+    read.setAutoDelete(true);
     list.setAutoDelete(true);
-    (h->*setter)(list);
+    list = std::move(read);
 }
 
 void valueTextsToHeader(const QString* values, MMS_UTIL_MsgHeaderBase* h)
@@ -114,9 +117,9 @@ void valueTextsToHeader(const QString* values, MMS_UTIL_MsgHeaderBase* h)
     MMS_UTIL_Entry from;
     MMS_UTIL_Common::stringToEntry(values[kFrom], &from);
     h->setFrom(from);
-    setList(h, &MMS_UTIL_MsgHeaderBase::setTo, values[kTo]);
-    setList(h, &MMS_UTIL_MsgHeaderBase::setCc, values[kCc]);
-    setList(h, &MMS_UTIL_MsgHeaderBase::setBcc, values[kBcc]);
+    readList(h->toList, values[kTo]);
+    readList(h->ccList, values[kCc]);
+    readList(h->bccList, values[kBcc]);
     h->subject = values[kSubject];
     h->sendDate = MMS_UTIL_Common::stringToTime(values[kSendDate]);
     h->deliveryTime = MMS_UTIL_Common::stringToTime(values[kDelivery]);
@@ -134,11 +137,15 @@ void valueTextsToHeader(const QString* values, MMS_UTIL_MsgHeaderBase* h)
     h->messageSize = values[kMessageSize].toUInt(nullptr, 10);
 }
 
-// Index of the key text equal to `key`, or MMS_UTIL_MAILFILE_KEY_COUNT.
-int keyIndex(QStringView key)
+// Index of the key of `line`, or MMS_UTIL_MAILFILE_KEY_COUNT. A line's key is its text before the
+// first blank, or the whole line when it has none; as no key holds a blank, that is the key the
+// line starts with when a blank or the end of the line follows it, which needs no search.
+int lineKeyIndex(QStringView line)
 {
     for (int i = 0; i < MMS_UTIL_MAILFILE_KEY_COUNT; ++i) {
-        if (kKeys[i] == key)
+        const qsizetype length = kKeys[i].size();
+        if (line.size() >= length && (line.size() == length || line[length] == u' ') &&
+            line.startsWith(kKeys[i]))
             return i;
     }
     return MMS_UTIL_MAILFILE_KEY_COUNT;
@@ -156,12 +163,12 @@ void readHeaderText(QStringView text, QString* values, MMS_UTIL_MsgHeaderBase* h
         text = end < 0 ? QStringView() : text.sliced(end + 1);
         if (line.endsWith(u'\r'))
             line.chop(1);
-        const qsizetype blank = line.indexOf(u' ');
-        // Without a blank the whole line is the key candidate (and, for a key, the value).
-        const int key = keyIndex(blank < 0 ? line : line.first(blank));
+        const int key = lineKeyIndex(line);
         if (key < MMS_UTIL_MAILFILE_KEY_COUNT) {
-            // Empty but not null when nothing follows the blank: the line has a data pointer.
-            values[key] = line.sliced(blank + 1).toString();
+            // The text after the blank; a key without a blank is its own value. Empty but not
+            // null when nothing follows the blank: the view then still points into the line.
+            const qsizetype length = kKeys[key].size();
+            values[key] = (line.size() == length ? line : line.sliced(length + 1)).toString();
             lastKey = key;
         } else if (lastKey == kSubject) {
             values[kSubject] += u'\n';
@@ -505,5 +512,9 @@ void MMS_UTIL_MailFile::readMsgHeaderFrom(QTextStream& stream, MMS_UTIL_MsgHeade
 
 int MMS_UTIL_MailFile::judgeString(QString key)
 {
-    return keyIndex(key);
+    for (int i = 0; i < MMS_UTIL_MAILFILE_KEY_COUNT; ++i) {
+        if (keyTexts[i] == key)
+            return i;
+    }
+    return MMS_UTIL_MAILFILE_KEY_COUNT;
 }
