@@ -8,7 +8,14 @@
 //                           that the rename itself is durable too.
 // BM_Paired_WriteLoad/N, BM_Paired_WriteLoadDirSync/N  the library and one of the two raw runs in
 //                           turn: counters library_us, raw_us and their ratio, both sides having
-//                           met the same disk.
+//                           met the same disk. The save syncs the file and then its directory, so
+//                           the second is its counterpart; the first is kept as a figure.
+// BM_Paired_Save/N          writeMailFile() alone against the raw replacement with both syncs.
+// BM_Paired_Load/N          loadMailFile() against a raw read of the whole file.
+// BM_Paired_ReadMsgHeader/N readMsgHeader() against a raw read of the record and the header block.
+// BM_Paired_ReadMultipartBody/N  readMultipartBody() against a raw read of the record and the
+//                           body. The raw readers take the file's size as a reader that trusts no
+//                           stored length must, and read into a buffer kept across runs.
 // BM_MailFile_Load/N, BM_RawPosix_Read/N  the reading halves alone (from the page cache), which
 //                           shows the library's own cost apart from the disk's.
 // BM_Header_Serialize / BM_Header_Read  the header text block alone, on a QBuffer.
@@ -146,22 +153,77 @@ QByteArray mailFileBytes(QByteArray body, MMS_UTIL_MsgHeaderBase* header)
     return bytes;
 }
 
-bool readBack(const char* path, std::vector<char>& buffer)
+// Reads `length` bytes at `offset` of `fd` into `buffer` (resized to them); false on a read that
+// fails or ends early.
+bool readAt(int fd, qint64 offset, size_t length, std::vector<char>& buffer)
 {
-    const int fd = ::open(path, O_RDONLY | O_CLOEXEC);
-    struct stat info;
-    if (fd < 0 || ::fstat(fd, &info) != 0)
-        return false;
-    buffer.resize(size_t(info.st_size));
+    buffer.resize(length);
     size_t done = 0;
-    while (done < buffer.size()) {
-        const ssize_t got = ::read(fd, buffer.data() + done, buffer.size() - done);
+    while (done < length) {
+        const ssize_t got = ::pread(fd, buffer.data() + done, length - done, off_t(offset + done));
         if (got <= 0)
-            break;
+            return false;
         done += size_t(got);
     }
-    ::close(fd);
-    return done == buffer.size();
+    return true;
+}
+
+// The big-endian word at `index` of the record read into `buffer`.
+quint32 recordWord(const std::vector<char>& buffer, int index)
+{
+    const auto* bytes = reinterpret_cast<const unsigned char*>(buffer.data()) + index * 4;
+    return quint32(bytes[0]) << 24 | quint32(bytes[1]) << 16 | quint32(bytes[2]) << 8 | bytes[3];
+}
+
+// The file `path` opened and sized with plain system calls, for the raw readers.
+class RawOpenFile
+{
+public:
+    explicit RawOpenFile(const char* path) : fd_(::open(path, O_RDONLY | O_CLOEXEC))
+    {
+        struct stat info;
+        size_ = fd_ >= 0 && ::fstat(fd_, &info) == 0 ? qint64(info.st_size) : -1;
+    }
+    ~RawOpenFile()
+    {
+        if (fd_ >= 0)
+            ::close(fd_);
+    }
+    RawOpenFile(const RawOpenFile&) = delete;
+    RawOpenFile& operator=(const RawOpenFile&) = delete;
+
+    int fd() const { return fd_; }
+    qint64 size() const { return size_; } // -1 when the file could not be opened
+
+private:
+    int fd_;
+    qint64 size_;
+};
+
+bool readBack(const char* path, std::vector<char>& buffer)
+{
+    const RawOpenFile file(path);
+    return file.size() >= 0 && readAt(file.fd(), 0, size_t(file.size()), buffer);
+}
+
+// What readMsgHeader reads: the record, then from its first word to the end of the file.
+bool readHeaderBlockBack(const char* path, std::vector<char>& record, std::vector<char>& block)
+{
+    const RawOpenFile file(path);
+    if (file.size() < 16 || !readAt(file.fd(), 0, 16, record))
+        return false;
+    const qint64 offset = recordWord(record, 0);
+    return offset <= file.size() && readAt(file.fd(), offset, size_t(file.size() - offset), block);
+}
+
+// What readMultipartBody reads: the record, then the body it announces.
+bool readBodyBack(const char* path, std::vector<char>& record, std::vector<char>& body)
+{
+    const RawOpenFile file(path);
+    if (file.size() < 16 || !readAt(file.fd(), 0, 16, record))
+        return false;
+    const qint64 length = recordWord(record, 3);
+    return 16 + length <= file.size() && readAt(file.fd(), 16, size_t(length), body);
 }
 
 // The raw counterpart of a save and a load: `bytes` written under a temporary name and synced,
@@ -178,14 +240,21 @@ public:
     }
     ~RawReplace() { ::unlink(path_.constData()); }
 
-    bool run()
+    // The save alone.
+    bool store()
     {
         if (!writeSyncedFile(tmp_, bytes_))
             return false;
         ::unlink(path_.constData());
         if (::rename(tmp_.constData(), path_.constData()) != 0)
             return false;
-        if (!dir_.isEmpty() && !syncDirectory(dir_))
+        return dir_.isEmpty() || syncDirectory(dir_);
+    }
+
+    // The save, then the read of the whole file.
+    bool run()
+    {
+        if (!store())
             return false;
         const bool read = readBack(path_.constData(), buffer_);
         benchmark::DoNotOptimize(buffer_.data());
@@ -231,15 +300,9 @@ void pairedBenchmark(benchmark::State& state, bool syncDirectory)
     const std::unique_ptr<MMS_UTIL_MsgHeaderBase> header = makeHeader();
     const QString path = benchFile("library.mms");
     RawReplace raw(state.range(0), syncDirectory);
-    PairedTiming timing;
-    for (auto _ : state) {
-        if (!timing.run([&] { return writeAndLoad(path, body, header.get()); },
-                        [&] { return raw.run(); })) {
-            state.SkipWithError("a write or a read failed");
-            break;
-        }
-    }
-    timing.report(state);
+    PairedTiming().runAll(
+        state, [&] { return writeAndLoad(path, body, header.get()); }, [&] { return raw.run(); },
+        "a write or a read failed");
     QFile::remove(path);
 }
 
@@ -251,6 +314,108 @@ void BM_Paired_WriteLoad(benchmark::State& state)
 void BM_Paired_WriteLoadDirSync(benchmark::State& state)
 {
     pairedBenchmark(state, true);
+}
+
+void BM_Paired_Save(benchmark::State& state)
+{
+    QByteArray body = makeBody(state.range(0));
+    const std::unique_ptr<MMS_UTIL_MsgHeaderBase> header = makeHeader();
+    const QString path = benchFile("library.mms");
+    RawReplace raw(state.range(0), true);
+    PairedTiming().runAll(
+        state,
+        [&] {
+            return MMS_UTIL_MailFile(path).writeMailFile(
+                       reinterpret_cast<unsigned char*>(body.data()), uint(body.size()),
+                       header.get()) == MMS_UTIL_MAILFILE_OK;
+        },
+        [&] { return raw.store(); }, "a save failed");
+    QFile::remove(path);
+}
+
+// A mail file of an N-byte body written once, which a reader of the library and its raw
+// counterpart then read in turn, both from the page cache.
+class StoredMailFile
+{
+public:
+    explicit StoredMailFile(benchmark::State& state)
+        : body_(makeBody(state.range(0))), path_(benchFile("library.mms")),
+          name_(QFile::encodeName(path_))
+    {
+        if (MMS_UTIL_MailFile(path_).writeMailFile(reinterpret_cast<unsigned char*>(body_.data()),
+                                                   uint(body_.size()),
+                                                   makeHeader().get()) != MMS_UTIL_MAILFILE_OK)
+            state.SkipWithError("writeMailFile failed");
+    }
+    ~StoredMailFile() { QFile::remove(path_); }
+
+    const QString& path() const { return path_; }
+    const char* name() const { return name_.constData(); }
+    unsigned int bodyLength() const { return uint(body_.size()); }
+
+private:
+    QByteArray body_;
+    const QString path_;
+    const QByteArray name_;
+};
+
+void BM_Paired_Load(benchmark::State& state)
+{
+    const StoredMailFile file(state);
+    std::vector<char> buffer;
+    PairedTiming().runAll(
+        state, [&] { return loadAndRelease(file.path(), file.bodyLength()); },
+        [&] {
+            const bool read = readBack(file.name(), buffer);
+            benchmark::DoNotOptimize(buffer.data());
+            return read;
+        },
+        "a read failed");
+}
+
+void BM_Paired_ReadMsgHeader(benchmark::State& state)
+{
+    const StoredMailFile file(state);
+    std::vector<char> record;
+    std::vector<char> block;
+    PairedTiming().runAll(
+        state,
+        [&] {
+            MMS_UTIL_MsgHeaderBase header;
+            const bool read = MMS_UTIL_MailFile(file.path()).readMsgHeader(&header) == 0;
+            benchmark::DoNotOptimize(header.toList.count());
+            return read;
+        },
+        [&] {
+            const bool read = readHeaderBlockBack(file.name(), record, block);
+            benchmark::DoNotOptimize(block.data());
+            return read;
+        },
+        "a read failed");
+}
+
+void BM_Paired_ReadMultipartBody(benchmark::State& state)
+{
+    const StoredMailFile file(state);
+    std::vector<char> record;
+    std::vector<char> body;
+    PairedTiming().runAll(
+        state,
+        [&] {
+            unsigned char* buffer = nullptr;
+            unsigned int length = 0;
+            const bool read =
+                MMS_UTIL_MailFile(file.path()).readMultipartBody(&buffer, &length) == 0;
+            const std::unique_ptr<unsigned char[]> owned(buffer);
+            benchmark::DoNotOptimize(owned.get());
+            return read && length == file.bodyLength();
+        },
+        [&] {
+            const bool read = readBodyBack(file.name(), record, body);
+            benchmark::DoNotOptimize(body.data());
+            return read;
+        },
+        "a read failed");
 }
 
 void BM_RawPosix_Read(benchmark::State& state)
@@ -338,6 +503,16 @@ BENCHMARK(BM_Paired_WriteLoad)
     ->UseRealTime()
     ->Unit(benchmark::kMicrosecond);
 BENCHMARK(BM_Paired_WriteLoadDirSync)
+    ->ArgsProduct({kBodySizes})
+    ->UseRealTime()
+    ->Unit(benchmark::kMicrosecond);
+BENCHMARK(BM_Paired_Save)->ArgsProduct({kBodySizes})->UseRealTime()->Unit(benchmark::kMicrosecond);
+BENCHMARK(BM_Paired_Load)->ArgsProduct({kBodySizes})->UseRealTime()->Unit(benchmark::kMicrosecond);
+BENCHMARK(BM_Paired_ReadMsgHeader)
+    ->ArgsProduct({kBodySizes})
+    ->UseRealTime()
+    ->Unit(benchmark::kMicrosecond);
+BENCHMARK(BM_Paired_ReadMultipartBody)
     ->ArgsProduct({kBodySizes})
     ->UseRealTime()
     ->Unit(benchmark::kMicrosecond);

@@ -1,9 +1,11 @@
 #include "mms_util_common.h"
 
 #include "support/model_helpers.h"
+#include "support/scoped_environment.h"
 
 #include <gtest/gtest.h>
 
+#include <ctime>
 #include <memory>
 
 using tavmms_test::deleteEntries;
@@ -553,6 +555,52 @@ TEST(TimeText, ClockIsTheFirstWholeOneOfAsciiDigits)
     const QDateTime read = MMS_UTIL_Common::stringToTime(
         QString::fromUtf8("Sat May 2 1:02:03 \u0661\u0662:30:30 11:22:33 04:05:06 1998"));
     EXPECT_EQ(read.time(), QTime(11, 22, 33));
+}
+
+// A zone with summer time, so that the hours around its changes are met.
+class TimeTextInAZoneWithSummerTime : public ::testing::Test
+{
+protected:
+    void SetUp() override { ::tzset(); }
+    void TearDown() override
+    {
+        zone.reset();
+        ::tzset();
+    }
+
+    std::unique_ptr<tavmms_test::ScopedEnvironment> zone =
+        std::make_unique<tavmms_test::ScopedEnvironment>("TZ", QByteArray("Europe/Berlin"));
+};
+
+TEST_F(TimeTextInAZoneWithSummerTime, DatesAroundTheChangesReadAsTheZonesLocalTime)
+{
+    const struct {
+        const char* text;
+        bool valid;
+        int offset; // seconds east of UTC, for a valid result
+    } cases[] = {
+        {"Sun Mar 31 01:59:59 2024", true, 3600}, // the last second of winter time
+        {"Sun Mar 31 02:30:00 2024", false, 0},   // in the hour that spring skips
+        {"Sun Mar 31 03:00:00 2024", true, 7200}, // the first second of summer time
+        {"Sun Oct 27 01:59:59 2024", true, 7200},
+        {"Sun Oct 27 02:30:00 2024", true, 7200}, // the hour that autumn repeats: its first pass
+        {"Sun Oct 27 03:00:00 2024", true, 3600},
+        {"Mon Jul 1 12:00:00 2024", true, 7200},
+        {"Wed Jan 1 12:00:00 2025", true, 3600},
+    };
+    for (const auto& c : cases) {
+        const QDateTime read = readTime(c.text);
+        // The local time that Qt makes of the date and the time read, in every respect.
+        const QDateTime local(read.date(), read.time());
+        EXPECT_TRUE(read.date().isValid()) << c.text;
+        EXPECT_EQ(read.timeSpec(), Qt::LocalTime) << c.text;
+        EXPECT_EQ(read.isValid(), c.valid) << c.text;
+        EXPECT_EQ(read.isValid(), local.isValid()) << c.text;
+        if (c.valid) {
+            EXPECT_EQ(read.offsetFromUtc(), c.offset) << c.text;
+            EXPECT_EQ(read.toMSecsSinceEpoch(), local.toMSecsSinceEpoch()) << c.text;
+        }
+    }
 }
 
 TEST(TimeText, ClockMissingADigitGivesMidnight)

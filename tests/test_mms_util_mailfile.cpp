@@ -372,6 +372,28 @@ TEST_F(MailFileTest, ConstructorAndDestructorLeaveTheFileAndLoadedObjectsAlone)
     EXPECT_FALSE(QFile::exists(path("never.mms")));
 }
 
+TEST_F(MailFileTest, HeaderBlockIsDecodedAndCutIntoLinesAsATextStreamReadsIt)
+{
+    // A byte order mark first, lines ended by CR LF, a CR kept inside a line, and a subject whose
+    // last line ends in a CR and a sequence cut short: both are dropped at the very end.
+    const QByteArray block = "\xEF\xBB\xBF\r\nMessage_ID: id\rstill\r\nExpiry: 7\r\nSubject: s\r\n"
+                             "\xC3\xA4 more\r\n\r\nlast\r\xC3";
+    ASSERT_TRUE(writeFileBytes(path(), recordBytes(16 + 37, 0, 16, 37) + smallBody + block));
+    const QByteArray streamed = headerBlockOf(*headerFromBlock(block));
+
+    MMS_UTIL_MsgHeaderBase header;
+    ASSERT_EQ(MMS_UTIL_MailFile(path()).readMsgHeader(&header), 0);
+    EXPECT_EQ(headerBlockOf(header), streamed);
+    EXPECT_EQ(header.messageId, QStringLiteral("id\rstill"));
+    EXPECT_EQ(header.expiry, 7u);
+    EXPECT_EQ(header.subject, QString::fromUtf8("s\n\xC3\xA4 more\n\nlast"));
+
+    MMS_UTIL_MailFile loader(path());
+    const Loaded loaded = load(loader);
+    ASSERT_EQ(loaded.result, 0);
+    EXPECT_EQ(headerBlockOf(*loaded.header), streamed);
+}
+
 // --- readMailFileHeader ---
 
 TEST_F(MailFileTest, ReadMailFileHeaderReturnsTheStoredWordsUnchecked)

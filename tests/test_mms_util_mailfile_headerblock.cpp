@@ -531,6 +531,25 @@ TEST_F(HeaderBlockTest, ReadingReplacesTheRecipientLists)
     EXPECT_TRUE(header.bccList.isEmpty());
 }
 
+TEST_F(HeaderBlockTest, ReadingDeletesTheEntriesAListHeldWithoutOwningThem)
+{
+    // As setTo() does: the lists' earlier entries go even where auto-delete was off.
+    const EntryProbe probe("held");
+    MMS_UTIL_MsgHeaderBase header;
+    for (MMS_UTIL_EntryList* list : {&header.toList, &header.ccList, &header.bccList})
+        list->append(probe.newEntry());
+    ASSERT_TRUE(probe.anyEntryAlive());
+    readInto("\nTo: <N1>[PLMN]1,\nCC: \nBCC: <N2>[EMAIL]n2@x,\n", &header);
+    EXPECT_FALSE(probe.anyEntryAlive());
+    for (const MMS_UTIL_EntryList* list : {&header.toList, &header.ccList, &header.bccList})
+        EXPECT_TRUE(list->autoDelete());
+    ASSERT_EQ(header.toList.count(), 1u);
+    EXPECT_EQ(header.toList.at(0)->name, QStringLiteral("N1"));
+    EXPECT_TRUE(header.ccList.isEmpty());
+    ASSERT_EQ(header.bccList.count(), 1u);
+    EXPECT_EQ(header.bccList.at(0)->address, QStringLiteral("n2@x"));
+}
+
 TEST_F(HeaderBlockTest, ReadingStartsAtTheStreamPosition)
 {
     QByteArray bytes = "Message_ID: skipped\n\nSubject: taken\n";

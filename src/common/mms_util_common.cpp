@@ -12,6 +12,7 @@
 
 using tavmms::qt2Left;
 using tavmms::qt2Mid;
+using tavmms::qt2MidView;
 using tavmms::qt2Right;
 
 namespace
@@ -45,7 +46,7 @@ const TempFileKind kTempFileKinds[] = {
 };
 
 // The position of the first "hh:mm:ss" (ASCII digits) in `text`, or -1.
-int clockPosition(const QString& text)
+int clockPosition(QStringView text)
 {
     const auto digit = [&](qsizetype i) { return text.at(i) >= u'0' && text.at(i) <= u'9'; };
     for (qsizetype t = 0; t + 8 <= text.size(); ++t) {
@@ -54,6 +55,39 @@ int clockPosition(const QString& text)
             return int(t);
     }
     return -1;
+}
+
+// The two ASCII digits at `position` of `text` as a number.
+int twoDigits(QStringView text, qsizetype position)
+{
+    return (text.at(position).unicode() - u'0') * 10 + (text.at(position + 1).unicode() - u'0');
+}
+
+// Reads "<name>[WORD]address" into `entry` (see MMS_UTIL_Common::stringToEntry). Only the name and
+// the address are copied out of the text; the type word is compared in place.
+void readEntry(QStringView text, MMS_UTIL_Entry* entry)
+{
+    // Marks are not checked: a missing one is at -1 and the pieces fall where that puts them.
+    const int a = int(text.indexOf(u'<'));
+    const int b = int(text.indexOf(u'>'));
+    entry->name = qt2Mid(text, a + 1, b - a - 1);
+    const int c = int(text.indexOf(u'['));
+    const int d = int(text.indexOf(u']'));
+    const QStringView word = qt2MidView(text, c + 1, d - c - 1);
+    if (word == QLatin1String("EMAIL"))
+        entry->type = MMS_UTIL_ADDR_EMAIL;
+    else if (word == QLatin1String("PLMN"))
+        entry->type = MMS_UTIL_ADDR_PLMN;
+    else
+        entry->type = MMS_UTIL_ADDR_UNKNOWN;
+    entry->address = qt2Right(text, int(text.size()) - d - 1);
+}
+
+MMS_UTIL_Entry* newEntry(QStringView text)
+{
+    auto* entry = new MMS_UTIL_Entry;
+    readEntry(text, entry);
+    return entry;
 }
 
 } // namespace
@@ -96,29 +130,13 @@ QString MMS_UTIL_Common::entryToString(MMS_UTIL_Entry entry)
 
 MMS_UTIL_Entry* MMS_UTIL_Common::stringToEntry(QString text)
 {
-    auto* entry = new MMS_UTIL_Entry;
-    stringToEntry(text, entry);
-    return entry;
+    return newEntry(text);
 }
 
 void MMS_UTIL_Common::stringToEntry(QString text, MMS_UTIL_Entry* entry)
 {
-    if (!entry)
-        return;
-    // Marks are not checked: a missing one is at -1 and the pieces fall where that puts them.
-    const int a = int(text.indexOf(QLatin1Char('<')));
-    const int b = int(text.indexOf(QLatin1Char('>')));
-    entry->name = qt2Mid(text, a + 1, b - a - 1);
-    const int c = int(text.indexOf(QLatin1Char('[')));
-    const int d = int(text.indexOf(QLatin1Char(']')));
-    const QString word = qt2Mid(text, c + 1, d - c - 1);
-    if (word == QLatin1String("EMAIL"))
-        entry->type = MMS_UTIL_ADDR_EMAIL;
-    else if (word == QLatin1String("PLMN"))
-        entry->type = MMS_UTIL_ADDR_PLMN;
-    else
-        entry->type = MMS_UTIL_ADDR_UNKNOWN;
-    entry->address = qt2Right(text, int(text.size()) - d - 1);
+    if (entry)
+        readEntry(text, entry);
 }
 
 QString MMS_UTIL_Common::entryListToString(MMS_UTIL_EntryList list)
@@ -144,11 +162,11 @@ void MMS_UTIL_Common::stringToEntryList(QString text, MMS_UTIL_EntryList* list)
 {
     if (!list)
         return;
-    const QStringList pieces = text.split(QLatin1Char(kListSeparator), Qt::SkipEmptyParts);
-    for (const QString& piece : pieces) {
-        const QString entryText = piece.trimmed();
+    for (const QStringView piece :
+         qTokenize(text, QLatin1Char(kListSeparator), Qt::SkipEmptyParts)) {
+        const QStringView entryText = piece.trimmed();
         if (!entryText.isEmpty())
-            list->append(stringToEntry(entryText));
+            list->append(newEntry(entryText));
     }
 }
 
@@ -162,7 +180,7 @@ MMS_CONTENT_TYPE_T MMS_UTIL_Common::stringToContentType(QString text)
 {
     // Without a blank, s is -1: the head and the parameters are then both the whole text.
     const int s = int(text.indexOf(QLatin1Char(' ')));
-    const QString head = qt2Left(text, s);
+    const QStringView head = qt2MidView(text, 0, s);
     MMS_CONTENT_TYPE_T result;
     result.params = qt2Right(text, int(text.size()) - s - 1);
     const int p = int(head.indexOf(QLatin1Char('/')));
@@ -227,9 +245,9 @@ bool MMS_UTIL_Common::stringToBool(QString text)
 
 QDateTime MMS_UTIL_Common::stringToTime(QString text)
 {
-    if (text.isNull())
-        return QDateTime();
-    const QString monthText = qt2Mid(text, 4, 3);
+    // The pieces are read in place. A text that does not reach the month (a null one included)
+    // has no month to read.
+    const QStringView monthText = qt2MidView(text, 4, 3);
     if (monthText.isNull())
         return QDateTime();
     int month = -1;
@@ -239,16 +257,16 @@ QDateTime MMS_UTIL_Common::stringToTime(QString text)
             break;
         }
     }
-    const int day = qt2Mid(text, 8, 2).simplified().toInt();
-    const int year = qt2Right(text, 4).toInt();
+    // Two characters at most: trimming them is all that simplifying them would do.
+    const int day = qt2MidView(text, 8, 2).trimmed().toInt();
+    // The last four characters: a text that reaches the month is longer than that.
+    const int year = qt2MidView(text, int(text.size()) - 4).toInt();
     const QDate date(year, month, day);
 
     QTime time(0, 0, 0, 0);
     const int t = clockPosition(text);
-    if (t >= 0) {
-        time = QTime(qt2Mid(text, t, 2).toInt(), qt2Mid(text, t + 3, 2).toInt(),
-                     qt2Mid(text, t + 6, 2).toInt(), 0);
-    }
+    if (t >= 0)
+        time = QTime(twoDigits(text, t), twoDigits(text, t + 3), twoDigits(text, t + 6), 0);
     return QDateTime(date, time);
 }
 

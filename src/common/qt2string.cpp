@@ -3,12 +3,12 @@
 namespace tavmms
 {
 
-QString qt2Left(const QString& s, int count)
+QString qt2Left(QStringView s, int count)
 {
     return qt2Mid(s, 0, count);
 }
 
-QString qt2Right(const QString& s, int count)
+QString qt2Right(QStringView s, int count)
 {
     const uint n = uint(count);
     const uint size = uint(s.size());
@@ -17,18 +17,19 @@ QString qt2Right(const QString& s, int count)
     return qt2Mid(s, n < size ? int(size - n) : 0, count);
 }
 
-QString qt2Mid(const QString& s, int index, int count)
+QString qt2Mid(QStringView s, int index, int count)
+{
+    // A null view gives a null string, an empty one (which points into the text) an empty one.
+    return qt2MidView(s, index, count).toString();
+}
+
+QStringView qt2MidView(QStringView s, int index, int count)
 {
     const uint size = uint(s.size());
     const uint from = uint(index);
-    uint n = uint(count);
-    if (s.isEmpty() || from >= size)
-        return QString();
-    if (n == 0)
-        return QLatin1String("");
-    if (n > size - from)
-        n = size - from;
-    return s.sliced(qsizetype(from), qsizetype(n));
+    if (from >= size)
+        return QStringView();
+    return s.sliced(qsizetype(from), qsizetype(qMin(uint(count), size - from)));
 }
 
 } // namespace tavmms

@@ -2,23 +2,27 @@
 
 #include "filesync.h"
 #include "mms_util_common.h"
-#include "qt2string.h"
 
 #include <QDataStream>
 #include <QFile>
 #include <QFileDevice>
 #include <QLocale>
 #include <QStringBuilder>
+#include <QStringDecoder>
 #include <QStringEncoder>
 #include <QTextStream>
+#include <QtEndian>
 
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <fcntl.h>
 #include <memory>
 #include <new>
+#include <sys/stat.h>
 #include <unistd.h>
+#include <utility>
 
 namespace
 {
@@ -41,23 +45,24 @@ enum KeyIndex {
     kMessageSize,
 };
 
-// The stored spellings, mixed conventions included, are the file format.
-const char* const kKeys[MMS_UTIL_MAILFILE_KEY_COUNT] = {
-    "From:",
-    "To:",
-    "CC:",
-    "BCC:",
-    "Subject:",
-    "Send_Date:",
-    "Delivery:",
-    "Expiry:",
-    "Message_ID:",
-    "Content_Type:",
-    "Priority:",
-    "Sender_Visibility:",
-    "DeliveryReport:",
-    "ReadReplyReport:",
-    "Message_Size:",
+// The stored spellings, mixed conventions included, are the file format. Literals, so that
+// every object's key texts share them instead of each making its own.
+const QString kKeys[MMS_UTIL_MAILFILE_KEY_COUNT] = {
+    QStringLiteral("From:"),
+    QStringLiteral("To:"),
+    QStringLiteral("CC:"),
+    QStringLiteral("BCC:"),
+    QStringLiteral("Subject:"),
+    QStringLiteral("Send_Date:"),
+    QStringLiteral("Delivery:"),
+    QStringLiteral("Expiry:"),
+    QStringLiteral("Message_ID:"),
+    QStringLiteral("Content_Type:"),
+    QStringLiteral("Priority:"),
+    QStringLiteral("Sender_Visibility:"),
+    QStringLiteral("DeliveryReport:"),
+    QStringLiteral("ReadReplyReport:"),
+    QStringLiteral("Message_Size:"),
 };
 
 const quint32 kRecordSize = 16;
@@ -96,13 +101,15 @@ void headerToValueTexts(const MMS_UTIL_MsgHeaderBase& h, QString* values)
     values[kMessageSize] = QString::number(h.messageSize, 10);
 }
 
-// Reads a recipient list into the header; the list read is freed once the header has its copies.
-template <typename Setter>
-void setList(MMS_UTIL_MsgHeaderBase* h, Setter setter, const QString& text)
+// Replaces one of the header's recipient lists with the entries read from `text`, with the outcome
+// of setTo(): the entries it held are deleted, whether it owned them or not, and it owns the new
+// ones. The entries read are handed over rather than copied.
+void readList(MMS_UTIL_EntryList& list, const QString& text)
 {
-    MMS_UTIL_EntryList list = MMS_UTIL_Common::stringToEntryList(text);
+    MMS_UTIL_EntryList read = MMS_UTIL_Common::stringToEntryList(text);
+    read.setAutoDelete(true);
     list.setAutoDelete(true);
-    (h->*setter)(list);
+    list = std::move(read);
 }
 
 void valueTextsToHeader(const QString* values, MMS_UTIL_MsgHeaderBase* h)
@@ -110,9 +117,9 @@ void valueTextsToHeader(const QString* values, MMS_UTIL_MsgHeaderBase* h)
     MMS_UTIL_Entry from;
     MMS_UTIL_Common::stringToEntry(values[kFrom], &from);
     h->setFrom(from);
-    setList(h, &MMS_UTIL_MsgHeaderBase::setTo, values[kTo]);
-    setList(h, &MMS_UTIL_MsgHeaderBase::setCc, values[kCc]);
-    setList(h, &MMS_UTIL_MsgHeaderBase::setBcc, values[kBcc]);
+    readList(h->toList, values[kTo]);
+    readList(h->ccList, values[kCc]);
+    readList(h->bccList, values[kBcc]);
     h->subject = values[kSubject];
     h->sendDate = MMS_UTIL_Common::stringToTime(values[kSendDate]);
     h->deliveryTime = MMS_UTIL_Common::stringToTime(values[kDelivery]);
@@ -130,6 +137,47 @@ void valueTextsToHeader(const QString* values, MMS_UTIL_MsgHeaderBase* h)
     h->messageSize = values[kMessageSize].toUInt(nullptr, 10);
 }
 
+// Index of the key of `line`, or MMS_UTIL_MAILFILE_KEY_COUNT. A line's key is its text before the
+// first blank, or the whole line when it has none; as no key holds a blank, that is the key the
+// line starts with when a blank or the end of the line follows it, which needs no search.
+int lineKeyIndex(QStringView line)
+{
+    for (int i = 0; i < MMS_UTIL_MAILFILE_KEY_COUNT; ++i) {
+        const qsizetype length = kKeys[i].size();
+        if (line.size() >= length && (line.size() == length || line[length] == u' ') &&
+            line.startsWith(kKeys[i]))
+            return i;
+    }
+    return MMS_UTIL_MAILFILE_KEY_COUNT;
+}
+
+// Reads the "Key: value" lines of `text` into `values`, then the values into `header`. The lines
+// are cut as a text stream reads them: at each "\n", without a "\r" just before it or at the very
+// end of the text, and nothing follows a final "\n". Only the values are copied out of the text.
+void readHeaderText(QStringView text, QString* values, MMS_UTIL_MsgHeaderBase* header)
+{
+    int lastKey = -1;
+    while (!text.isEmpty()) {
+        const qsizetype end = text.indexOf(u'\n');
+        QStringView line = end < 0 ? text : text.first(end);
+        text = end < 0 ? QStringView() : text.sliced(end + 1);
+        if (line.endsWith(u'\r'))
+            line.chop(1);
+        const int key = lineKeyIndex(line);
+        if (key < MMS_UTIL_MAILFILE_KEY_COUNT) {
+            // The text after the blank; a key without a blank is its own value. Empty but not
+            // null when nothing follows the blank: the view then still points into the line.
+            const qsizetype length = kKeys[key].size();
+            values[key] = (line.size() == length ? line : line.sliced(length + 1)).toString();
+            lastKey = key;
+        } else if (lastKey == kSubject) {
+            values[kSubject] += u'\n';
+            values[kSubject] += line;
+        }
+    }
+    valueTextsToHeader(values, header);
+}
+
 bool deviceFailed(QTextStream& stream)
 {
     if (stream.status() != QTextStream::Ok)
@@ -145,19 +193,75 @@ bool writeAll(QIODevice& device, const char* data, qint64 size)
     return device.write(data, size) == size;
 }
 
-// The 16-byte record from the file's current position; words past the end read as 0.
-MMS_UTIL_MAILFILE_HEADER_T readRecordFrom(QFile& file)
+// A mail file opened for reading with plain system calls: one fstat gives its size, and each read
+// goes at its offset straight into the caller's memory, without a second buffer in between. A
+// directory does not open, as with QFile.
+class MailFileReader
 {
-    MMS_UTIL_MAILFILE_HEADER_T record{0, 0, 0, 0};
-    QDataStream in(&file);
-    in >> record.headerTextOffset >> record.reserved >> record.bodyOffset >> record.bodyLength;
-    return record;
-}
+public:
+    explicit MailFileReader(const QString& fileName)
+        : fd_(::open(QFile::encodeName(fileName).constData(), O_RDONLY | O_CLOEXEC))
+    {
+        struct stat info;
+        if (fd_ >= 0 && ::fstat(fd_, &info) == 0 && !S_ISDIR(info.st_mode))
+            size_ = info.st_size;
+    }
+    ~MailFileReader()
+    {
+        if (fd_ >= 0)
+            ::close(fd_);
+    }
+    MailFileReader(const MailFileReader&) = delete;
+    MailFileReader& operator=(const MailFileReader&) = delete;
+
+    bool isOpen() const { return size_ >= 0; }
+    qint64 size() const { return size_; }
+
+    // Reads up to `length` bytes at `offset` into `data`; the count read, short only at the end of
+    // the file or on an error.
+    qint64 readAt(qint64 offset, void* data, qint64 length) const
+    {
+        qint64 done = 0;
+        while (done < length) {
+            const ssize_t got = ::pread(fd_, static_cast<char*>(data) + done, size_t(length - done),
+                                        off_t(offset + done));
+            if (got < 0 && errno == EINTR)
+                continue;
+            if (got <= 0)
+                break;
+            done += got;
+        }
+        return done;
+    }
+
+    // The 16-byte record; a word cut short by the end of the file reads as 0, like the words
+    // missing after it.
+    MMS_UTIL_MAILFILE_HEADER_T record() const
+    {
+        uchar bytes[kRecordSize] = {};
+        const qint64 whole = readAt(0, bytes, kRecordSize) / 4 * 4;
+        std::memset(bytes + whole, 0, size_t(kRecordSize - whole));
+        return {qFromBigEndian<quint32>(bytes), qFromBigEndian<quint32>(bytes + 4),
+                qFromBigEndian<quint32>(bytes + 8), qFromBigEndian<quint32>(bytes + 12)};
+    }
+
+private:
+    int fd_;
+    qint64 size_ = -1;
+};
 
 void openUtf8Stream(QTextStream& stream)
 {
     stream.setEncoding(QStringConverter::Utf8);
     stream.setAutoDetectUnicode(false);
+}
+
+// The header text block `bytes` decoded as a UTF-8 text stream decodes it: a byte order mark at
+// the start is dropped, and so is a sequence cut short at the end.
+QString headerBlockText(QByteArrayView bytes)
+{
+    QStringDecoder decoder(QStringConverter::Utf8);
+    return decoder(bytes);
 }
 
 // Keeps errno across the cleanup that follows a failure, so that the caller still sees why the
@@ -183,28 +287,28 @@ MMS_UTIL_MailFile::MMS_UTIL_MailFile(QString fileName)
     : fileName(fileName), header(nullptr), body(nullptr), bodyLength(0)
 {
     for (int i = 0; i < MMS_UTIL_MAILFILE_KEY_COUNT; ++i)
-        keyTexts[i] = QLatin1String(kKeys[i]);
+        keyTexts[i] = kKeys[i];
 }
 
 MMS_UTIL_MailFile::~MMS_UTIL_MailFile() = default;
 
 MMS_UTIL_MAILFILE_HEADER_T MMS_UTIL_MailFile::readMailFileHeader()
 {
-    QFile file(fileName);
-    if (!file.open(QIODevice::ReadOnly))
+    const MailFileReader file(fileName);
+    if (!file.isOpen())
         return MMS_UTIL_MAILFILE_HEADER_T{0, 0, 0, 0};
-    return readRecordFrom(file);
+    return file.record();
 }
 
 int MMS_UTIL_MailFile::readMultipartBody(unsigned char** buf, unsigned int* len)
 {
     if (!buf || !len)
         return 1;
-    QFile file(fileName);
-    if (!file.open(QIODevice::ReadOnly))
+    const MailFileReader file(fileName);
+    if (!file.isOpen())
         return 1;
     const qint64 size = file.size();
-    const MMS_UTIL_MAILFILE_HEADER_T record = readRecordFrom(file);
+    const MMS_UTIL_MAILFILE_HEADER_T record = file.record();
     *len = record.bodyLength;
     if (!(record.bodyOffset < size && *len < size && *len != 0))
         return 1;
@@ -212,8 +316,7 @@ int MMS_UTIL_MailFile::readMultipartBody(unsigned char** buf, unsigned int* len)
     if (!buffer)
         return 1;
     // A short read is an error too: the buffer would otherwise end in bytes never read.
-    const qint64 got = file.read(reinterpret_cast<char*>(buffer.get()), *len);
-    if (got != qint64(*len) || file.error() != QFileDevice::NoError)
+    if (file.readAt(kRecordSize, buffer.get(), *len) != qint64(*len))
         return 1;
     *buf = buffer.release();
     return 0;
@@ -223,41 +326,43 @@ int MMS_UTIL_MailFile::readMsgHeader(MMS_UTIL_MsgHeaderBase* header)
 {
     if (!header)
         return 1;
-    QFile file(fileName);
-    if (!file.open(QIODevice::ReadOnly))
+    const MailFileReader file(fileName);
+    if (!file.isOpen())
         return 1;
-    const qint64 size = file.size();
-    quint32 headerTextOffset = 0;
-    QDataStream(&file) >> headerTextOffset;
+    const qint64 offset = file.record().headerTextOffset;
     // An offset equal to the size is an empty block, not an error.
-    if (headerTextOffset > size || !file.seek(headerTextOffset))
+    if (offset > file.size())
         return 1;
-    QTextStream stream(&file);
-    openUtf8Stream(stream);
-    readMsgHeaderFrom(stream, header);
+    QByteArray block(file.size() - offset, Qt::Uninitialized);
+    block.truncate(file.readAt(offset, block.data(), block.size()));
+    readHeaderText(headerBlockText(block), valueTexts, header);
     return 0;
 }
 
 int MMS_UTIL_MailFile::loadMailFile()
 {
-    QFile file(fileName);
-    if (!file.open(QIODevice::ReadOnly))
+    const MailFileReader file(fileName);
+    if (!file.isOpen())
         return 1;
     const qint64 size = file.size();
-    const MMS_UTIL_MAILFILE_HEADER_T record = readRecordFrom(file);
+    const MMS_UTIL_MAILFILE_HEADER_T record = file.record();
     bodyLength = record.bodyLength;
     if (!(record.bodyOffset < size && bodyLength < size && record.headerTextOffset < size &&
           record.reserved < size))
         return 1;
-    // A short read is not looked at here: the body then ends in zeros.
-    body = new unsigned char[bodyLength];
-    const qint64 got = std::max<qint64>(file.read(reinterpret_cast<char*>(body), bodyLength), 0);
-    std::memset(body + got, 0, bodyLength - got);
-    // The header is read straight after the body, whatever the recorded offset says.
-    QTextStream stream(&file);
-    openUtf8Stream(stream);
+    // Everything after the record comes in one read into the body's buffer, made large enough
+    // for the header text block that follows the body; the block is read out of it here. The
+    // header is read straight after the body, whatever the recorded offset says.
+    const qint64 rest = std::max<qint64>(size - kRecordSize, 0);
+    body = new unsigned char[std::max<qint64>(bodyLength, rest)];
+    const qint64 got = file.readAt(kRecordSize, body, rest);
+    // A short read is not looked at here: the body then ends in zeros, and no header text follows.
+    if (got < bodyLength)
+        std::memset(body + got, 0, size_t(bodyLength - got));
     header = new MMS_UTIL_MsgHeaderBase;
-    readMsgHeaderFrom(stream, header);
+    const char* const block = reinterpret_cast<const char*>(body) + bodyLength;
+    readHeaderText(headerBlockText(QByteArrayView(block, std::max<qint64>(got - bodyLength, 0))),
+                   valueTexts, header);
     return 0;
 }
 
@@ -402,20 +507,7 @@ void MMS_UTIL_MailFile::readMsgHeaderFrom(QTextStream& stream, MMS_UTIL_MsgHeade
 {
     if (!header)
         return;
-    int lastKey = -1;
-    while (!stream.atEnd()) {
-        const QString line = stream.readLine();
-        const int blank = int(line.indexOf(QLatin1Char(' ')));
-        // Without a blank the whole line is the key candidate (and, for a key, the value).
-        const int key = judgeString(tavmms::qt2Left(line, blank));
-        if (key < MMS_UTIL_MAILFILE_KEY_COUNT) {
-            valueTexts[key] = tavmms::qt2Right(line, int(line.size()) - blank - 1);
-            lastKey = key;
-        } else if (lastKey == kSubject) {
-            valueTexts[kSubject] += QLatin1Char('\n') + line;
-        }
-    }
-    valueTextsToHeader(valueTexts, header);
+    readHeaderText(stream.readAll(), valueTexts, header);
 }
 
 int MMS_UTIL_MailFile::judgeString(QString key)
