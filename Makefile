@@ -5,6 +5,8 @@ SANITIZE_DIR ?= build-sanitize
 FUZZ_DIR ?= build-fuzz
 BUILD_TYPE ?= RelWithDebInfo
 JOBS ?= $(shell nproc)
+# More cache entries for the builds of `make test` and `make test-sanitize`, e.g. -DTAVMMS_WERROR=ON.
+CMAKE_ARGS ?=
 
 # Where `make run` keeps its data: the same place the tool's users keep theirs.
 DATA_DIR ?= $(or $(XDG_DATA_HOME),$(HOME)/.local/share)/tavmms
@@ -29,7 +31,7 @@ deps:
 	fi
 
 $(BUILD_DIR)/build.ninja: | deps
-	cmake -S . -B $(BUILD_DIR) -G Ninja -DCMAKE_BUILD_TYPE=$(BUILD_TYPE)
+	cmake -S . -B $(BUILD_DIR) -G Ninja -DCMAKE_BUILD_TYPE=$(BUILD_TYPE) $(CMAKE_ARGS)
 
 build: deps $(BUILD_DIR)/build.ninja
 	cmake --build $(BUILD_DIR) -j $(JOBS)
@@ -43,7 +45,7 @@ test: build
 # The whole suite again under AddressSanitizer and UndefinedBehaviorSanitizer.
 test-sanitize: deps
 	cmake -S . -B $(SANITIZE_DIR) -G Ninja -DCMAKE_BUILD_TYPE=Debug -DTAVMMS_SANITIZE=ON \
-	  -DTAVMMS_BUILD_BENCH=OFF
+	  -DTAVMMS_BUILD_BENCH=OFF $(CMAKE_ARGS)
 	cmake --build $(SANITIZE_DIR) -j $(JOBS)
 	ASAN_OPTIONS=detect_leaks=1:abort_on_error=1 UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1 \
 	  ctest --test-dir $(SANITIZE_DIR) -j $(JOBS) --output-on-failure
