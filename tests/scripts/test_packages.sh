@@ -64,6 +64,14 @@ library=$(find "$root/usr/lib" -name libtavmmsutility.so.1)
 libdir=$(dirname "$library")
 pcdir=$(dirname "$(find "$root/usr/lib" -name tavmmsutility.pc)")
 [[ -f $root/usr/share/bash-completion/completions/mmsutil ]] || fail "no bash completion"
+[[ -f $libdir/tavmmsutility/libtavmmsui.so ]] || fail "no user-interface plugin beside the library"
+# Every installed header compiles on its own: none names a header that is not installed.
+includedir=$root/usr/include/tavmmsutility
+read -ra qtflags <<<"$(pkg-config --cflags Qt6Core)"
+for header in "$includedir"/*.h; do
+    echo "#include <$(basename "$header")>" |
+        quietly c++ -std=c++17 -fPIC -fsyntax-only -x c++ - -I"$includedir" "${qtflags[@]}"
+done
 
 # Runs a built example with argument $2; it must take the library from the root and print each
 # of the lines that follow.
