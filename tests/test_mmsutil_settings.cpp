@@ -1,14 +1,17 @@
 // mmsutil's settings, profile, block, sending and flex commands, run as a child process on a
 // settings store in a temporary platform directory: what they print, their exit codes, and the
 // values they leave, read back through the library as another application would. This process
-// opens the store only for a moment at a time, and never while it forks.
+// opens the store only for a moment at a time, and never while it forks. The readers of the block
+// commands' addresses are also tried in-process.
 
 #include <tavmmsutility.h>
 
+#include "settingshelpers.h"
 #include "setup_set_manager.h"
 #include "sqlite_settings_store.h"
 
 #include "support/child_process.h"
+#include "support/model_helpers.h"
 #include "support/mount_namespace.h"
 #include "support/sql_queries.h"
 #include "support/tool_process.h"
@@ -643,6 +646,47 @@ TEST_F(MmsutilSettingsTest, BlockCommandsRefuseAddressesThatWouldBlockTooMuch)
         SETUP_SET_Manager store(AM_Global::APP_MMS, false);
         EXPECT_FALSE(store.getEntryKeyList(kGlobal).contains(QStringLiteral("MMS_Block_List")));
     });
+}
+
+// The readers of the block commands' addresses, in-process.
+TEST(MmsutilBlockReadersTest, AnAddressIsTakenAsItIsUnlessItIsEmptyOrHoldsAComma)
+{
+    QString error;
+    for (const QString& address : {QStringLiteral("123"), QStringLiteral("+49 (0) 123-4"),
+                                   QStringLiteral(" 1 "), QStringLiteral("Ann@example.org")}) {
+        SCOPED_TRACE(address.toStdString());
+        EXPECT_EQ(cli::parseBlockAddress(address, &error), std::optional<QString>(address));
+        EXPECT_TRUE(error.isEmpty()) << error.toStdString();
+    }
+    for (const QString& wrong :
+         {QString(), QStringLiteral(""), QStringLiteral(","), QStringLiteral("1,2")}) {
+        SCOPED_TRACE(wrong.toStdString());
+        error.clear();
+        EXPECT_FALSE(cli::parseBlockAddress(wrong, &error));
+        EXPECT_FALSE(error.isEmpty());
+    }
+    cli::parseBlockAddress(QStringLiteral("1,2"), &error);
+    EXPECT_EQ(error, QStringLiteral("an address cannot hold a comma: '1,2'"));
+}
+
+TEST(MmsutilBlockReadersTest, AListIsTakenAsItIsUnlessAnItemIsEmpty)
+{
+    QString error;
+    for (const QString& list :
+         {QString(), QStringLiteral("7"), QStringLiteral("7,8,spam@example.org")}) {
+        SCOPED_TRACE(list.toStdString());
+        EXPECT_EQ(cli::parseBlockList(list, &error), std::optional<QString>(list));
+        EXPECT_TRUE(error.isEmpty()) << error.toStdString();
+    }
+    for (const QString& wrong : {QStringLiteral(","), QStringLiteral(",1"), QStringLiteral("1,"),
+                                 QStringLiteral("1,,2")}) {
+        SCOPED_TRACE(wrong.toStdString());
+        error.clear();
+        EXPECT_FALSE(cli::parseBlockList(wrong, &error));
+        EXPECT_FALSE(error.isEmpty());
+    }
+    cli::parseBlockList(QStringLiteral("1,,2"), &error);
+    EXPECT_EQ(error, QStringLiteral("'1,,2' has an empty item, which would block every sender"));
 }
 
 // ---- sending ----

@@ -23,13 +23,9 @@ std::optional<int> parseAddress(QCommandLineParser& parser, const cli::Command& 
                                  QStringLiteral("A phone number or e-mail address."));
     if (const std::optional<int> stop = cli::parse(parser, command, arguments, 1))
         return stop;
-    const QString address = parser.positionalArguments().constFirst();
-    // An empty address is found in every item, and a comma would split it into two items.
-    if (address.isEmpty())
-        return cli::usageError(command.name, QStringLiteral("the address is empty"));
-    if (address.contains(QLatin1Char(',')))
-        return cli::usageError(command.name,
-                               QStringLiteral("an address cannot hold a comma: '%1'").arg(address));
+    QString error;
+    if (!cli::parseBlockAddress(parser.positionalArguments().constFirst(), &error))
+        return cli::usageError(command.name, error);
     return std::nullopt;
 }
 
@@ -91,14 +87,12 @@ int runSet(const cli::Command& command, const QStringList& arguments)
                                                 "empties the list."));
     if (const std::optional<int> stop = cli::parse(parser, command, arguments, 1))
         return *stop;
-    const QString list = parser.positionalArguments().constFirst();
-    // An empty item would be found in every address and so block every sender.
-    if (!list.isEmpty() && list.split(QLatin1Char(',')).contains(QString()))
-        return cli::usageError(command.name,
-                               QStringLiteral("'%1' has an empty item, which would block every "
-                                              "sender")
-                                   .arg(list));
-    return cli::reportChange(cli::callWriter([&] { return MMS_UTIL_Setting::setBlockList(list); }),
+    QString error;
+    const std::optional<QString> list =
+        cli::parseBlockList(parser.positionalArguments().constFirst(), &error);
+    if (!list)
+        return cli::usageError(command.name, error);
+    return cli::reportChange(cli::callWriter([&] { return MMS_UTIL_Setting::setBlockList(*list); }),
                              cli::kWriterCodes, QStringLiteral("cannot set the block list"));
 }
 

@@ -239,6 +239,28 @@ std::optional<unsigned char> parsePriority(const QString& text)
     return std::nullopt;
 }
 
+std::optional<QString> parseBlockAddress(const QString& text, QString* error)
+{
+    if (text.isEmpty()) {
+        *error = QStringLiteral("the address is empty");
+        return std::nullopt;
+    }
+    if (text.contains(QLatin1Char(','))) {
+        *error = QStringLiteral("an address cannot hold a comma: '%1'").arg(text);
+        return std::nullopt;
+    }
+    return text;
+}
+
+std::optional<QString> parseBlockList(const QString& text, QString* error)
+{
+    if (!text.isEmpty() && text.split(QLatin1Char(',')).contains(QString())) {
+        *error = QStringLiteral("'%1' has an empty item, which would block every sender").arg(text);
+        return std::nullopt;
+    }
+    return text;
+}
+
 QString quoted(const QString& text)
 {
     const QByteArray array = QJsonDocument(QJsonArray{text}).toJson(QJsonDocument::Compact);
