@@ -1,8 +1,11 @@
 // mmsutil compose, receive, list, show and delete, run as a child process on a temporary platform
 // directory and download path: what they print, their exit codes, and the rows and mail files
-// they leave, read back through the library and a connection of the test's own.
+// they leave, read back through the library and a connection of the test's own. The reader of the
+// content type they take is also tried in-process.
 
 #include <tavmmsutility.h>
+
+#include "mmshelpers.h"
 
 #include "support/child_process.h"
 #include "support/index_table_helpers.h"
@@ -269,6 +272,42 @@ TEST_F(MmsutilJourneyTest, ComposeRefusesAWrongCommandLineAndWritesNothing)
     EXPECT_TRUE(missing.err.startsWith("mmsutil: cannot read '")) << missing.err.toStdString();
     EXPECT_EQ(rowIds(), QList<QByteArray>());
     EXPECT_FALSE(QFileInfo::exists(mailFileDir()));
+}
+
+// The reader of compose's and receive's --content-type, in-process.
+TEST(MmsutilContentTypeReaderTest, ReadsTypeAndSubtypeAndTheParametersAfterABlank)
+{
+    const struct {
+        const char* text;
+        MMS_CONTENT_TYPE_T read;
+    } cases[] = {
+        {"image/jpeg", {QStringLiteral("image"), QStringLiteral("jpeg"), QStringLiteral("")}},
+        {"  text/plain  ", {QStringLiteral("text"), QStringLiteral("plain"), QStringLiteral("")}},
+        {"application/vnd.wap.multipart.related  type=application/smil; start=<p1> ",
+         {QStringLiteral("application"), QStringLiteral("vnd.wap.multipart.related"),
+          QStringLiteral("type=application/smil; start=<p1>")}},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.text);
+        QString error;
+        const std::optional<MMS_CONTENT_TYPE_T> read =
+            cli::parseContentType(QString::fromUtf8(c.text), &error);
+        ASSERT_TRUE(read) << error.toStdString();
+        EXPECT_EQ(read->type, c.read.type);
+        EXPECT_EQ(read->subtype, c.read.subtype);
+        EXPECT_EQ(read->params, c.read.params);
+        EXPECT_FALSE(read->params.isNull());
+    }
+}
+
+TEST(MmsutilContentTypeReaderTest, RefusesATextThatIsNotTypeSlashSubtype)
+{
+    for (const char* wrong : {"", " ", "text", "text/", "/plain", "a/b/c", "text/ plain", "/"}) {
+        SCOPED_TRACE(wrong);
+        QString error;
+        EXPECT_FALSE(cli::parseContentType(QString::fromUtf8(wrong), &error));
+        EXPECT_EQ(error, QStringLiteral("'%1' is not type/subtype").arg(QString::fromUtf8(wrong)));
+    }
 }
 
 TEST_F(MmsutilJourneyTest, ComposeOnAFullDiskKeepsNothing)

@@ -118,6 +118,19 @@ QString typeWord(MMS_UTIL_ADDR_TYPE_T type)
     return QStringLiteral("UNKNOWN");
 }
 
+std::optional<MMS_CONTENT_TYPE_T> parseContentType(const QString& text, QString* error)
+{
+    const QString trimmed = text.trimmed();
+    const qsizetype blank = trimmed.indexOf(QLatin1Char(' '));
+    const QStringList name = trimmed.left(blank).split(QLatin1Char('/'));
+    if (name.size() != 2 || name.at(0).isEmpty() || name.at(1).isEmpty()) {
+        *error = QStringLiteral("'%1' is not type/subtype").arg(text);
+        return std::nullopt;
+    }
+    return MMS_CONTENT_TYPE_T{name.at(0), name.at(1),
+                              blank < 0 ? QStringLiteral("") : trimmed.mid(blank + 1).trimmed()};
+}
+
 std::optional<int> readBody(const QString& path, const tavmms::store::SizeLimit& limit,
                             QByteArray* body)
 {

@@ -41,6 +41,11 @@ std::optional<int> entriesOf(const QCommandLineParser& parser, const QCommandLin
 // The type word of the entry text form: "EMAIL", "PLMN", "UNKNOWN" for every other code.
 QString typeWord(MMS_UTIL_ADDR_TYPE_T type);
 
+// Reads a message's content type given on the command line: "type/subtype", then optionally a
+// blank and the parameters; blanks around the whole and around the parameters are dropped. Gives
+// nothing and sets `error` when the text is not of that form.
+std::optional<MMS_CONTENT_TYPE_T> parseContentType(const QString& text, QString* error);
+
 using tavmms::store::LoadedMailFile;
 // Reads the body of a message from `path` ("-" for standard input) into `body`, no more than one
 // byte over `limit`; gives the exit status when the command must stop here: ExitFailed when it
