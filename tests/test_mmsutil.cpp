@@ -1,7 +1,10 @@
 // The mmsutil tool, run as a child process: its output, its exit codes and the files it writes,
-// read back with the library.
+// read back with the library. The reader of the content-type command's number is also tried
+// in-process.
 
 #include <tavmmsutility.h>
+
+#include "mmshelpers.h"
 
 #include "support/tool_process.h"
 
@@ -462,6 +465,40 @@ TEST_F(MmsutilTest, ContentTypeNumberBeyondOneByteIsAUsageError)
     expectUsageError(run({QStringLiteral("content-type")}));
     expectUsageError(
         run({QStringLiteral("content-type"), QStringLiteral("1"), QStringLiteral("2")}));
+}
+
+// The reader of the content-type command's number, in-process.
+TEST(MmsutilContentTypeNumberTest, ReadsDecimalAndHexadecimalNumbersOfOneByte)
+{
+    const struct {
+        const char* text;
+        unsigned char value;
+    } cases[] = {{"0", 0},     {"30", 30},   {"085", 85},    {"255", 255},
+                 {"0x1e", 30}, {"0X1E", 30}, {"0x0ff", 255}, {"0x00", 0}};
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.text);
+        const cli::ContentTypeNumber number = cli::parseContentTypeNumber(QLatin1String(c.text));
+        EXPECT_TRUE(number.written);
+        ASSERT_TRUE(number.value);
+        EXPECT_EQ(*number.value, c.value);
+    }
+}
+
+TEST(MmsutilContentTypeNumberTest, TellsANumberOutOfRangeFromATextThatIsNoNumber)
+{
+    for (const char* beyond : {"256", "0x100", "99999999999999999999", "0x1000000000"}) {
+        SCOPED_TRACE(beyond);
+        const cli::ContentTypeNumber number = cli::parseContentTypeNumber(QLatin1String(beyond));
+        EXPECT_TRUE(number.written);
+        EXPECT_FALSE(number.value);
+    }
+    for (const char* name :
+         {"", "image/jpeg", "-1", "+1", " 1", "1 ", "0x", "x1e", "1e", "0o7", "1 2"}) {
+        SCOPED_TRACE(name);
+        const cli::ContentTypeNumber number = cli::parseContentTypeNumber(QLatin1String(name));
+        EXPECT_FALSE(number.written);
+        EXPECT_FALSE(number.value);
+    }
 }
 
 TEST_F(MmsutilTest, PathsFollowTheDownloadPathAndPlatformDirectoryVariables)

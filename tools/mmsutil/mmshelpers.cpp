@@ -131,6 +131,20 @@ std::optional<MMS_CONTENT_TYPE_T> parseContentType(const QString& text, QString*
                               blank < 0 ? QStringLiteral("") : trimmed.mid(blank + 1).trimmed()};
 }
 
+ContentTypeNumber parseContentTypeNumber(const QString& text)
+{
+    static const QRegularExpression decimal(QStringLiteral("^[0-9]+$"));
+    static const QRegularExpression hex(QStringLiteral("^0[xX][0-9a-fA-F]+$"));
+    const bool isHex = hex.match(text).hasMatch();
+    if (!isHex && !decimal.match(text).hasMatch())
+        return {};
+    bool ok = false;
+    const uint number = isHex ? text.mid(2).toUInt(&ok, 16) : text.toUInt(&ok, 10);
+    if (!ok || number > 255)
+        return {true, std::nullopt};
+    return {true, uchar(number)};
+}
+
 std::optional<int> readBody(const QString& path, const tavmms::store::SizeLimit& limit,
                             QByteArray* body)
 {

@@ -46,6 +46,15 @@ QString typeWord(MMS_UTIL_ADDR_TYPE_T type);
 // nothing and sets `error` when the text is not of that form.
 std::optional<MMS_CONTENT_TYPE_T> parseContentType(const QString& text, QString* error);
 
+// A content type's number as the content-type command reads it: decimal digits, or hexadecimal
+// digits after "0x" or "0X"; a leading zero does not mean octal. A text not written so is no
+// number (it may be the content type's name); a number so written has a value when it is 0 to 255.
+struct ContentTypeNumber {
+    bool written = false;
+    std::optional<unsigned char> value;
+};
+ContentTypeNumber parseContentTypeNumber(const QString& text);
+
 using tavmms::store::LoadedMailFile;
 // Reads the body of a message from `path` ("-" for standard input) into `body`, no more than one
 // byte over `limit`; gives the exit status when the command must stop here: ExitFailed when it
