@@ -9,6 +9,9 @@
 #include <QRegularExpression>
 #include <QTextStream>
 
+#include <algorithm>
+#include <cstring>
+
 namespace cli
 {
 
@@ -261,6 +264,52 @@ int listRows(const Command& command, const QStringList& arguments, const RowList
     else
         out() << textout::columns(lines, list.rightAligned);
     return ExitOk;
+}
+
+QList<DB_BIND_T> recordFields()
+{
+    unsigned int count = 0;
+    const DB_BIND_T* entries = MMS_UTIL_DBGetBinding(&count);
+    return QList<DB_BIND_T>(entries, entries + count);
+}
+
+bool setField(MMS_UTIL_DBStruct_T* record, const QString& name, const QString& text, QString* error)
+{
+    const QList<DB_BIND_T> fields = recordFields();
+    const auto field = std::find_if(fields.cbegin(), fields.cend(), [&name](const DB_BIND_T& f) {
+        return name == QLatin1String(f.name);
+    });
+    if (field == fields.cend()) {
+        *error = QStringLiteral("unknown field '%1'").arg(name);
+        return false;
+    }
+    unsigned char* bytes = reinterpret_cast<unsigned char*>(record) + field->offset;
+    std::memset(bytes, 0, field->size);
+    switch (field->code) {
+    case DB_BIND_UCS2_TEXT:
+        tavmms::store::setText16(reinterpret_cast<unsigned short*>(bytes), field->size / 2, text);
+        return true;
+    case DB_BIND_CHAR_TEXT:
+        tavmms::store::setText8(reinterpret_cast<char*>(bytes), field->size, text);
+        return true;
+    default:
+        break;
+    }
+    const unsigned int maximum = field->code == DB_BIND_INT16 ? 0xFFFFu : 0xFFFFFFFFu;
+    const std::optional<unsigned int> value = parseNumber(text, maximum);
+    if (!value) {
+        *error = QStringLiteral("%1: '%2' is not a number from 0 to %3")
+                     .arg(QLatin1String(field->name), text)
+                     .arg(maximum);
+        return false;
+    }
+    if (field->code == DB_BIND_INT16) {
+        const auto small = quint16(*value);
+        std::memcpy(bytes, &small, sizeof small);
+    } else {
+        std::memcpy(bytes, &*value, sizeof *value);
+    }
+    return true;
 }
 
 } // namespace cli
