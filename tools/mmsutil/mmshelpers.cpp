@@ -148,6 +148,18 @@ ContentTypeNumber parseContentTypeNumber(const QString& text)
     return {true, uchar(number)};
 }
 
+std::optional<QString> parseExtension(const QString& text, QString* error)
+{
+    static const QRegularExpression word(QStringLiteral("^[A-Za-z0-9][A-Za-z0-9_+-]*$"));
+    if (!word.match(text).hasMatch()) {
+        *error = QStringLiteral("'%1' is not an extension (letters, digits, '_', '+' and '-', "
+                                "without the dot)")
+                     .arg(text);
+        return std::nullopt;
+    }
+    return text;
+}
+
 std::optional<int> readBody(const QString& path, const tavmms::store::SizeLimit& limit,
                             QByteArray* body)
 {

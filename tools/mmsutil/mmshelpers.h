@@ -55,6 +55,10 @@ struct ContentTypeNumber {
 };
 ContentTypeNumber parseContentTypeNumber(const QString& text);
 
+// A file extension the media player's table takes: letters, digits, "_", "+" and "-", not starting
+// with a mark, without the dot. Gives nothing and sets `error` when the text is not one.
+std::optional<QString> parseExtension(const QString& text, QString* error);
+
 using tavmms::store::LoadedMailFile;
 // Reads the body of a message from `path` ("-" for standard input) into `body`, no more than one
 // byte over `limit`; gives the exit status when the command must stop here: ExitFailed when it
