@@ -143,7 +143,8 @@ TEST(MmsutilExtensionReaderTest, TakesAWordOfLettersDigitsAndMarksWithoutTheDot)
                   std::optional<QString>(QLatin1String(extension)));
         EXPECT_TRUE(error.isEmpty()) << error.toStdString();
     }
-    for (const char* wrong : {"", ".mp3", "mp3,wav", "-mp3", "_x", "mp 3", "mp3.", "ü"}) {
+    for (const char* wrong :
+         {"", ".mp3", "mp3,wav", "-mp3", "_x", "mp 3", "mp3.", "ü", "mp3\n", "mp3\nwav"}) {
         SCOPED_TRACE(wrong);
         EXPECT_FALSE(cli::parseExtension(QString::fromUtf8(wrong), &error));
         EXPECT_EQ(error, QStringLiteral("'%1' is not an extension (letters, digits, '_', '+' and "

@@ -26,7 +26,9 @@ void printError(const QString& message)
 
 std::optional<unsigned int> parseNumber(const QString& text, unsigned int maximum)
 {
-    static const QRegularExpression decimal(QStringLiteral("^[0-9]+$"));
+    // Anchored at the very end: "$" would also match before a final line break.
+    static const QRegularExpression decimal(
+        QRegularExpression::anchoredPattern(QStringLiteral("[0-9]+")));
     bool ok = false;
     const qulonglong value = text.toULongLong(&ok);
     if (!ok || value > maximum || !decimal.match(text).hasMatch())

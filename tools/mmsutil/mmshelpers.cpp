@@ -136,8 +136,10 @@ std::optional<MMS_CONTENT_TYPE_T> parseContentType(const QString& text, QString*
 
 ContentTypeNumber parseContentTypeNumber(const QString& text)
 {
-    static const QRegularExpression decimal(QStringLiteral("^[0-9]+$"));
-    static const QRegularExpression hex(QStringLiteral("^0[xX][0-9a-fA-F]+$"));
+    static const QRegularExpression decimal(
+        QRegularExpression::anchoredPattern(QStringLiteral("[0-9]+")));
+    static const QRegularExpression hex(
+        QRegularExpression::anchoredPattern(QStringLiteral("0[xX][0-9a-fA-F]+")));
     const bool isHex = hex.match(text).hasMatch();
     if (!isHex && !decimal.match(text).hasMatch())
         return {};
@@ -150,7 +152,8 @@ ContentTypeNumber parseContentTypeNumber(const QString& text)
 
 std::optional<QString> parseExtension(const QString& text, QString* error)
 {
-    static const QRegularExpression word(QStringLiteral("^[A-Za-z0-9][A-Za-z0-9_+-]*$"));
+    static const QRegularExpression word(
+        QRegularExpression::anchoredPattern(QStringLiteral("[A-Za-z0-9][A-Za-z0-9_+-]*")));
     if (!word.match(text).hasMatch()) {
         *error = QStringLiteral("'%1' is not an extension (letters, digits, '_', '+' and '-', "
                                 "without the dot)")
