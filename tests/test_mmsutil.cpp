@@ -362,9 +362,17 @@ TEST_F(MmsutilTest, WriteRefusesMalformedValues)
          QStringLiteral("--priority"), QStringLiteral("Urgent")},
         {QStringLiteral("--from"), QStringLiteral("1"), QStringLiteral("--to"), QStringLiteral("2"),
          QStringLiteral("--bogus")},
+        // A line break would end the header line: the file was written with the sender "111"
+        // and the rest taken for a line of its own.
+        {QStringLiteral("--from"), QStringLiteral("111\nSubject: injected"), QStringLiteral("--to"),
+         QStringLiteral("2")},
+        {QStringLiteral("--from"), QStringLiteral("1"), QStringLiteral("--to"),
+         QStringLiteral("<Ann\r>[PLMN]2")},
+        {QStringLiteral("--from"), QStringLiteral("1"), QStringLiteral("--to"), QStringLiteral("2"),
+         QStringLiteral("--cc"), QStringLiteral("3\nBCC: 4")},
     };
     for (const QStringList& options : wrong) {
-        SCOPED_TRACE(options.join(QLatin1Char(' ')).toStdString());
+        SCOPED_TRACE(textout::oneLine(options.join(QLatin1Char(' '))).toStdString());
         expectUsageError(writeMail("x", options));
     }
     EXPECT_FALSE(QFile::exists(path("mail.mms")));

@@ -259,6 +259,12 @@ TEST_F(MmsutilJourneyTest, ComposeRefusesAWrongCommandLineAndWritesNothing)
          QStringLiteral("text/ plain")},
         {QStringLiteral("--to"), QStringLiteral("1"), QStringLiteral("--subject"),
          QStringLiteral("Hi"), QStringLiteral("--body"), body, QStringLiteral("extra")},
+        // Line breaks that would end the header line: refused before anything is written.
+        {QStringLiteral("--to"), QStringLiteral("1"), QStringLiteral("--subject"),
+         QStringLiteral("Hi"), QStringLiteral("--body"), body, QStringLiteral("--content-type"),
+         QStringLiteral("image/jpeg x\nPriority: Low")},
+        {QStringLiteral("--to"), QStringLiteral("bob@example.org\nAnn"),
+         QStringLiteral("--subject"), QStringLiteral("Hi"), QStringLiteral("--body"), body},
     };
     for (const QStringList& options : wrong) {
         SCOPED_TRACE(options.join(QLatin1Char(' ')).toStdString());
@@ -298,6 +304,44 @@ TEST(MmsutilContentTypeReaderTest, ReadsTypeAndSubtypeAndTheParametersAfterABlan
         EXPECT_EQ(read->params, c.read.params);
         EXPECT_FALSE(read->params.isNull());
     }
+}
+
+TEST(MmsutilContentTypeReaderTest, RefusesAControlCharacterWhichWouldBreakTheHeaderLine)
+{
+    for (const char* wrong :
+         {"image/jpeg x\nPriority: Low", "image/jp\neg", "text/plain a\rb", "text/pl\x01ain"}) {
+        SCOPED_TRACE(wrong);
+        QString error;
+        EXPECT_FALSE(cli::parseContentType(QString::fromUtf8(wrong), &error));
+        EXPECT_TRUE(error.endsWith(QLatin1String("' holds a control character")))
+            << error.toStdString();
+        EXPECT_FALSE(error.contains(QLatin1Char('\n')));
+    }
+    QString error;
+    EXPECT_TRUE(cli::parseContentType(QStringLiteral("\ttext/plain charset=utf-8\n"), &error))
+        << error.toStdString();
+}
+
+// The reader of an address, in-process.
+TEST(MmsutilEntryReaderTest, RefusesAControlCharacterWhichWouldBreakTheHeaderLine)
+{
+    const QStringList wrong{QStringLiteral("bob@example.org\nAnn <+15550101>"),
+                            QStringLiteral("111\nSubject: x"), QStringLiteral("<Ann\r>[PLMN]1"),
+                            QStringLiteral("<Ann>[PLMN]1\x7f"
+                                           "2"),
+                            QStringLiteral("1") + QChar(0) + QStringLiteral("2")};
+    for (const QString& text : wrong) {
+        SCOPED_TRACE(text.toStdString());
+        QString error;
+        EXPECT_FALSE(cli::parseEntry(text, &error));
+        EXPECT_TRUE(error.endsWith(QLatin1String("' holds a control character")))
+            << error.toStdString();
+    }
+    QString error;
+    const std::optional<MMS_UTIL_Entry> entry =
+        cli::parseEntry(QStringLiteral("\t<Ann>[PLMN]+1 555\n"), &error);
+    ASSERT_TRUE(entry) << error.toStdString();
+    EXPECT_EQ(entry->address, QStringLiteral("+1 555"));
 }
 
 TEST(MmsutilContentTypeReaderTest, RefusesATextThatIsNotTypeSlashSubtype)

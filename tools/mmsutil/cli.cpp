@@ -6,6 +6,7 @@
 #include <QRegularExpression>
 #include <QTextStream>
 
+#include <algorithm>
 #include <cstdio>
 #include <limits>
 
@@ -34,6 +35,12 @@ std::optional<unsigned int> parseNumber(const QString& text, unsigned int maximu
     if (!ok || value > maximum || !decimal.match(text).hasMatch())
         return std::nullopt;
     return unsigned(value);
+}
+
+bool hasControlCharacter(const QString& text)
+{
+    return std::any_of(text.cbegin(), text.cend(),
+                       [](QChar c) { return c.unicode() < 0x20 || c.unicode() == 0x7F; });
 }
 
 QString asClause(QString text)

@@ -54,6 +54,10 @@ std::optional<MMS_UTIL_Entry> parseEntry(const QString& text, QString* error)
         *error = QStringLiteral("empty address");
         return std::nullopt;
     }
+    if (hasControlCharacter(trimmed)) {
+        *error = QStringLiteral("'%1' holds a control character").arg(textout::oneLine(trimmed));
+        return std::nullopt;
+    }
     MMS_UTIL_Entry entry;
     if (!trimmed.startsWith(QLatin1Char('<'))) {
         entry.name = QLatin1String("");
@@ -124,6 +128,10 @@ QString typeWord(MMS_UTIL_ADDR_TYPE_T type)
 std::optional<MMS_CONTENT_TYPE_T> parseContentType(const QString& text, QString* error)
 {
     const QString trimmed = text.trimmed();
+    if (hasControlCharacter(trimmed)) {
+        *error = QStringLiteral("'%1' holds a control character").arg(textout::oneLine(trimmed));
+        return std::nullopt;
+    }
     const qsizetype blank = trimmed.indexOf(QLatin1Char(' '));
     const QStringList name = trimmed.left(blank).split(QLatin1Char('/'));
     if (name.size() != 2 || name.at(0).isEmpty() || name.at(1).isEmpty()) {

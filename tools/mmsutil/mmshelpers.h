@@ -28,7 +28,8 @@ namespace cli
 // Reads an address given on the command line: either the library's entry text
 // "<name>[EMAIL|PLMN|UNKNOWN]address", or a bare address, typed by its look: PLMN when it holds
 // only digits, blanks and "+-()", EMAIL when it holds an "@", UNKNOWN otherwise. Gives nothing and
-// sets `error` when the text is neither.
+// sets `error` when the text is neither, or holds a control character: the entry goes on one line
+// of the mail file's header.
 std::optional<MMS_UTIL_Entry> parseEntry(const QString& text, QString* error);
 // Reads option values that each hold one address or several separated by commas; empty pieces
 // are dropped. Gives nothing and sets `error` when a piece is not an address.
@@ -43,7 +44,8 @@ QString typeWord(MMS_UTIL_ADDR_TYPE_T type);
 
 // Reads a message's content type given on the command line: "type/subtype", then optionally a
 // blank and the parameters; blanks around the whole and around the parameters are dropped. Gives
-// nothing and sets `error` when the text is not of that form.
+// nothing and sets `error` when the text is not of that form, or holds a control character: the
+// content type goes on one line of the mail file's header.
 std::optional<MMS_CONTENT_TYPE_T> parseContentType(const QString& text, QString* error);
 
 // A content type's number as the content-type command reads it: decimal digits, or hexadecimal
