@@ -648,6 +648,34 @@ TEST_F(MmsutilSettingsTest, BlockCommandsRefuseAddressesThatWouldBlockTooMuch)
     });
 }
 
+TEST_F(MmsutilSettingsTest, BlockAddAndSetRefuseAnAddressTheListWouldNotFindOrListOnOneLine)
+{
+    // The list is compared as Latin-1 text: "€123" was added, reported not blocked by "block
+    // check €123", and added again at each "block add".
+    const QList<QStringList> wrong{
+        {QStringLiteral("add"), QStringLiteral("€123")},
+        {QStringLiteral("add"), QStringLiteral("55\n66")},
+        {QStringLiteral("set"), QStringLiteral("1,€2")},
+        {QStringLiteral("set"), QStringLiteral("1\t2")},
+    };
+    for (const QStringList& arguments : wrong) {
+        SCOPED_TRACE(arguments.join(QLatin1Char(' ')).toStdString());
+        expectUsageError(run(QStringList{QStringLiteral("block")} + arguments));
+    }
+    EXPECT_EQ(inStore(MMS_UTIL_Setting::getBlockList), QString());
+
+    // Latin-1 beyond ASCII is found again; a check may ask about any sender.
+    ok({QStringLiteral("block"), QStringLiteral("add"), QStringLiteral("jörg@example.org")});
+    EXPECT_EQ(
+        ok({QStringLiteral("block"), QStringLiteral("check"), QStringLiteral("jörg@example.org")})
+            .toStdString(),
+        "blocked\n");
+    const ToolResult unknown =
+        run({QStringLiteral("block"), QStringLiteral("check"), QStringLiteral("€123")});
+    EXPECT_EQ(unknown.exitCode, 3);
+    EXPECT_EQ(unknown.out.toStdString(), "not blocked\n");
+}
+
 // The readers of the block commands' addresses, in-process.
 TEST(MmsutilBlockReadersTest, AnAddressIsTakenAsItIsUnlessItIsEmptyOrHoldsAComma)
 {
@@ -669,7 +697,32 @@ TEST(MmsutilBlockReadersTest, AnAddressIsTakenAsItIsUnlessItIsEmptyOrHoldsAComma
     EXPECT_EQ(error, QStringLiteral("an address cannot hold a comma: '1,2'"));
 }
 
-TEST(MmsutilBlockReadersTest, AListIsTakenAsItIsUnlessAnItemIsEmpty)
+TEST(MmsutilBlockReadersTest, AnAddressToBlockIsOneTheListFindsAgainAndListsOnOneLine)
+{
+    QString error;
+    for (const QString& address : {QStringLiteral("123"), QStringLiteral("jörg@example.org"),
+                                   QStringLiteral("+49 (0) 123-4")}) {
+        SCOPED_TRACE(address.toStdString());
+        EXPECT_EQ(cli::parseAddressToBlock(address, &error), std::optional<QString>(address));
+        EXPECT_TRUE(error.isEmpty()) << error.toStdString();
+        EXPECT_EQ(MMS_UTIL_Setting::isInBlockList(QStringLiteral("7,") + address, address), 1);
+    }
+    for (const QString& wrong : {QString(), QStringLiteral("1,2"), QStringLiteral("€123"),
+                                 QStringLiteral("55\n66"), QStringLiteral("1\x7f")}) {
+        SCOPED_TRACE(wrong.toStdString());
+        error.clear();
+        EXPECT_FALSE(cli::parseAddressToBlock(wrong, &error));
+        EXPECT_FALSE(error.isEmpty());
+        EXPECT_FALSE(error.contains(QLatin1Char('\n')));
+    }
+    // A check may ask about any sender.
+    EXPECT_TRUE(cli::parseBlockAddress(QStringLiteral("€123"), &error));
+    cli::parseAddressToBlock(QStringLiteral("€123"), &error);
+    EXPECT_EQ(error, QStringLiteral("'€123' holds a character beyond Latin-1, which the block list "
+                                    "cannot match"));
+}
+
+TEST(MmsutilBlockReadersTest, AListIsTakenAsItIsUnlessAnItemIsEmptyOrNoAddressToBlock)
 {
     QString error;
     for (const QString& list :
@@ -678,8 +731,9 @@ TEST(MmsutilBlockReadersTest, AListIsTakenAsItIsUnlessAnItemIsEmpty)
         EXPECT_EQ(cli::parseBlockList(list, &error), std::optional<QString>(list));
         EXPECT_TRUE(error.isEmpty()) << error.toStdString();
     }
-    for (const QString& wrong : {QStringLiteral(","), QStringLiteral(",1"), QStringLiteral("1,"),
-                                 QStringLiteral("1,,2")}) {
+    for (const QString& wrong :
+         {QStringLiteral(","), QStringLiteral(",1"), QStringLiteral("1,"), QStringLiteral("1,,2"),
+          QStringLiteral("1,€2"), QStringLiteral("1\n2")}) {
         SCOPED_TRACE(wrong.toStdString());
         error.clear();
         EXPECT_FALSE(cli::parseBlockList(wrong, &error));

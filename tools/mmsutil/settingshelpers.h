@@ -82,8 +82,14 @@ std::optional<unsigned char> parsePriority(const QString& text);
 // block more than it names: an empty address is found in every item of the list, and a comma
 // would split it into two items.
 std::optional<QString> parseBlockAddress(const QString& text, QString* error);
+// The address "block add" puts on the list: one parseBlockAddress() takes that the list also
+// finds again and lists on a line of its own. The list is compared as Latin-1 text, so an address
+// with a character beyond Latin-1 would be kept and never found; a control character would break
+// the listing's line. Nothing, with `error` set, for either.
+std::optional<QString> parseAddressToBlock(const QString& text, QString* error);
 // The whole block list "block set" takes, addresses joined by commas; "" empties it. Nothing,
-// with `error` set, when an item is empty, which would block every sender.
+// with `error` set, when an item is empty, which would block every sender, or is not an address
+// parseAddressToBlock() takes.
 std::optional<QString> parseBlockList(const QString& text, QString* error);
 
 // ---- Values shown ----
