@@ -15,7 +15,7 @@ export TAV_LOCAL_DOWNLOAD_PATH ?= $(DATA_DIR)/download
 PACKAGES := $(shell grep -v '^\#' debian-packages.txt)
 SUDO := $(if $(filter 0,$(shell id -u)),,sudo)
 
-.PHONY: all deps configure build run test test-sanitize fuzz install clean
+.PHONY: all deps configure build run test test-sanitize fuzz fuzz-check install clean
 
 all: build
 
@@ -57,6 +57,14 @@ fuzz: deps
 	  -DTAVMMS_SANITIZE=ON -DTAVMMS_BUILD_FUZZ=ON -DTAVMMS_BUILD_TESTS=OFF \
 	  -DTAVMMS_BUILD_BENCH=OFF -DTAVMMS_BUILD_EXAMPLES=OFF
 	cmake --build $(FUZZ_DIR) -j $(JOBS)
+
+# The fuzz targets checked: every seed in fuzz/corpus/ run once as a regression test, then each
+# target fuzzed for FUZZ_SECONDS from its seeds. A crash fails it, saying where the input was
+# saved; the input is also copied into fuzz/corpus/<target>/, to be committed with the fix.
+FUZZ_SECONDS ?= 30
+fuzz-check: fuzz
+	ctest --test-dir $(FUZZ_DIR)/fuzz -j $(JOBS) --output-on-failure
+	bash fuzz/run_targets.sh $(FUZZ_DIR)/fuzz $(FUZZ_SECONDS)
 
 install: build
 	cmake --install $(BUILD_DIR) $(if $(PREFIX),--prefix $(PREFIX))

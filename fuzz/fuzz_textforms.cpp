@@ -1,12 +1,17 @@
 // The text readers of header values, the classification of a content type and its parameters,
-// the byte-string splitter and the content-type lookup on arbitrary text: none may crash, read out
-// of bounds or leak.
+// the byte-string splitter, the content-type lookup, the keys an address is looked up under in the
+// address book and the check's reader of a mail file's name on arbitrary text: none may crash, read
+// out of bounds or leak.
 
 #include <tavmmsutility.h>
+
+#include "mail_file_names.h"
+#include "phone_number_match.h"
 
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <optional>
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
@@ -41,5 +46,23 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     // mime_type_getValue() lower-cases in place: it gets a copy, zero-terminated by QByteArray.
     QByteArray name = bytes;
     mime_type_getValue(name.data());
+
+    // A sender's address as the address book keys it: a phone number's key is made of what a
+    // keypad dials, whether or not it reads as a number of the region.
+    for (const char* region : {"DE", "US", tavplatform::kNoRegion}) {
+        const QString key = tavplatform::phoneNumberKey(text, QLatin1String(region));
+        for (const QChar c : key) {
+            if (!c.isDigit() && c != u'+' && c != u'*' && c != u'#')
+                __builtin_trap();
+        }
+    }
+    tavplatform::emailKey(text);
+    tavplatform::isKnownRegion(text);
+
+    // A name read as a mail file's is the name that id's mail file has.
+    if (const std::optional<unsigned int> id = tavmms::store::idOfMailFileName(text)) {
+        if (tavmms::store::mailFileName(*id) != text)
+            __builtin_trap();
+    }
     return 0;
 }

@@ -6,6 +6,7 @@
 #include <QRegularExpression>
 #include <QTextStream>
 
+#include <algorithm>
 #include <cstdio>
 #include <limits>
 
@@ -26,12 +27,20 @@ void printError(const QString& message)
 
 std::optional<unsigned int> parseNumber(const QString& text, unsigned int maximum)
 {
-    static const QRegularExpression decimal(QStringLiteral("^[0-9]+$"));
+    // Anchored at the very end: "$" would also match before a final line break.
+    static const QRegularExpression decimal(
+        QRegularExpression::anchoredPattern(QStringLiteral("[0-9]+")));
     bool ok = false;
     const qulonglong value = text.toULongLong(&ok);
     if (!ok || value > maximum || !decimal.match(text).hasMatch())
         return std::nullopt;
     return unsigned(value);
+}
+
+bool hasControlCharacter(const QString& text)
+{
+    return std::any_of(text.cbegin(), text.cend(),
+                       [](QChar c) { return c.unicode() < 0x20 || c.unicode() == 0x7F; });
 }
 
 QString asClause(QString text)

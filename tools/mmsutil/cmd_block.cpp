@@ -14,22 +14,25 @@ namespace
 const QString kMatchHelp =
     QStringLiteral(" An address is blocked when a listed item contains it or it contains a listed "
                    "item (letter case counts): the item 12345 blocks +4912345 and also 234.");
+const QString kListedHelp =
+    QStringLiteral(" The items are compared as Latin-1 text: an address with a character beyond "
+                   "it, which would never be found, is refused, as is one with a control "
+                   "character.");
 
-// Parses a command that takes one address; gives the exit status when it must stop here.
+using AddressReader = std::optional<QString> (*)(const QString& text, QString* error);
+
+// Parses a command that takes one address, read by `read`; gives the exit status when it must
+// stop here.
 std::optional<int> parseAddress(QCommandLineParser& parser, const cli::Command& command,
-                                const QStringList& arguments)
+                                const QStringList& arguments, AddressReader read)
 {
     parser.addPositionalArgument(QStringLiteral("ADDRESS"),
                                  QStringLiteral("A phone number or e-mail address."));
     if (const std::optional<int> stop = cli::parse(parser, command, arguments, 1))
         return stop;
-    const QString address = parser.positionalArguments().constFirst();
-    // An empty address is found in every item, and a comma would split it into two items.
-    if (address.isEmpty())
-        return cli::usageError(command.name, QStringLiteral("the address is empty"));
-    if (address.contains(QLatin1Char(',')))
-        return cli::usageError(command.name,
-                               QStringLiteral("an address cannot hold a comma: '%1'").arg(address));
+    QString error;
+    if (!read(parser.positionalArguments().constFirst(), &error))
+        return cli::usageError(command.name, error);
     return std::nullopt;
 }
 
@@ -53,8 +56,9 @@ int runAdd(const cli::Command& command, const QStringList& arguments)
         command.summary +
         QStringLiteral(" An address that is blocked already is not added again: the tool says "
                        "so and exits with 3.") +
-        kMatchHelp);
-    if (const std::optional<int> stop = parseAddress(parser, command, arguments))
+        kMatchHelp + kListedHelp);
+    if (const std::optional<int> stop =
+            parseAddress(parser, command, arguments, cli::parseAddressToBlock))
         return *stop;
     const QString address = parser.positionalArguments().constFirst();
     return cli::reportChange(
@@ -71,7 +75,8 @@ int runCheck(const cli::Command& command, const QStringList& arguments)
         QStringLiteral(" Prints \"blocked\" and exits with 0, or prints \"not blocked\" and exits "
                        "with 3.") +
         kMatchHelp);
-    if (const std::optional<int> stop = parseAddress(parser, command, arguments))
+    if (const std::optional<int> stop =
+            parseAddress(parser, command, arguments, cli::parseBlockAddress))
         return *stop;
     if (const std::optional<int> stop = cli::failWhenSettingsUnreadable())
         return *stop;
@@ -86,19 +91,18 @@ int runCheck(const cli::Command& command, const QStringList& arguments)
 int runSet(const cli::Command& command, const QStringList& arguments)
 {
     QCommandLineParser parser;
+    parser.setApplicationDescription(command.summary + kListedHelp);
     parser.addPositionalArgument(QStringLiteral("LIST"),
                                  QStringLiteral("Addresses joined by commas, without blanks; \"\" "
                                                 "empties the list."));
     if (const std::optional<int> stop = cli::parse(parser, command, arguments, 1))
         return *stop;
-    const QString list = parser.positionalArguments().constFirst();
-    // An empty item would be found in every address and so block every sender.
-    if (!list.isEmpty() && list.split(QLatin1Char(',')).contains(QString()))
-        return cli::usageError(command.name,
-                               QStringLiteral("'%1' has an empty item, which would block every "
-                                              "sender")
-                                   .arg(list));
-    return cli::reportChange(cli::callWriter([&] { return MMS_UTIL_Setting::setBlockList(list); }),
+    QString error;
+    const std::optional<QString> list =
+        cli::parseBlockList(parser.positionalArguments().constFirst(), &error);
+    if (!list)
+        return cli::usageError(command.name, error);
+    return cli::reportChange(cli::callWriter([&] { return MMS_UTIL_Setting::setBlockList(*list); }),
                              cli::kWriterCodes, QStringLiteral("cannot set the block list"));
 }
 

@@ -1,9 +1,9 @@
 #include "commands.h"
+#include "mmshelpers.h"
 
 #include <tavmmsutility.h>
 
 #include <QCommandLineParser>
-#include <QRegularExpression>
 #include <QTextStream>
 
 namespace
@@ -20,17 +20,12 @@ int runContentType(const cli::Command& command, const QStringList& arguments)
         return *stop;
     const QString text = parser.positionalArguments().constFirst();
 
-    // Decimal, or hexadecimal after "0x"; a leading zero does not mean octal here.
-    static const QRegularExpression decimal(QStringLiteral("^[0-9]+$"));
-    static const QRegularExpression hex(QStringLiteral("^0[xX][0-9a-fA-F]+$"));
-    const bool isHex = hex.match(text).hasMatch();
-    if (isHex || decimal.match(text).hasMatch()) {
-        bool ok = false;
-        const uint number = isHex ? text.mid(2).toUInt(&ok, 16) : text.toUInt(&ok, 10);
-        if (!ok || number > 255)
+    const cli::ContentTypeNumber number = cli::parseContentTypeNumber(text);
+    if (number.written) {
+        if (!number.value)
             return cli::usageError(command.name,
                                    QStringLiteral("'%1' is out of range (0 to 255)").arg(text));
-        const char* name = mime_type_getName(number);
+        const char* name = mime_type_getName(*number.value);
         if (!name)
             return cli::fail(QStringLiteral("content type %1 is not in the table").arg(text));
         cli::out() << name << '\n';

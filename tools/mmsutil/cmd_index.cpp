@@ -23,22 +23,9 @@ namespace store = tavmms::store;
 const unsigned int kNoRecord = unsigned(-1);
 const QString kRowIdHelp = QStringLiteral("The row's id.");
 
-// The fields of the index record, as its binding lays them out.
-QList<DB_BIND_T> recordFields()
-{
-    unsigned int count = 0;
-    const DB_BIND_T* entries = MMS_UTIL_DBGetBinding(&count);
-    return QList<DB_BIND_T>(entries, entries + count);
-}
-
 const unsigned char* bytesOf(const MMS_UTIL_DBStruct_T& record, const DB_BIND_T& field)
 {
     return reinterpret_cast<const unsigned char*>(&record) + field.offset;
-}
-
-unsigned char* bytesOf(MMS_UTIL_DBStruct_T* record, const DB_BIND_T& field)
-{
-    return reinterpret_cast<unsigned char*>(record) + field.offset;
 }
 
 // The value of one field: a string for texts, a number for the others.
@@ -67,7 +54,7 @@ QJsonValue fieldValue(const MMS_UTIL_DBStruct_T& record, const DB_BIND_T& field)
 QJsonObject rowToJson(unsigned int id, const MMS_UTIL_DBStruct_T& record)
 {
     QJsonObject row{{QStringLiteral("id"), qint64(id)}};
-    for (const DB_BIND_T& field : recordFields())
+    for (const DB_BIND_T& field : cli::recordFields())
         row.insert(QLatin1String(field.name), fieldValue(record, field));
     return row;
 }
@@ -82,49 +69,6 @@ QString valueText(const MMS_UTIL_DBStruct_T& record, const DB_BIND_T& field)
     if (field.code != DB_BIND_TIME || value.toInteger() == 0)
         return number;
     return QStringLiteral("%1 (%2)").arg(number, textout::timeText(quint32(value.toInteger())));
-}
-
-// Sets `field` of `record` from its command-line text. Texts are cut so that the terminator fits;
-// numbers must fit the field. Gives false and sets `error` for a number that does not.
-bool setField(MMS_UTIL_DBStruct_T* record, const DB_BIND_T& field, const QString& text,
-              QString* error)
-{
-    unsigned char* bytes = bytesOf(record, field);
-    std::memset(bytes, 0, field.size);
-    switch (field.code) {
-    case DB_BIND_UCS2_TEXT:
-        store::setText16(reinterpret_cast<unsigned short*>(bytes), field.size / 2, text);
-        return true;
-    case DB_BIND_CHAR_TEXT:
-        store::setText8(reinterpret_cast<char*>(bytes), field.size, text);
-        return true;
-    default:
-        break;
-    }
-    const unsigned int maximum = field.code == DB_BIND_INT16 ? 0xFFFFu : 0xFFFFFFFFu;
-    const std::optional<unsigned int> value = cli::parseNumber(text, maximum);
-    if (!value) {
-        *error = QStringLiteral("%1: '%2' is not a number from 0 to %3")
-                     .arg(QLatin1String(field.name), text)
-                     .arg(maximum);
-        return false;
-    }
-    if (field.code == DB_BIND_INT16) {
-        const auto small = quint16(*value);
-        std::memcpy(bytes, &small, sizeof small);
-    } else {
-        std::memcpy(bytes, &*value, sizeof *value);
-    }
-    return true;
-}
-
-std::optional<DB_BIND_T> fieldNamed(const QString& name)
-{
-    for (const DB_BIND_T& field : recordFields()) {
-        if (name == QLatin1String(field.name))
-            return field;
-    }
-    return std::nullopt;
 }
 
 int runList(const cli::Command& command, const QStringList& arguments)
@@ -173,7 +117,7 @@ int runShow(const cli::Command& command, const QStringList& arguments)
         cli::out() << QJsonDocument(rowToJson(id, record)).toJson(QJsonDocument::Indented);
         return cli::ExitOk;
     }
-    const QList<DB_BIND_T> fields = recordFields();
+    const QList<DB_BIND_T> fields = cli::recordFields();
     int width = 0;
     for (const DB_BIND_T& field : fields)
         width = qMax(width, int(qstrlen(field.name)) + 1);
@@ -284,11 +228,8 @@ int runAdd(const cli::Command& command, const QStringList& arguments)
         settings.append({assignment.left(equals), assignment.mid(equals + 1)});
     }
     for (const auto& [name, value] : settings) {
-        const std::optional<DB_BIND_T> field = fieldNamed(name);
-        if (!field)
-            return cli::usageError(command.name, QStringLiteral("unknown field '%1'").arg(name));
         QString error;
-        if (!setField(&record, *field, value, &error))
+        if (!cli::setField(&record, name, value, &error))
             return cli::usageError(command.name, error);
     }
 

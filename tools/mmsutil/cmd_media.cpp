@@ -2,12 +2,12 @@
 // platform keeps it.
 
 #include "commands.h"
+#include "mmshelpers.h"
 #include "settingshelpers.h"
 
 #include <media_capability_service.h>
 
 #include <QCommandLineParser>
-#include <QRegularExpression>
 #include <QTextStream>
 
 #include <climits>
@@ -87,13 +87,10 @@ int runSet(const cli::Command& command, const QStringList& arguments)
     const Kind* kind = nullptr;
     if (const std::optional<int> stop = kindNamed(command, extensions.takeFirst(), &kind))
         return *stop;
-    static const QRegularExpression word(QStringLiteral("^[A-Za-z0-9][A-Za-z0-9_+-]*$"));
     for (const QString& extension : std::as_const(extensions)) {
-        if (!word.match(extension).hasMatch())
-            return cli::usageError(command.name,
-                                   QStringLiteral("'%1' is not an extension (letters, digits, "
-                                                  "'_', '+' and '-', without the dot)")
-                                       .arg(extension));
+        QString error;
+        if (!cli::parseExtension(extension, &error))
+            return cli::usageError(command.name, error);
     }
     errno = 0;
     const bool written = mediaCapabilityService().setPlayableExtensions(kind->kind, extensions);

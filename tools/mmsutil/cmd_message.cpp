@@ -25,18 +25,6 @@ const QString kContentTypeHelp =
     QStringLiteral("Content type of the body, \"type/subtype\" and parameters after a blank "
                    "(default: application/vnd.wap.multipart.mixed).");
 
-// "type/subtype", then optionally a blank and the parameters.
-std::optional<MMS_CONTENT_TYPE_T> parseContentType(const QString& text)
-{
-    const QString trimmed = text.trimmed();
-    const qsizetype blank = trimmed.indexOf(QLatin1Char(' '));
-    const QStringList name = trimmed.left(blank).split(QLatin1Char('/'));
-    if (name.size() != 2 || name.at(0).isEmpty() || name.at(1).isEmpty())
-        return std::nullopt;
-    return MMS_CONTENT_TYPE_T{name.at(0), name.at(1),
-                              blank < 0 ? QStringLiteral("") : trimmed.mid(blank + 1).trimmed()};
-}
-
 // The options that composing and receiving share, and the message they describe.
 struct MessageOptions {
     QCommandLineOption to{QStringLiteral("to"), QString(), QStringLiteral("ENTRY")};
@@ -70,12 +58,11 @@ struct MessageOptions {
         }
         message->subject = parser.value(subject);
         if (parser.isSet(contentType)) {
+            QString error;
             const std::optional<MMS_CONTENT_TYPE_T> type =
-                parseContentType(parser.value(contentType));
+                cli::parseContentType(parser.value(contentType), &error);
             if (!type)
-                return cli::usageError(command.name,
-                                       QStringLiteral("--content-type: '%1' is not type/subtype")
-                                           .arg(parser.value(contentType)));
+                return cli::usageError(command.name, QStringLiteral("--content-type: ") + error);
             message->contentType = *type;
         }
         return cli::readBody(body, limit, &message->body);

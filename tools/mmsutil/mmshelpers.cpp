@@ -9,6 +9,9 @@
 #include <QRegularExpression>
 #include <QTextStream>
 
+#include <algorithm>
+#include <cstring>
+
 namespace cli
 {
 
@@ -49,6 +52,10 @@ std::optional<MMS_UTIL_Entry> parseEntry(const QString& text, QString* error)
     const QString trimmed = text.trimmed();
     if (trimmed.isEmpty()) {
         *error = QStringLiteral("empty address");
+        return std::nullopt;
+    }
+    if (hasControlCharacter(trimmed)) {
+        *error = QStringLiteral("'%1' holds a control character").arg(textout::oneLine(trimmed));
         return std::nullopt;
     }
     MMS_UTIL_Entry entry;
@@ -116,6 +123,52 @@ QString typeWord(MMS_UTIL_ADDR_TYPE_T type)
             return QLatin1String(name.word);
     }
     return QStringLiteral("UNKNOWN");
+}
+
+std::optional<MMS_CONTENT_TYPE_T> parseContentType(const QString& text, QString* error)
+{
+    const QString trimmed = text.trimmed();
+    if (hasControlCharacter(trimmed)) {
+        *error = QStringLiteral("'%1' holds a control character").arg(textout::oneLine(trimmed));
+        return std::nullopt;
+    }
+    const qsizetype blank = trimmed.indexOf(QLatin1Char(' '));
+    const QStringList name = trimmed.left(blank).split(QLatin1Char('/'));
+    if (name.size() != 2 || name.at(0).isEmpty() || name.at(1).isEmpty()) {
+        *error = QStringLiteral("'%1' is not type/subtype").arg(text);
+        return std::nullopt;
+    }
+    return MMS_CONTENT_TYPE_T{name.at(0), name.at(1),
+                              blank < 0 ? QStringLiteral("") : trimmed.mid(blank + 1).trimmed()};
+}
+
+ContentTypeNumber parseContentTypeNumber(const QString& text)
+{
+    static const QRegularExpression decimal(
+        QRegularExpression::anchoredPattern(QStringLiteral("[0-9]+")));
+    static const QRegularExpression hex(
+        QRegularExpression::anchoredPattern(QStringLiteral("0[xX][0-9a-fA-F]+")));
+    const bool isHex = hex.match(text).hasMatch();
+    if (!isHex && !decimal.match(text).hasMatch())
+        return {};
+    bool ok = false;
+    const uint number = isHex ? text.mid(2).toUInt(&ok, 16) : text.toUInt(&ok, 10);
+    if (!ok || number > 255)
+        return {true, std::nullopt};
+    return {true, uchar(number)};
+}
+
+std::optional<QString> parseExtension(const QString& text, QString* error)
+{
+    static const QRegularExpression word(
+        QRegularExpression::anchoredPattern(QStringLiteral("[A-Za-z0-9][A-Za-z0-9_+-]*")));
+    if (!word.match(text).hasMatch()) {
+        *error = QStringLiteral("'%1' is not an extension (letters, digits, '_', '+' and '-', "
+                                "without the dot)")
+                     .arg(text);
+        return std::nullopt;
+    }
+    return text;
 }
 
 std::optional<int> readBody(const QString& path, const tavmms::store::SizeLimit& limit,
@@ -234,6 +287,52 @@ int listRows(const Command& command, const QStringList& arguments, const RowList
     else
         out() << textout::columns(lines, list.rightAligned);
     return ExitOk;
+}
+
+QList<DB_BIND_T> recordFields()
+{
+    unsigned int count = 0;
+    const DB_BIND_T* entries = MMS_UTIL_DBGetBinding(&count);
+    return QList<DB_BIND_T>(entries, entries + count);
+}
+
+bool setField(MMS_UTIL_DBStruct_T* record, const QString& name, const QString& text, QString* error)
+{
+    const QList<DB_BIND_T> fields = recordFields();
+    const auto field = std::find_if(fields.cbegin(), fields.cend(), [&name](const DB_BIND_T& f) {
+        return name == QLatin1String(f.name);
+    });
+    if (field == fields.cend()) {
+        *error = QStringLiteral("unknown field '%1'").arg(name);
+        return false;
+    }
+    unsigned char* bytes = reinterpret_cast<unsigned char*>(record) + field->offset;
+    std::memset(bytes, 0, field->size);
+    switch (field->code) {
+    case DB_BIND_UCS2_TEXT:
+        tavmms::store::setText16(reinterpret_cast<unsigned short*>(bytes), field->size / 2, text);
+        return true;
+    case DB_BIND_CHAR_TEXT:
+        tavmms::store::setText8(reinterpret_cast<char*>(bytes), field->size, text);
+        return true;
+    default:
+        break;
+    }
+    const unsigned int maximum = field->code == DB_BIND_INT16 ? 0xFFFFu : 0xFFFFFFFFu;
+    const std::optional<unsigned int> value = parseNumber(text, maximum);
+    if (!value) {
+        *error = QStringLiteral("%1: '%2' is not a number from 0 to %3")
+                     .arg(QLatin1String(field->name), text)
+                     .arg(maximum);
+        return false;
+    }
+    if (field->code == DB_BIND_INT16) {
+        const auto small = quint16(*value);
+        std::memcpy(bytes, &small, sizeof small);
+    } else {
+        std::memcpy(bytes, &*value, sizeof *value);
+    }
+    return true;
 }
 
 } // namespace cli

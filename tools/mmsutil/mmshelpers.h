@@ -28,7 +28,8 @@ namespace cli
 // Reads an address given on the command line: either the library's entry text
 // "<name>[EMAIL|PLMN|UNKNOWN]address", or a bare address, typed by its look: PLMN when it holds
 // only digits, blanks and "+-()", EMAIL when it holds an "@", UNKNOWN otherwise. Gives nothing and
-// sets `error` when the text is neither.
+// sets `error` when the text is neither, or holds a control character: the entry goes on one line
+// of the mail file's header.
 std::optional<MMS_UTIL_Entry> parseEntry(const QString& text, QString* error);
 // Reads option values that each hold one address or several separated by commas; empty pieces
 // are dropped. Gives nothing and sets `error` when a piece is not an address.
@@ -40,6 +41,25 @@ std::optional<int> entriesOf(const QCommandLineParser& parser, const QCommandLin
                              const Command& command, QList<MMS_UTIL_Entry>* entries);
 // The type word of the entry text form: "EMAIL", "PLMN", "UNKNOWN" for every other code.
 QString typeWord(MMS_UTIL_ADDR_TYPE_T type);
+
+// Reads a message's content type given on the command line: "type/subtype", then optionally a
+// blank and the parameters; blanks around the whole and around the parameters are dropped. Gives
+// nothing and sets `error` when the text is not of that form, or holds a control character: the
+// content type goes on one line of the mail file's header.
+std::optional<MMS_CONTENT_TYPE_T> parseContentType(const QString& text, QString* error);
+
+// A content type's number as the content-type command reads it: decimal digits, or hexadecimal
+// digits after "0x" or "0X"; a leading zero does not mean octal. A text not written so is no
+// number (it may be the content type's name); a number so written has a value when it is 0 to 255.
+struct ContentTypeNumber {
+    bool written = false;
+    std::optional<unsigned char> value;
+};
+ContentTypeNumber parseContentTypeNumber(const QString& text);
+
+// A file extension the media player's table takes: letters, digits, "_", "+" and "-", not starting
+// with a mark, without the dot. Gives nothing and sets `error` when the text is not one.
+std::optional<QString> parseExtension(const QString& text, QString* error);
 
 using tavmms::store::LoadedMailFile;
 // Reads the body of a message from `path` ("-" for standard input) into `body`, no more than one
@@ -87,6 +107,15 @@ int listRows(const Command& command, const QStringList& arguments, const RowList
 
 // ExitOk when `table` is open, else ExitFailed after reporting why.
 int openStatus(const tavmms::store::IndexTable& table);
+
+// The fields of the index record, as its binding lays them out.
+QList<DB_BIND_T> recordFields();
+// Sets the field of `record` whose database name is `name` from its command-line text; the other
+// fields stay as they are. Texts are cut so that the terminator fits; numbers, in decimal digits,
+// must fit the field. Gives false and sets `error` for an unknown name or a number that does not
+// fit.
+bool setField(MMS_UTIL_DBStruct_T* record, const QString& name, const QString& text,
+              QString* error);
 
 } // namespace cli
 

@@ -1,7 +1,10 @@
 // The mmsutil tool, run as a child process: its output, its exit codes and the files it writes,
-// read back with the library.
+// read back with the library. The reader of the content-type command's number is also tried
+// in-process.
 
 #include <tavmmsutility.h>
+
+#include "mmshelpers.h"
 
 #include "support/tool_process.h"
 
@@ -359,9 +362,17 @@ TEST_F(MmsutilTest, WriteRefusesMalformedValues)
          QStringLiteral("--priority"), QStringLiteral("Urgent")},
         {QStringLiteral("--from"), QStringLiteral("1"), QStringLiteral("--to"), QStringLiteral("2"),
          QStringLiteral("--bogus")},
+        // A line break would end the header line: the file was written with the sender "111"
+        // and the rest taken for a line of its own.
+        {QStringLiteral("--from"), QStringLiteral("111\nSubject: injected"), QStringLiteral("--to"),
+         QStringLiteral("2")},
+        {QStringLiteral("--from"), QStringLiteral("1"), QStringLiteral("--to"),
+         QStringLiteral("<Ann\r>[PLMN]2")},
+        {QStringLiteral("--from"), QStringLiteral("1"), QStringLiteral("--to"), QStringLiteral("2"),
+         QStringLiteral("--cc"), QStringLiteral("3\nBCC: 4")},
     };
     for (const QStringList& options : wrong) {
-        SCOPED_TRACE(options.join(QLatin1Char(' ')).toStdString());
+        SCOPED_TRACE(textout::oneLine(options.join(QLatin1Char(' '))).toStdString());
         expectUsageError(writeMail("x", options));
     }
     EXPECT_FALSE(QFile::exists(path("mail.mms")));
@@ -462,6 +473,63 @@ TEST_F(MmsutilTest, ContentTypeNumberBeyondOneByteIsAUsageError)
     expectUsageError(run({QStringLiteral("content-type")}));
     expectUsageError(
         run({QStringLiteral("content-type"), QStringLiteral("1"), QStringLiteral("2")}));
+}
+
+// The reader of the numbers the commands take, in-process.
+TEST(MmsutilNumberReaderTest, ReadsDecimalDigitsUpToTheMaximum)
+{
+    EXPECT_EQ(cli::parseNumber(QStringLiteral("0")), std::optional<unsigned int>(0));
+    EXPECT_EQ(cli::parseNumber(QStringLiteral("007")), std::optional<unsigned int>(7));
+    EXPECT_EQ(cli::parseNumber(QStringLiteral("4294967295")),
+              std::optional<unsigned int>(4294967295u));
+    EXPECT_EQ(cli::parseNumber(QStringLiteral("255"), 255), std::optional<unsigned int>(255));
+    EXPECT_FALSE(cli::parseNumber(QStringLiteral("256"), 255));
+    EXPECT_FALSE(cli::parseNumber(QStringLiteral("4294967296")));
+}
+
+TEST(MmsutilNumberReaderTest, RefusesSignsBlanksAndLineBreaksAroundTheDigits)
+{
+    // Qt's conversion skips surrounding blanks, and a pattern's "$" matches before a final line
+    // break: "30\n" was read as 30.
+    for (const char* wrong :
+         {"", "-1", "+1", " 1", "1 ", "30\n", "30\r\n", "\n30", "1.0", "0x10", "1e3", "٣"}) {
+        SCOPED_TRACE(wrong);
+        EXPECT_FALSE(cli::parseNumber(QString::fromUtf8(wrong)));
+    }
+}
+
+// The reader of the content-type command's number, in-process.
+TEST(MmsutilContentTypeNumberTest, ReadsDecimalAndHexadecimalNumbersOfOneByte)
+{
+    const struct {
+        const char* text;
+        unsigned char value;
+    } cases[] = {{"0", 0},     {"30", 30},   {"085", 85},    {"255", 255},
+                 {"0x1e", 30}, {"0X1E", 30}, {"0x0ff", 255}, {"0x00", 0}};
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.text);
+        const cli::ContentTypeNumber number = cli::parseContentTypeNumber(QLatin1String(c.text));
+        EXPECT_TRUE(number.written);
+        ASSERT_TRUE(number.value);
+        EXPECT_EQ(*number.value, c.value);
+    }
+}
+
+TEST(MmsutilContentTypeNumberTest, TellsANumberOutOfRangeFromATextThatIsNoNumber)
+{
+    for (const char* beyond : {"256", "0x100", "99999999999999999999", "0x1000000000"}) {
+        SCOPED_TRACE(beyond);
+        const cli::ContentTypeNumber number = cli::parseContentTypeNumber(QLatin1String(beyond));
+        EXPECT_TRUE(number.written);
+        EXPECT_FALSE(number.value);
+    }
+    for (const char* name : {"", "image/jpeg", "-1", "+1", " 1", "1 ", "0x", "x1e", "1e", "0o7",
+                             "1 2", "30\n", "0x1e\n"}) {
+        SCOPED_TRACE(name);
+        const cli::ContentTypeNumber number = cli::parseContentTypeNumber(QLatin1String(name));
+        EXPECT_FALSE(number.written);
+        EXPECT_FALSE(number.value);
+    }
 }
 
 TEST_F(MmsutilTest, PathsFollowTheDownloadPathAndPlatformDirectoryVariables)

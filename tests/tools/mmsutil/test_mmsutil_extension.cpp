@@ -1,8 +1,9 @@
 // mmsutil's extension and media commands, run as a child process on a temporary platform
 // directory: what they print, their exit codes, and what a change to the media table does to the
-// extension chosen.
+// extension chosen. The reader of the media table's extensions is also tried in-process.
 
 #include "media_capability_service.h"
+#include "mmshelpers.h"
 
 #include "support/tool_process.h"
 
@@ -130,6 +131,26 @@ TEST_F(MmsutilExtensionTest, RefusesAWrongKindOrExtensionAndChangesNothing)
     expectUsageError(media({QStringLiteral("list"), QStringLiteral("image")}));
     expectPrinted(media({QStringLiteral("list"), QStringLiteral("audio")}),
                   factoryLine("audio", tavplatform::MediaAudio));
+}
+
+// The reader of the media table's extensions, in-process.
+TEST(MmsutilExtensionReaderTest, TakesAWordOfLettersDigitsAndMarksWithoutTheDot)
+{
+    QString error;
+    for (const char* extension : {"mp3", "3gp", "MP4", "x-wav", "c++", "a_b", "7"}) {
+        SCOPED_TRACE(extension);
+        EXPECT_EQ(cli::parseExtension(QLatin1String(extension), &error),
+                  std::optional<QString>(QLatin1String(extension)));
+        EXPECT_TRUE(error.isEmpty()) << error.toStdString();
+    }
+    for (const char* wrong :
+         {"", ".mp3", "mp3,wav", "-mp3", "_x", "mp 3", "mp3.", "ü", "mp3\n", "mp3\nwav"}) {
+        SCOPED_TRACE(wrong);
+        EXPECT_FALSE(cli::parseExtension(QString::fromUtf8(wrong), &error));
+        EXPECT_EQ(error, QStringLiteral("'%1' is not an extension (letters, digits, '_', '+' and "
+                                        "'-', without the dot)")
+                             .arg(QString::fromUtf8(wrong)));
+    }
 }
 
 } // namespace

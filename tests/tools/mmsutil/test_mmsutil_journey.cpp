@@ -1,8 +1,11 @@
 // mmsutil compose, receive, list, show and delete, run as a child process on a temporary platform
 // directory and download path: what they print, their exit codes, and the rows and mail files
-// they leave, read back through the library and a connection of the test's own.
+// they leave, read back through the library and a connection of the test's own. The reader of the
+// content type they take is also tried in-process.
 
 #include <tavmmsutility.h>
+
+#include "mmshelpers.h"
 
 #include "support/child_process.h"
 #include "support/index_table_helpers.h"
@@ -256,6 +259,12 @@ TEST_F(MmsutilJourneyTest, ComposeRefusesAWrongCommandLineAndWritesNothing)
          QStringLiteral("text/ plain")},
         {QStringLiteral("--to"), QStringLiteral("1"), QStringLiteral("--subject"),
          QStringLiteral("Hi"), QStringLiteral("--body"), body, QStringLiteral("extra")},
+        // Line breaks that would end the header line: refused before anything is written.
+        {QStringLiteral("--to"), QStringLiteral("1"), QStringLiteral("--subject"),
+         QStringLiteral("Hi"), QStringLiteral("--body"), body, QStringLiteral("--content-type"),
+         QStringLiteral("image/jpeg x\nPriority: Low")},
+        {QStringLiteral("--to"), QStringLiteral("bob@example.org\nAnn"),
+         QStringLiteral("--subject"), QStringLiteral("Hi"), QStringLiteral("--body"), body},
     };
     for (const QStringList& options : wrong) {
         SCOPED_TRACE(options.join(QLatin1Char(' ')).toStdString());
@@ -269,6 +278,80 @@ TEST_F(MmsutilJourneyTest, ComposeRefusesAWrongCommandLineAndWritesNothing)
     EXPECT_TRUE(missing.err.startsWith("mmsutil: cannot read '")) << missing.err.toStdString();
     EXPECT_EQ(rowIds(), QList<QByteArray>());
     EXPECT_FALSE(QFileInfo::exists(mailFileDir()));
+}
+
+// The reader of compose's and receive's --content-type, in-process.
+TEST(MmsutilContentTypeReaderTest, ReadsTypeAndSubtypeAndTheParametersAfterABlank)
+{
+    const struct {
+        const char* text;
+        MMS_CONTENT_TYPE_T read;
+    } cases[] = {
+        {"image/jpeg", {QStringLiteral("image"), QStringLiteral("jpeg"), QStringLiteral("")}},
+        {"  text/plain  ", {QStringLiteral("text"), QStringLiteral("plain"), QStringLiteral("")}},
+        {"application/vnd.wap.multipart.related  type=application/smil; start=<p1> ",
+         {QStringLiteral("application"), QStringLiteral("vnd.wap.multipart.related"),
+          QStringLiteral("type=application/smil; start=<p1>")}},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.text);
+        QString error;
+        const std::optional<MMS_CONTENT_TYPE_T> read =
+            cli::parseContentType(QString::fromUtf8(c.text), &error);
+        ASSERT_TRUE(read) << error.toStdString();
+        EXPECT_EQ(read->type, c.read.type);
+        EXPECT_EQ(read->subtype, c.read.subtype);
+        EXPECT_EQ(read->params, c.read.params);
+        EXPECT_FALSE(read->params.isNull());
+    }
+}
+
+TEST(MmsutilContentTypeReaderTest, RefusesAControlCharacterWhichWouldBreakTheHeaderLine)
+{
+    for (const char* wrong :
+         {"image/jpeg x\nPriority: Low", "image/jp\neg", "text/plain a\rb", "text/pl\x01ain"}) {
+        SCOPED_TRACE(wrong);
+        QString error;
+        EXPECT_FALSE(cli::parseContentType(QString::fromUtf8(wrong), &error));
+        EXPECT_TRUE(error.endsWith(QLatin1String("' holds a control character")))
+            << error.toStdString();
+        EXPECT_FALSE(error.contains(QLatin1Char('\n')));
+    }
+    QString error;
+    EXPECT_TRUE(cli::parseContentType(QStringLiteral("\ttext/plain charset=utf-8\n"), &error))
+        << error.toStdString();
+}
+
+// The reader of an address, in-process.
+TEST(MmsutilEntryReaderTest, RefusesAControlCharacterWhichWouldBreakTheHeaderLine)
+{
+    const QStringList wrong{QStringLiteral("bob@example.org\nAnn <+15550101>"),
+                            QStringLiteral("111\nSubject: x"), QStringLiteral("<Ann\r>[PLMN]1"),
+                            QStringLiteral("<Ann>[PLMN]1\x7f"
+                                           "2"),
+                            QStringLiteral("1") + QChar(0) + QStringLiteral("2")};
+    for (const QString& text : wrong) {
+        SCOPED_TRACE(text.toStdString());
+        QString error;
+        EXPECT_FALSE(cli::parseEntry(text, &error));
+        EXPECT_TRUE(error.endsWith(QLatin1String("' holds a control character")))
+            << error.toStdString();
+    }
+    QString error;
+    const std::optional<MMS_UTIL_Entry> entry =
+        cli::parseEntry(QStringLiteral("\t<Ann>[PLMN]+1 555\n"), &error);
+    ASSERT_TRUE(entry) << error.toStdString();
+    EXPECT_EQ(entry->address, QStringLiteral("+1 555"));
+}
+
+TEST(MmsutilContentTypeReaderTest, RefusesATextThatIsNotTypeSlashSubtype)
+{
+    for (const char* wrong : {"", " ", "text", "text/", "/plain", "a/b/c", "text/ plain", "/"}) {
+        SCOPED_TRACE(wrong);
+        QString error;
+        EXPECT_FALSE(cli::parseContentType(QString::fromUtf8(wrong), &error));
+        EXPECT_EQ(error, QStringLiteral("'%1' is not type/subtype").arg(QString::fromUtf8(wrong)));
+    }
 }
 
 TEST_F(MmsutilJourneyTest, ComposeOnAFullDiskKeepsNothing)

@@ -1,14 +1,17 @@
 // mmsutil's settings, profile, block, sending and flex commands, run as a child process on a
 // settings store in a temporary platform directory: what they print, their exit codes, and the
 // values they leave, read back through the library as another application would. This process
-// opens the store only for a moment at a time, and never while it forks.
+// opens the store only for a moment at a time, and never while it forks. The readers of the block
+// commands' addresses are also tried in-process.
 
 #include <tavmmsutility.h>
 
+#include "settingshelpers.h"
 #include "setup_set_manager.h"
 #include "sqlite_settings_store.h"
 
 #include "support/child_process.h"
+#include "support/model_helpers.h"
 #include "support/mount_namespace.h"
 #include "support/sql_queries.h"
 #include "support/tool_process.h"
@@ -643,6 +646,101 @@ TEST_F(MmsutilSettingsTest, BlockCommandsRefuseAddressesThatWouldBlockTooMuch)
         SETUP_SET_Manager store(AM_Global::APP_MMS, false);
         EXPECT_FALSE(store.getEntryKeyList(kGlobal).contains(QStringLiteral("MMS_Block_List")));
     });
+}
+
+TEST_F(MmsutilSettingsTest, BlockAddAndSetRefuseAnAddressTheListWouldNotFindOrListOnOneLine)
+{
+    // The list is compared as Latin-1 text: "€123" was added, reported not blocked by "block
+    // check €123", and added again at each "block add".
+    const QList<QStringList> wrong{
+        {QStringLiteral("add"), QStringLiteral("€123")},
+        {QStringLiteral("add"), QStringLiteral("55\n66")},
+        {QStringLiteral("set"), QStringLiteral("1,€2")},
+        {QStringLiteral("set"), QStringLiteral("1\t2")},
+    };
+    for (const QStringList& arguments : wrong) {
+        SCOPED_TRACE(arguments.join(QLatin1Char(' ')).toStdString());
+        expectUsageError(run(QStringList{QStringLiteral("block")} + arguments));
+    }
+    EXPECT_EQ(inStore(MMS_UTIL_Setting::getBlockList), QString());
+
+    // Latin-1 beyond ASCII is found again; a check may ask about any sender.
+    ok({QStringLiteral("block"), QStringLiteral("add"), QStringLiteral("jörg@example.org")});
+    EXPECT_EQ(
+        ok({QStringLiteral("block"), QStringLiteral("check"), QStringLiteral("jörg@example.org")})
+            .toStdString(),
+        "blocked\n");
+    const ToolResult unknown =
+        run({QStringLiteral("block"), QStringLiteral("check"), QStringLiteral("€123")});
+    EXPECT_EQ(unknown.exitCode, 3);
+    EXPECT_EQ(unknown.out.toStdString(), "not blocked\n");
+}
+
+// The readers of the block commands' addresses, in-process.
+TEST(MmsutilBlockReadersTest, AnAddressIsTakenAsItIsUnlessItIsEmptyOrHoldsAComma)
+{
+    QString error;
+    for (const QString& address : {QStringLiteral("123"), QStringLiteral("+49 (0) 123-4"),
+                                   QStringLiteral(" 1 "), QStringLiteral("Ann@example.org")}) {
+        SCOPED_TRACE(address.toStdString());
+        EXPECT_EQ(cli::parseBlockAddress(address, &error), std::optional<QString>(address));
+        EXPECT_TRUE(error.isEmpty()) << error.toStdString();
+    }
+    for (const QString& wrong :
+         {QString(), QStringLiteral(""), QStringLiteral(","), QStringLiteral("1,2")}) {
+        SCOPED_TRACE(wrong.toStdString());
+        error.clear();
+        EXPECT_FALSE(cli::parseBlockAddress(wrong, &error));
+        EXPECT_FALSE(error.isEmpty());
+    }
+    cli::parseBlockAddress(QStringLiteral("1,2"), &error);
+    EXPECT_EQ(error, QStringLiteral("an address cannot hold a comma: '1,2'"));
+}
+
+TEST(MmsutilBlockReadersTest, AnAddressToBlockIsOneTheListFindsAgainAndListsOnOneLine)
+{
+    QString error;
+    for (const QString& address : {QStringLiteral("123"), QStringLiteral("jörg@example.org"),
+                                   QStringLiteral("+49 (0) 123-4")}) {
+        SCOPED_TRACE(address.toStdString());
+        EXPECT_EQ(cli::parseAddressToBlock(address, &error), std::optional<QString>(address));
+        EXPECT_TRUE(error.isEmpty()) << error.toStdString();
+        EXPECT_EQ(MMS_UTIL_Setting::isInBlockList(QStringLiteral("7,") + address, address), 1);
+    }
+    for (const QString& wrong : {QString(), QStringLiteral("1,2"), QStringLiteral("€123"),
+                                 QStringLiteral("55\n66"), QStringLiteral("1\x7f")}) {
+        SCOPED_TRACE(wrong.toStdString());
+        error.clear();
+        EXPECT_FALSE(cli::parseAddressToBlock(wrong, &error));
+        EXPECT_FALSE(error.isEmpty());
+        EXPECT_FALSE(error.contains(QLatin1Char('\n')));
+    }
+    // A check may ask about any sender.
+    EXPECT_TRUE(cli::parseBlockAddress(QStringLiteral("€123"), &error));
+    cli::parseAddressToBlock(QStringLiteral("€123"), &error);
+    EXPECT_EQ(error, QStringLiteral("'€123' holds a character beyond Latin-1, which the block list "
+                                    "cannot match"));
+}
+
+TEST(MmsutilBlockReadersTest, AListIsTakenAsItIsUnlessAnItemIsEmptyOrNoAddressToBlock)
+{
+    QString error;
+    for (const QString& list :
+         {QString(), QStringLiteral("7"), QStringLiteral("7,8,spam@example.org")}) {
+        SCOPED_TRACE(list.toStdString());
+        EXPECT_EQ(cli::parseBlockList(list, &error), std::optional<QString>(list));
+        EXPECT_TRUE(error.isEmpty()) << error.toStdString();
+    }
+    for (const QString& wrong :
+         {QStringLiteral(","), QStringLiteral(",1"), QStringLiteral("1,"), QStringLiteral("1,,2"),
+          QStringLiteral("1,€2"), QStringLiteral("1\n2")}) {
+        SCOPED_TRACE(wrong.toStdString());
+        error.clear();
+        EXPECT_FALSE(cli::parseBlockList(wrong, &error));
+        EXPECT_FALSE(error.isEmpty());
+    }
+    cli::parseBlockList(QStringLiteral("1,,2"), &error);
+    EXPECT_EQ(error, QStringLiteral("'1,,2' has an empty item, which would block every sender"));
 }
 
 // ---- sending ----
