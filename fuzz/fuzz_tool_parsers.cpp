@@ -118,12 +118,12 @@ void words(const QString& text)
 void entries(const QString& text)
 {
     QString error;
-    const std::optional<MMS_UTIL_Entry> entry = cli::parseEntry(text, &error);
+    const std::optional<MMS_UTIL_Entry> entry = tavmms::store::parseAddress(text, &error);
     require(entry || !error.isEmpty(), "an entry refused says why");
     error.clear();
-    const std::optional<QList<MMS_UTIL_Entry>> list = cli::parseEntries({text}, &error);
+    const std::optional<QList<MMS_UTIL_Entry>> list = tavmms::store::parseAddresses({text}, &error);
     require(list || !error.isEmpty(), "an entry list refused says why");
-    cli::parseEntries(text.split(QLatin1Char('\n')), &error);
+    tavmms::store::parseAddresses(text.split(QLatin1Char('\n')), &error);
     if (!entry && !list)
         return;
 
@@ -146,7 +146,7 @@ void entries(const QString& text)
 void contentType(const QString& text)
 {
     QString error;
-    const std::optional<MMS_CONTENT_TYPE_T> type = cli::parseContentType(text, &error);
+    const std::optional<MMS_CONTENT_TYPE_T> type = tavmms::store::parseContentType(text, &error);
     if (!type) {
         require(!error.isEmpty(), "a content type refused says why");
         return;
@@ -168,27 +168,27 @@ void contentType(const QString& text)
 void blockList(const QString& text)
 {
     QString error;
-    if (cli::parseBlockAddress(text, &error))
+    if (tavmms::store::parseBlockAddress(text, &error))
         require(!text.isEmpty() && !text.contains(QLatin1Char(',')),
                 "a block address is neither empty nor split by a comma");
     else
         require(!error.isEmpty(), "a block address refused says why");
     error.clear();
-    if (cli::parseAddressToBlock(text, &error)) {
-        require(bool(cli::parseBlockAddress(text, &error)),
+    if (tavmms::store::parseAddressToBlock(text, &error)) {
+        require(bool(tavmms::store::parseBlockAddress(text, &error)),
                 "an address to block is a block address");
-        require(!cli::hasControlCharacter(text), "an address to block lists on one line");
+        require(!tavmms::store::hasControlCharacter(text), "an address to block lists on one line");
         // Added to a list, as "block add" adds it, the address is found there.
         const QString list = QStringLiteral("123,spam@example.org,") + text;
         require(MMS_UTIL_Setting::isInBlockList(list, text) == 1,
                 "an address added to the block list is found there");
-        require(bool(cli::parseBlockList(list, &error)),
+        require(bool(tavmms::store::parseBlockList(list, &error)),
                 "a list with an address added is a list \"block set\" takes");
     } else {
         require(!error.isEmpty(), "an address to block refused says why");
     }
     error.clear();
-    if (!cli::parseBlockList(text, &error)) {
+    if (!tavmms::store::parseBlockList(text, &error)) {
         require(!error.isEmpty(), "a block list refused says why");
         return;
     }

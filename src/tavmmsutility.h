@@ -18,6 +18,7 @@
 // of temporary names are shared by the whole process, unprotected.
 
 #include "addrbk_engine_interface.h"
+#include "address_type_word.h"
 #include "am_mimetype.h"
 #include "device_db_api.h"
 #include "device_db_result.h"
@@ -45,5 +46,6 @@
 #include "setup_set_manager.h"
 #include "setup_utility.h"
 #include "tavmms_global.h"
+#include "user_input.h"
 
 #endif

@@ -1,5 +1,7 @@
 #include "mms_util_common.h"
 
+#include "address_type_word.h"
+
 #include "contact_lookup.h"
 #include "mime_type_table.h"
 #include "msg_classification.h"
@@ -74,12 +76,7 @@ void readEntry(QStringView text, MMS_UTIL_Entry* entry)
     const int c = int(text.indexOf(u'['));
     const int d = int(text.indexOf(u']'));
     const QStringView word = qt2MidView(text, c + 1, d - c - 1);
-    if (word == QLatin1String("EMAIL"))
-        entry->type = MMS_UTIL_ADDR_EMAIL;
-    else if (word == QLatin1String("PLMN"))
-        entry->type = MMS_UTIL_ADDR_PLMN;
-    else
-        entry->type = MMS_UTIL_ADDR_UNKNOWN;
+    entry->type = tavmms::addressTypeOfWord(word).value_or(MMS_UTIL_ADDR_UNKNOWN);
     entry->address = qt2Right(text, int(text.size()) - d - 1);
 }
 
@@ -112,20 +109,8 @@ unsigned char MMS_UTIL_Common::mimeTypeGetName(unsigned char value, QString& typ
 
 QString MMS_UTIL_Common::entryToString(MMS_UTIL_Entry entry)
 {
-    QString word;
-    switch (entry.type) {
-    case MMS_UTIL_ADDR_EMAIL:
-        word = QStringLiteral("EMAIL");
-        break;
-    case MMS_UTIL_ADDR_PLMN:
-        word = QStringLiteral("PLMN");
-        break;
-    default:
-        word = QStringLiteral("UNKNOWN");
-        break;
-    }
-    return QLatin1Char('<') + entry.name + QStringLiteral(">[") + word + QLatin1Char(']') +
-           entry.address;
+    return QLatin1Char('<') + entry.name + QStringLiteral(">[") +
+           tavmms::addressTypeWord(entry.type) + QLatin1Char(']') + entry.address;
 }
 
 MMS_UTIL_Entry* MMS_UTIL_Common::stringToEntry(QString text)

@@ -37,12 +37,6 @@ std::optional<unsigned int> parseNumber(const QString& text, unsigned int maximu
     return unsigned(value);
 }
 
-bool hasControlCharacter(const QString& text)
-{
-    return std::any_of(text.cbegin(), text.cend(),
-                       [](QChar c) { return c.unicode() < 0x20 || c.unicode() == 0x7F; });
-}
-
 QString asClause(QString text)
 {
     if (text.endsWith(QLatin1Char('.')))

@@ -63,11 +63,6 @@ QString commandTable(const QList<Command>& commands, const QString& prefix = QSt
 // A number written in decimal digits only (no sign, no blanks), from 0 to `maximum`.
 std::optional<unsigned int> parseNumber(const QString& text, unsigned int maximum = 0xFFFFFFFFu);
 
-// Whether `text` holds a control character (below U+0020, or U+007F). A value that goes into one
-// line of a file, or that is printed one a line, must not: a line break in it would start a line of
-// its own.
-bool hasControlCharacter(const QString& text);
-
 // Qt's parser messages ("Unknown option 'x'.") made fit for the middle of a report
 // ("unknown option 'x'").
 QString asClause(QString text);

@@ -58,7 +58,7 @@ int runAdd(const cli::Command& command, const QStringList& arguments)
                        "so and exits with 3.") +
         kMatchHelp + kListedHelp);
     if (const std::optional<int> stop =
-            parseAddress(parser, command, arguments, cli::parseAddressToBlock))
+            parseAddress(parser, command, arguments, tavmms::store::parseAddressToBlock))
         return *stop;
     const QString address = parser.positionalArguments().constFirst();
     return cli::reportChange(
@@ -76,7 +76,7 @@ int runCheck(const cli::Command& command, const QStringList& arguments)
                        "with 3.") +
         kMatchHelp);
     if (const std::optional<int> stop =
-            parseAddress(parser, command, arguments, cli::parseBlockAddress))
+            parseAddress(parser, command, arguments, tavmms::store::parseBlockAddress))
         return *stop;
     if (const std::optional<int> stop = cli::failWhenSettingsUnreadable())
         return *stop;
@@ -99,7 +99,7 @@ int runSet(const cli::Command& command, const QStringList& arguments)
         return *stop;
     QString error;
     const std::optional<QString> list =
-        cli::parseBlockList(parser.positionalArguments().constFirst(), &error);
+        tavmms::store::parseBlockList(parser.positionalArguments().constFirst(), &error);
     if (!list)
         return cli::usageError(command.name, error);
     return cli::reportChange(cli::callWriter([&] { return MMS_UTIL_Setting::setBlockList(*list); }),

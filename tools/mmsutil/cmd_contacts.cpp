@@ -142,7 +142,7 @@ int runLookup(const cli::Command& command, const QStringList& arguments)
         return *stop;
     QString error;
     std::optional<MMS_UTIL_Entry> entry =
-        cli::parseEntry(parser.positionalArguments().constFirst(), &error);
+        tavmms::store::parseAddress(parser.positionalArguments().constFirst(), &error);
     if (!entry)
         return cli::usageError(command.name, error);
     std::optional<SqliteAddressBook> book = openBook();
@@ -247,7 +247,7 @@ int runRemove(const cli::Command& command, const QStringList& arguments)
     QList<SqliteAddressBook::Address> addresses;
     for (const QString& text : texts) {
         QString error;
-        const std::optional<MMS_UTIL_Entry> entry = cli::parseEntry(text, &error);
+        const std::optional<MMS_UTIL_Entry> entry = tavmms::store::parseAddress(text, &error);
         if (!entry)
             return cli::usageError(command.name, error);
         // Every type but e-mail is a phone number to the address book, as in a lookup.

@@ -95,7 +95,8 @@ int runWrite(const cli::Command& command, const QStringList& arguments)
 
     MMS_UTIL_MsgHeaderBase header;
     QString error;
-    const std::optional<MMS_UTIL_Entry> sender = cli::parseEntry(parser.value(from), &error);
+    const std::optional<MMS_UTIL_Entry> sender =
+        tavmms::store::parseAddress(parser.value(from), &error);
     if (!sender)
         return cli::usageError(command.name, QStringLiteral("--from: ") + error);
     header.setFrom(*sender);
@@ -156,7 +157,7 @@ int runWrite(const cli::Command& command, const QStringList& arguments)
 QJsonObject entryToJson(const MMS_UTIL_Entry& entry)
 {
     return QJsonObject{{QStringLiteral("name"), entry.name},
-                       {QStringLiteral("type"), cli::typeWord(entry.type)},
+                       {QStringLiteral("type"), tavmms::addressTypeWord(entry.type)},
                        {QStringLiteral("address"), entry.address}};
 }
 

@@ -60,7 +60,7 @@ struct MessageOptions {
         if (parser.isSet(contentType)) {
             QString error;
             const std::optional<MMS_CONTENT_TYPE_T> type =
-                cli::parseContentType(parser.value(contentType), &error);
+                tavmms::store::parseContentType(parser.value(contentType), &error);
             if (!type)
                 return cli::usageError(command.name, QStringLiteral("--content-type: ") + error);
             message->contentType = *type;
@@ -173,7 +173,8 @@ int runReceive(const cli::Command& command, const QStringList& arguments)
     if (!parser.isSet(from))
         return cli::usageError(command.name, QStringLiteral("--from is required"));
     QString error;
-    const std::optional<MMS_UTIL_Entry> sender = cli::parseEntry(parser.value(from), &error);
+    const std::optional<MMS_UTIL_Entry> sender =
+        tavmms::store::parseAddress(parser.value(from), &error);
     if (!sender)
         return cli::usageError(command.name, QStringLiteral("--from: ") + error);
     store::NewMessage message;

@@ -18,86 +18,7 @@ namespace cli
 namespace
 {
 
-struct TypeName {
-    MMS_UTIL_ADDR_TYPE_T type;
-    const char* word;
-};
-const TypeName kTypeNames[] = {
-    {MMS_UTIL_ADDR_EMAIL, "EMAIL"},
-    {MMS_UTIL_ADDR_PLMN, "PLMN"},
-    {MMS_UTIL_ADDR_UNKNOWN, "UNKNOWN"},
-};
-
-bool isTypeWord(const QString& word)
-{
-    for (const TypeName& name : kTypeNames) {
-        if (word == QLatin1String(name.word))
-            return true;
-    }
-    return false;
-}
-
-MMS_UTIL_ADDR_TYPE_T typeOfBareAddress(const QString& address)
-{
-    static const QRegularExpression phone(QStringLiteral("^[0-9 +()-]*[0-9][0-9 +()-]*$"));
-    if (phone.match(address).hasMatch())
-        return MMS_UTIL_ADDR_PLMN;
-    return address.contains(QLatin1Char('@')) ? MMS_UTIL_ADDR_EMAIL : MMS_UTIL_ADDR_UNKNOWN;
-}
-
 } // namespace
-
-std::optional<MMS_UTIL_Entry> parseEntry(const QString& text, QString* error)
-{
-    const QString trimmed = text.trimmed();
-    if (trimmed.isEmpty()) {
-        *error = QStringLiteral("empty address");
-        return std::nullopt;
-    }
-    if (hasControlCharacter(trimmed)) {
-        *error = QStringLiteral("'%1' holds a control character").arg(textout::oneLine(trimmed));
-        return std::nullopt;
-    }
-    MMS_UTIL_Entry entry;
-    if (!trimmed.startsWith(QLatin1Char('<'))) {
-        entry.name = QLatin1String("");
-        entry.type = typeOfBareAddress(trimmed);
-        entry.address = trimmed;
-        return entry;
-    }
-    // The library cuts the name at the first ">" and the type word at the first "[" and "]", so
-    // a name holding one of those marks would be read back wrong: such a text is refused.
-    static const QRegularExpression form(QStringLiteral("^<[^<>\\[\\]]*>\\[([^\\[\\]]*)\\]"));
-    const QRegularExpressionMatch match = form.match(trimmed);
-    if (!match.hasMatch()) {
-        *error =
-            QStringLiteral("'%1' is not an entry of the form <name>[TYPE]address").arg(trimmed);
-        return std::nullopt;
-    }
-    if (!isTypeWord(match.captured(1))) {
-        *error = QStringLiteral("unknown address type '%1' in '%2' (EMAIL, PLMN or UNKNOWN)")
-                     .arg(match.captured(1), trimmed);
-        return std::nullopt;
-    }
-    MMS_UTIL_Common::stringToEntry(trimmed, &entry);
-    return entry;
-}
-
-std::optional<QList<MMS_UTIL_Entry>> parseEntries(const QStringList& values, QString* error)
-{
-    QList<MMS_UTIL_Entry> entries;
-    for (const QString& value : values) {
-        for (const QString& piece : value.split(QLatin1Char(','), Qt::SkipEmptyParts)) {
-            if (piece.trimmed().isEmpty())
-                continue;
-            std::optional<MMS_UTIL_Entry> entry = parseEntry(piece, error);
-            if (!entry)
-                return std::nullopt;
-            entries.append(*entry);
-        }
-    }
-    return entries;
-}
 
 std::optional<int> entriesOf(const QCommandLineParser& parser, const QCommandLineOption& option,
                              const Command& command, QList<MMS_UTIL_Entry>* entries)
@@ -107,39 +28,14 @@ std::optional<int> entriesOf(const QCommandLineParser& parser, const QCommandLin
         return std::nullopt;
     const QString name = QStringLiteral("--") + option.names().constFirst();
     QString error;
-    const std::optional<QList<MMS_UTIL_Entry>> parsed = parseEntries(parser.values(option), &error);
+    const std::optional<QList<MMS_UTIL_Entry>> parsed =
+        tavmms::store::parseAddresses(parser.values(option), &error);
     if (!parsed)
         return usageError(command.name, name + QStringLiteral(": ") + error);
     if (parsed->isEmpty())
         return usageError(command.name, name + QStringLiteral(": no address given"));
     *entries = *parsed;
     return std::nullopt;
-}
-
-QString typeWord(MMS_UTIL_ADDR_TYPE_T type)
-{
-    for (const TypeName& name : kTypeNames) {
-        if (name.type == type)
-            return QLatin1String(name.word);
-    }
-    return QStringLiteral("UNKNOWN");
-}
-
-std::optional<MMS_CONTENT_TYPE_T> parseContentType(const QString& text, QString* error)
-{
-    const QString trimmed = text.trimmed();
-    if (hasControlCharacter(trimmed)) {
-        *error = QStringLiteral("'%1' holds a control character").arg(textout::oneLine(trimmed));
-        return std::nullopt;
-    }
-    const qsizetype blank = trimmed.indexOf(QLatin1Char(' '));
-    const QStringList name = trimmed.left(blank).split(QLatin1Char('/'));
-    if (name.size() != 2 || name.at(0).isEmpty() || name.at(1).isEmpty()) {
-        *error = QStringLiteral("'%1' is not type/subtype").arg(text);
-        return std::nullopt;
-    }
-    return MMS_CONTENT_TYPE_T{name.at(0), name.at(1),
-                              blank < 0 ? QStringLiteral("") : trimmed.mid(blank + 1).trimmed()};
 }
 
 ContentTypeNumber parseContentTypeNumber(const QString& text)

@@ -25,28 +25,11 @@
 namespace cli
 {
 
-// Reads an address given on the command line: either the library's entry text
-// "<name>[EMAIL|PLMN|UNKNOWN]address", or a bare address, typed by its look: PLMN when it holds
-// only digits, blanks and "+-()", EMAIL when it holds an "@", UNKNOWN otherwise. Gives nothing and
-// sets `error` when the text is neither, or holds a control character: the entry goes on one line
-// of the mail file's header.
-std::optional<MMS_UTIL_Entry> parseEntry(const QString& text, QString* error);
-// Reads option values that each hold one address or several separated by commas; empty pieces
-// are dropped. Gives nothing and sets `error` when a piece is not an address.
-std::optional<QList<MMS_UTIL_Entry>> parseEntries(const QStringList& values, QString* error);
 // The entries of an option that lists addresses (--to, --cc, --bcc), in `entries`: none when the
 // option is not given. Gives the exit status of a usage error of `command` when a value is not an
 // address or the option is given without one.
 std::optional<int> entriesOf(const QCommandLineParser& parser, const QCommandLineOption& option,
                              const Command& command, QList<MMS_UTIL_Entry>* entries);
-// The type word of the entry text form: "EMAIL", "PLMN", "UNKNOWN" for every other code.
-QString typeWord(MMS_UTIL_ADDR_TYPE_T type);
-
-// Reads a message's content type given on the command line: "type/subtype", then optionally a
-// blank and the parameters; blanks around the whole and around the parameters are dropped. Gives
-// nothing and sets `error` when the text is not of that form, or holds a control character: the
-// content type goes on one line of the mail file's header.
-std::optional<MMS_CONTENT_TYPE_T> parseContentType(const QString& text, QString* error);
 
 // A content type's number as the content-type command reads it: decimal digits, or hexadecimal
 // digits after "0x" or "0X"; a leading zero does not mean octal. A text not written so is no

@@ -240,52 +240,6 @@ std::optional<unsigned char> parsePriority(const QString& text)
     return std::nullopt;
 }
 
-std::optional<QString> parseBlockAddress(const QString& text, QString* error)
-{
-    if (text.isEmpty()) {
-        *error = QStringLiteral("the address is empty");
-        return std::nullopt;
-    }
-    if (text.contains(QLatin1Char(','))) {
-        *error = QStringLiteral("an address cannot hold a comma: '%1'").arg(text);
-        return std::nullopt;
-    }
-    return text;
-}
-
-std::optional<QString> parseAddressToBlock(const QString& text, QString* error)
-{
-    if (!parseBlockAddress(text, error))
-        return std::nullopt;
-    if (hasControlCharacter(text)) {
-        *error = QStringLiteral("'%1' holds a control character").arg(textout::oneLine(text));
-        return std::nullopt;
-    }
-    if (std::any_of(text.cbegin(), text.cend(), [](QChar c) { return c.unicode() > 0xFF; })) {
-        *error = QStringLiteral("'%1' holds a character beyond Latin-1, which the block list "
-                                "cannot match")
-                     .arg(text);
-        return std::nullopt;
-    }
-    return text;
-}
-
-std::optional<QString> parseBlockList(const QString& text, QString* error)
-{
-    if (text.isEmpty())
-        return text;
-    const QStringList items = text.split(QLatin1Char(','));
-    if (items.contains(QString())) {
-        *error = QStringLiteral("'%1' has an empty item, which would block every sender").arg(text);
-        return std::nullopt;
-    }
-    for (const QString& item : items) {
-        if (!parseAddressToBlock(item, error))
-            return std::nullopt;
-    }
-    return text;
-}
-
 QString quoted(const QString& text)
 {
     const QByteArray array = QJsonDocument(QJsonArray{text}).toJson(QJsonDocument::Compact);

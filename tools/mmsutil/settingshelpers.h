@@ -78,20 +78,6 @@ std::optional<int> parseFlag(const QString& text);
 // The priority word in any letter case, as the library writes it: 128 Low, 129 Normal, 130 High.
 std::optional<unsigned char> parsePriority(const QString& text);
 
-// The address a block command takes; nothing, with `error` set (a usage error), when it would
-// block more than it names: an empty address is found in every item of the list, and a comma
-// would split it into two items.
-std::optional<QString> parseBlockAddress(const QString& text, QString* error);
-// The address "block add" puts on the list: one parseBlockAddress() takes that the list also
-// finds again and lists on a line of its own. The list is compared as Latin-1 text, so an address
-// with a character beyond Latin-1 would be kept and never found; a control character would break
-// the listing's line. Nothing, with `error` set, for either.
-std::optional<QString> parseAddressToBlock(const QString& text, QString* error);
-// The whole block list "block set" takes, addresses joined by commas; "" empties it. Nothing,
-// with `error` set, when an item is empty, which would block every sender, or is not an address
-// parseAddressToBlock() takes.
-std::optional<QString> parseBlockList(const QString& text, QString* error);
-
 // ---- Values shown ----
 
 // One value as "settings show" and its kin print it.

@@ -3,6 +3,8 @@
 
 // How the mmsutil commands lay out what they print: texts on one line, times, columns.
 
+#include <user_input.h>
+
 #include <QList>
 #include <QString>
 #include <QStringList>
@@ -10,8 +12,7 @@
 namespace textout
 {
 
-// A text on one line: control characters are shown as escapes.
-QString oneLine(const QString& text);
+using tavmms::store::oneLine;
 // Seconds since the epoch as local time, "yyyy-MM-dd hh:mm:ss".
 QString timeText(quint32 seconds);
 

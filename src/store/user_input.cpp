@@ -1,0 +1,163 @@
+#include "user_input.h"
+
+#include "address_type_word.h"
+#include "mms_util_common.h"
+
+#include <QRegularExpression>
+
+#include <algorithm>
+
+namespace tavmms::store
+{
+
+namespace
+{
+
+MMS_UTIL_ADDR_TYPE_T typeOfBareAddress(const QString& address)
+{
+    static const QRegularExpression phone(QStringLiteral("^[0-9 +()-]*[0-9][0-9 +()-]*$"));
+    if (phone.match(address).hasMatch())
+        return MMS_UTIL_ADDR_PLMN;
+    return address.contains(QLatin1Char('@')) ? MMS_UTIL_ADDR_EMAIL : MMS_UTIL_ADDR_UNKNOWN;
+}
+
+} // namespace
+
+QString oneLine(const QString& text)
+{
+    QString line;
+    for (const QChar c : text) {
+        if (c == QLatin1Char('\n'))
+            line += QStringLiteral("\\n");
+        else if (c == QLatin1Char('\t'))
+            line += QStringLiteral("\\t");
+        else if (c.unicode() < 0x20 || c.unicode() == 0x7f)
+            line += QStringLiteral("\\x%1").arg(c.unicode(), 2, 16, QLatin1Char('0'));
+        else
+            line += c;
+    }
+    return line;
+}
+
+bool hasControlCharacter(const QString& text)
+{
+    return std::any_of(text.cbegin(), text.cend(),
+                       [](QChar c) { return c.unicode() < 0x20 || c.unicode() == 0x7F; });
+}
+
+std::optional<MMS_UTIL_Entry> parseAddress(const QString& text, QString* error)
+{
+    const QString trimmed = text.trimmed();
+    if (trimmed.isEmpty()) {
+        *error = QStringLiteral("empty address");
+        return std::nullopt;
+    }
+    if (hasControlCharacter(trimmed)) {
+        *error = QStringLiteral("'%1' holds a control character").arg(oneLine(trimmed));
+        return std::nullopt;
+    }
+    MMS_UTIL_Entry entry;
+    if (!trimmed.startsWith(QLatin1Char('<'))) {
+        entry.name = QLatin1String("");
+        entry.type = typeOfBareAddress(trimmed);
+        entry.address = trimmed;
+        return entry;
+    }
+    // The library cuts the name at the first ">" and the type word at the first "[" and "]", so
+    // a name holding one of those marks would be read back wrong: such a text is refused.
+    static const QRegularExpression form(QStringLiteral("^<[^<>\\[\\]]*>\\[([^\\[\\]]*)\\]"));
+    const QRegularExpressionMatch match = form.match(trimmed);
+    if (!match.hasMatch()) {
+        *error =
+            QStringLiteral("'%1' is not an entry of the form <name>[TYPE]address").arg(trimmed);
+        return std::nullopt;
+    }
+    if (!tavmms::addressTypeOfWord(match.captured(1))) {
+        *error = QStringLiteral("unknown address type '%1' in '%2' (EMAIL, PLMN or UNKNOWN)")
+                     .arg(match.captured(1), trimmed);
+        return std::nullopt;
+    }
+    MMS_UTIL_Common::stringToEntry(trimmed, &entry);
+    return entry;
+}
+
+std::optional<QList<MMS_UTIL_Entry>> parseAddresses(const QStringList& texts, QString* error)
+{
+    QList<MMS_UTIL_Entry> entries;
+    for (const QString& text : texts) {
+        for (const QString& piece : text.split(QLatin1Char(','), Qt::SkipEmptyParts)) {
+            if (piece.trimmed().isEmpty())
+                continue;
+            std::optional<MMS_UTIL_Entry> entry = parseAddress(piece, error);
+            if (!entry)
+                return std::nullopt;
+            entries.append(*entry);
+        }
+    }
+    return entries;
+}
+
+std::optional<MMS_CONTENT_TYPE_T> parseContentType(const QString& text, QString* error)
+{
+    const QString trimmed = text.trimmed();
+    if (hasControlCharacter(trimmed)) {
+        *error = QStringLiteral("'%1' holds a control character").arg(oneLine(trimmed));
+        return std::nullopt;
+    }
+    const qsizetype blank = trimmed.indexOf(QLatin1Char(' '));
+    const QStringList name = trimmed.left(blank).split(QLatin1Char('/'));
+    if (name.size() != 2 || name.at(0).isEmpty() || name.at(1).isEmpty()) {
+        *error = QStringLiteral("'%1' is not type/subtype").arg(text);
+        return std::nullopt;
+    }
+    return MMS_CONTENT_TYPE_T{name.at(0), name.at(1),
+                              blank < 0 ? QStringLiteral("") : trimmed.mid(blank + 1).trimmed()};
+}
+
+std::optional<QString> parseBlockAddress(const QString& text, QString* error)
+{
+    if (text.isEmpty()) {
+        *error = QStringLiteral("the address is empty");
+        return std::nullopt;
+    }
+    if (text.contains(QLatin1Char(','))) {
+        *error = QStringLiteral("an address cannot hold a comma: '%1'").arg(text);
+        return std::nullopt;
+    }
+    return text;
+}
+
+std::optional<QString> parseAddressToBlock(const QString& text, QString* error)
+{
+    if (!parseBlockAddress(text, error))
+        return std::nullopt;
+    if (hasControlCharacter(text)) {
+        *error = QStringLiteral("'%1' holds a control character").arg(oneLine(text));
+        return std::nullopt;
+    }
+    if (std::any_of(text.cbegin(), text.cend(), [](QChar c) { return c.unicode() > 0xFF; })) {
+        *error = QStringLiteral("'%1' holds a character beyond Latin-1, which the block list "
+                                "cannot match")
+                     .arg(text);
+        return std::nullopt;
+    }
+    return text;
+}
+
+std::optional<QString> parseBlockList(const QString& text, QString* error)
+{
+    if (text.isEmpty())
+        return text;
+    const QStringList items = text.split(QLatin1Char(','));
+    if (items.contains(QString())) {
+        *error = QStringLiteral("'%1' has an empty item, which would block every sender").arg(text);
+        return std::nullopt;
+    }
+    for (const QString& item : items) {
+        if (!parseAddressToBlock(item, error))
+            return std::nullopt;
+    }
+    return text;
+}
+
+} // namespace tavmms::store

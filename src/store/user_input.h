@@ -1,0 +1,61 @@
+#ifndef TAVMMS_STORE_USER_INPUT_H
+#define TAVMMS_STORE_USER_INPUT_H
+
+// Texts a person types for a message or a setting, read so that what is kept reads back as meant:
+// addresses and content types go on one line of the mail file's header, and an address on the
+// block list must be found there again. Each reader gives nothing and sets `error` to why when the
+// text will not do.
+
+#include "mms_content_type.h"
+#include "mms_util_entry.h"
+#include "tavmms_global.h"
+
+#include <QList>
+#include <QString>
+#include <QStringList>
+
+#include <optional>
+
+namespace tavmms::store
+{
+
+// `text` on one line, for a message about it: control characters are shown as escapes ("\n",
+// "\t", "\xNN").
+TAVMMS_EXPORT QString oneLine(const QString& text);
+
+// Whether `text` holds a control character (below U+0020, or U+007F): a line break in a value that
+// goes into one line of a file, or that is listed one a line, would start a line of its own.
+TAVMMS_EXPORT bool hasControlCharacter(const QString& text);
+
+// An address: either the entry text "<name>[EMAIL|PLMN|UNKNOWN]address", or a bare address, typed
+// by its look: PLMN when it holds only digits, blanks and "+-()", EMAIL when it holds an "@",
+// UNKNOWN otherwise. Blanks around the text are dropped. Refused: an empty text, a control
+// character, an entry text whose name holds "<", ">", "[" or "]" (it would be read back cut) or
+// whose type word is none of the three.
+TAVMMS_EXPORT std::optional<MMS_UTIL_Entry> parseAddress(const QString& text, QString* error);
+// Texts that each hold one address or several separated by commas; empty pieces are dropped.
+TAVMMS_EXPORT std::optional<QList<MMS_UTIL_Entry>> parseAddresses(const QStringList& texts,
+                                                                  QString* error);
+
+// A message's content type: "type/subtype", then optionally a blank and the parameters; blanks
+// around the whole and around the parameters are dropped. Refused: another form, or a control
+// character.
+TAVMMS_EXPORT std::optional<MMS_CONTENT_TYPE_T> parseContentType(const QString& text,
+                                                                 QString* error);
+
+// An address to look up in the block list, taken as it is; refused when it would match more than
+// it names: an empty address is found in every item of the list, and a comma would split it into
+// two items.
+TAVMMS_EXPORT std::optional<QString> parseBlockAddress(const QString& text, QString* error);
+// An address to put on the block list: one parseBlockAddress() takes that the list also finds
+// again and lists on a line of its own. The list is compared as Latin-1 text, so an address with a
+// character beyond Latin-1 would be kept and never found; a control character would break the
+// listing's line.
+TAVMMS_EXPORT std::optional<QString> parseAddressToBlock(const QString& text, QString* error);
+// A whole block list, addresses joined by commas; "" empties it. Refused when an item is empty,
+// which would block every sender, or is not an address parseAddressToBlock() takes.
+TAVMMS_EXPORT std::optional<QString> parseBlockList(const QString& text, QString* error);
+
+} // namespace tavmms::store
+
+#endif

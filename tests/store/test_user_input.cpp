@@ -1,0 +1,229 @@
+// What a person types for a message or a setting: addresses, content types and block-list
+// addresses, read so that what is kept reads back as meant.
+
+#include "user_input.h"
+
+#include "mms_util_common.h"
+#include "mms_util_setting.h"
+
+#include <gtest/gtest.h>
+
+namespace
+{
+
+using namespace tavmms::store;
+
+TEST(AddressInputTest, TypesABareAddressByItsLook)
+{
+    const struct {
+        const char* text;
+        MMS_UTIL_ADDR_TYPE_T type;
+    } cases[] = {
+        {"+49 (0) 123-45", MMS_UTIL_ADDR_PLMN},
+        {"ann@example.org", MMS_UTIL_ADDR_EMAIL},
+        {"Ann Example", MMS_UTIL_ADDR_UNKNOWN},
+        {"+-()", MMS_UTIL_ADDR_UNKNOWN},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.text);
+        QString error;
+        const std::optional<MMS_UTIL_Entry> entry = parseAddress(QString::fromUtf8(c.text), &error);
+        ASSERT_TRUE(entry) << error.toStdString();
+        EXPECT_EQ(entry->type, c.type);
+        EXPECT_EQ(entry->address, QString::fromUtf8(c.text));
+        EXPECT_TRUE(entry->name.isEmpty());
+        EXPECT_FALSE(entry->name.isNull());
+    }
+}
+
+TEST(AddressInputTest, ReadsTheEntryTextAsTheMailFileDoes)
+{
+    QString error;
+    const std::optional<MMS_UTIL_Entry> entry =
+        parseAddress(QStringLiteral("<Ann Example>[EMAIL]ann@example.org"), &error);
+    ASSERT_TRUE(entry) << error.toStdString();
+    EXPECT_EQ(entry->name, QStringLiteral("Ann Example"));
+    EXPECT_EQ(entry->type, MMS_UTIL_ADDR_EMAIL);
+    EXPECT_EQ(MMS_UTIL_Common::entryToString(*entry),
+              QStringLiteral("<Ann Example>[EMAIL]ann@example.org"));
+}
+
+TEST(AddressInputTest, RefusesAnEntryTextThatWouldReadBackOtherwise)
+{
+    const QStringList wrong{QString(),
+                            QStringLiteral("  "),
+                            QStringLiteral("<A>B>[PLMN]1"),
+                            QStringLiteral("<A[>[PLMN]1"),
+                            QStringLiteral("<Ann>[FAX]1"),
+                            QStringLiteral("<Ann>PLMN]1")};
+    for (const QString& text : wrong) {
+        SCOPED_TRACE(text.toStdString());
+        QString error;
+        EXPECT_FALSE(parseAddress(text, &error));
+        EXPECT_FALSE(error.isEmpty());
+    }
+}
+
+TEST(AddressInputTest, SplitsTextsAtCommasAndDropsEmptyPieces)
+{
+    QString error;
+    const std::optional<QList<MMS_UTIL_Entry>> entries = parseAddresses(
+        {QStringLiteral("1, ,ann@example.org,"), QStringLiteral("<B>[PLMN]2")}, &error);
+    ASSERT_TRUE(entries) << error.toStdString();
+    ASSERT_EQ(entries->size(), 3);
+    EXPECT_EQ(entries->at(0).address, QStringLiteral("1"));
+    EXPECT_EQ(entries->at(1).type, MMS_UTIL_ADDR_EMAIL);
+    EXPECT_EQ(entries->at(2).name, QStringLiteral("B"));
+    EXPECT_FALSE(parseAddresses({QStringLiteral("1,<A>[FAX]2")}, &error));
+    EXPECT_TRUE(parseAddresses({}, &error).value().isEmpty());
+}
+
+TEST(OneLineTest, ShowsControlCharactersAsEscapes)
+{
+    EXPECT_EQ(oneLine(QStringLiteral("a\nb\tc\x01"
+                                     "d\x7f")),
+              QStringLiteral("a\\nb\\tc\\x01d\\x7f"));
+    EXPECT_EQ(oneLine(QStringLiteral("jörg €")), QStringLiteral("jörg €"));
+    EXPECT_FALSE(hasControlCharacter(QStringLiteral("jörg €")));
+    EXPECT_TRUE(hasControlCharacter(QStringLiteral("a\x7f")));
+}
+
+TEST(ContentTypeInputTest, ReadsTypeAndSubtypeAndTheParametersAfterABlank)
+{
+    const struct {
+        const char* text;
+        MMS_CONTENT_TYPE_T read;
+    } cases[] = {
+        {"image/jpeg", {QStringLiteral("image"), QStringLiteral("jpeg"), QStringLiteral("")}},
+        {"  text/plain  ", {QStringLiteral("text"), QStringLiteral("plain"), QStringLiteral("")}},
+        {"application/vnd.wap.multipart.related  type=application/smil; start=<p1> ",
+         {QStringLiteral("application"), QStringLiteral("vnd.wap.multipart.related"),
+          QStringLiteral("type=application/smil; start=<p1>")}},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.text);
+        QString error;
+        const std::optional<MMS_CONTENT_TYPE_T> read =
+            parseContentType(QString::fromUtf8(c.text), &error);
+        ASSERT_TRUE(read) << error.toStdString();
+        EXPECT_EQ(read->type, c.read.type);
+        EXPECT_EQ(read->subtype, c.read.subtype);
+        EXPECT_EQ(read->params, c.read.params);
+        EXPECT_FALSE(read->params.isNull());
+    }
+}
+
+TEST(ContentTypeInputTest, RefusesAControlCharacterWhichWouldBreakTheHeaderLine)
+{
+    for (const char* wrong :
+         {"image/jpeg x\nPriority: Low", "image/jp\neg", "text/plain a\rb", "text/pl\x01ain"}) {
+        SCOPED_TRACE(wrong);
+        QString error;
+        EXPECT_FALSE(parseContentType(QString::fromUtf8(wrong), &error));
+        EXPECT_TRUE(error.endsWith(QLatin1String("' holds a control character")))
+            << error.toStdString();
+        EXPECT_FALSE(error.contains(QLatin1Char('\n')));
+    }
+    QString error;
+    EXPECT_TRUE(parseContentType(QStringLiteral("\ttext/plain charset=utf-8\n"), &error))
+        << error.toStdString();
+}
+
+TEST(AddressInputTest, RefusesAControlCharacterWhichWouldBreakTheHeaderLine)
+{
+    const QStringList wrong{QStringLiteral("bob@example.org\nAnn <+15550101>"),
+                            QStringLiteral("111\nSubject: x"), QStringLiteral("<Ann\r>[PLMN]1"),
+                            QStringLiteral("<Ann>[PLMN]1\x7f"
+                                           "2"),
+                            QStringLiteral("1") + QChar(0) + QStringLiteral("2")};
+    for (const QString& text : wrong) {
+        SCOPED_TRACE(text.toStdString());
+        QString error;
+        EXPECT_FALSE(parseAddress(text, &error));
+        EXPECT_TRUE(error.endsWith(QLatin1String("' holds a control character")))
+            << error.toStdString();
+    }
+    QString error;
+    const std::optional<MMS_UTIL_Entry> entry =
+        parseAddress(QStringLiteral("\t<Ann>[PLMN]+1 555\n"), &error);
+    ASSERT_TRUE(entry) << error.toStdString();
+    EXPECT_EQ(entry->address, QStringLiteral("+1 555"));
+}
+
+TEST(ContentTypeInputTest, RefusesATextThatIsNotTypeSlashSubtype)
+{
+    for (const char* wrong : {"", " ", "text", "text/", "/plain", "a/b/c", "text/ plain", "/"}) {
+        SCOPED_TRACE(wrong);
+        QString error;
+        EXPECT_FALSE(parseContentType(QString::fromUtf8(wrong), &error));
+        EXPECT_EQ(error, QStringLiteral("'%1' is not type/subtype").arg(QString::fromUtf8(wrong)));
+    }
+}
+
+TEST(BlockListInputTest, AnAddressIsTakenAsItIsUnlessItIsEmptyOrHoldsAComma)
+{
+    QString error;
+    for (const QString& address : {QStringLiteral("123"), QStringLiteral("+49 (0) 123-4"),
+                                   QStringLiteral(" 1 "), QStringLiteral("Ann@example.org")}) {
+        SCOPED_TRACE(address.toStdString());
+        EXPECT_EQ(parseBlockAddress(address, &error), std::optional<QString>(address));
+        EXPECT_TRUE(error.isEmpty()) << error.toStdString();
+    }
+    for (const QString& wrong :
+         {QString(), QStringLiteral(""), QStringLiteral(","), QStringLiteral("1,2")}) {
+        SCOPED_TRACE(wrong.toStdString());
+        error.clear();
+        EXPECT_FALSE(parseBlockAddress(wrong, &error));
+        EXPECT_FALSE(error.isEmpty());
+    }
+    parseBlockAddress(QStringLiteral("1,2"), &error);
+    EXPECT_EQ(error, QStringLiteral("an address cannot hold a comma: '1,2'"));
+}
+
+TEST(BlockListInputTest, AnAddressToBlockIsOneTheListFindsAgainAndListsOnOneLine)
+{
+    QString error;
+    for (const QString& address : {QStringLiteral("123"), QStringLiteral("jörg@example.org"),
+                                   QStringLiteral("+49 (0) 123-4")}) {
+        SCOPED_TRACE(address.toStdString());
+        EXPECT_EQ(parseAddressToBlock(address, &error), std::optional<QString>(address));
+        EXPECT_TRUE(error.isEmpty()) << error.toStdString();
+        EXPECT_EQ(MMS_UTIL_Setting::isInBlockList(QStringLiteral("7,") + address, address), 1);
+    }
+    for (const QString& wrong : {QString(), QStringLiteral("1,2"), QStringLiteral("€123"),
+                                 QStringLiteral("55\n66"), QStringLiteral("1\x7f")}) {
+        SCOPED_TRACE(wrong.toStdString());
+        error.clear();
+        EXPECT_FALSE(parseAddressToBlock(wrong, &error));
+        EXPECT_FALSE(error.isEmpty());
+        EXPECT_FALSE(error.contains(QLatin1Char('\n')));
+    }
+    // A check may ask about any sender.
+    EXPECT_TRUE(parseBlockAddress(QStringLiteral("€123"), &error));
+    parseAddressToBlock(QStringLiteral("€123"), &error);
+    EXPECT_EQ(error, QStringLiteral("'€123' holds a character beyond Latin-1, which the block list "
+                                    "cannot match"));
+}
+
+TEST(BlockListInputTest, AListIsTakenAsItIsUnlessAnItemIsEmptyOrNoAddressToBlock)
+{
+    QString error;
+    for (const QString& list :
+         {QString(), QStringLiteral("7"), QStringLiteral("7,8,spam@example.org")}) {
+        SCOPED_TRACE(list.toStdString());
+        EXPECT_EQ(parseBlockList(list, &error), std::optional<QString>(list));
+        EXPECT_TRUE(error.isEmpty()) << error.toStdString();
+    }
+    for (const QString& wrong :
+         {QStringLiteral(","), QStringLiteral(",1"), QStringLiteral("1,"), QStringLiteral("1,,2"),
+          QStringLiteral("1,€2"), QStringLiteral("1\n2")}) {
+        SCOPED_TRACE(wrong.toStdString());
+        error.clear();
+        EXPECT_FALSE(parseBlockList(wrong, &error));
+        EXPECT_FALSE(error.isEmpty());
+    }
+    parseBlockList(QStringLiteral("1,,2"), &error);
+    EXPECT_EQ(error, QStringLiteral("'1,,2' has an empty item, which would block every sender"));
+}
+
+} // namespace
