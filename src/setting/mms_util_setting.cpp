@@ -1,11 +1,15 @@
 #include "mms_util_setting.h"
 
+#include "settings_store.h"
+
 #include "mms_util_tool.h"
 #include "setup_set_manager.h"
 #include "setup_utility.h"
 
 #include <cerrno>
 #include <new>
+
+using namespace tavmms::settings;
 
 namespace
 {
@@ -14,31 +18,6 @@ const AM_Global::Apps kApp = AM_Global::APP_MMS;
 // The store's open mode: whether the caller means to write.
 const bool kForReading = false;
 const bool kForWriting = true;
-
-constexpr QLatin1String kGlobalGroup("MMS_GRP");
-constexpr QLatin1String kProfileListGroup("MMS_Profile_List");
-
-// Keys of a profile's own group.
-constexpr QLatin1String kServerAddress("MMS_Server_Address");
-constexpr QLatin1String kConnectionProfile("MMS_Connection_Profile");
-constexpr QLatin1String kWapGateway("MMS_WAP_Gateway");
-constexpr QLatin1String kConnectionType("MMS_Connection_Type");
-constexpr QLatin1String kSecureConnectionType("MMS_Secure_Connection_Type");
-
-// Keys of the global group.
-constexpr QLatin1String kRoamingDelayedRetrieval("MMS_Roaming_Delayed_Retrieval");
-constexpr QLatin1String kMTSizeLimitationState("MMS_Enable_MT_Size_Limitation");
-constexpr QLatin1String kAutoDownload("MMS_AutoDownload");
-constexpr QLatin1String kMaxMOSize("MMS_MO_Size_Limitation");
-constexpr QLatin1String kMaxMTSize("MMS_MT_Size_Limitation");
-constexpr QLatin1String kSenderVisible("MMS_Sender_Visible");
-constexpr QLatin1String kExpireAfterSec("MMS_Expire_After_Sec");
-constexpr QLatin1String kDeliRepAllowed("MMS_DeliRep_Allowed");
-constexpr QLatin1String kDefaultProfile("MMS_Default_MMS_Profile");
-constexpr QLatin1String kBlockList("MMS_Block_List");
-constexpr QLatin1String kDeliveryReport("MMS_Delivery_Report");
-constexpr QLatin1String kReadReport("MMS_Read_Report");
-constexpr QLatin1String kSendPriority("MMS_Send_Priority");
 
 const int kDefaultMaxMOSize = 50;
 const int kDefaultMaxMTSize = 100;

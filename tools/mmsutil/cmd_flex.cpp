@@ -3,8 +3,7 @@
 #include "commands.h"
 #include "settingshelpers.h"
 
-#include <settings_service.h>
-#include <setup_utility.h>
+#include <tavmmsutility.h>
 
 #include <QCommandLineParser>
 #include <QTextStream>
@@ -68,7 +67,7 @@ int runSet(const cli::Command& command, const QStringList& arguments)
     if (!on)
         return cli::usageError(command.name, QStringLiteral("'%1' is not on or off").arg(text));
     errno = 0;
-    const bool written = tavplatform::featureFlagService().setFlexBit(id, *on != 0);
+    const bool written = tavmms::settings::setFeatureFlag(id, *on != 0);
     const int error = errno;
     return cli::reportChange(written, error, QStringLiteral("cannot set flag %1").arg(id));
 }

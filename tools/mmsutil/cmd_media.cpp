@@ -5,8 +5,6 @@
 #include "mmshelpers.h"
 #include "settingshelpers.h"
 
-#include <media_capability_service.h>
-
 #include <QCommandLineParser>
 #include <QTextStream>
 
@@ -15,16 +13,14 @@
 namespace
 {
 
-using tavplatform::mediaCapabilityService;
-
 struct Kind {
     const char* name;
-    tavplatform::MediaKind kind;
+    MP_Utility::MIME_TYPE_T kind;
 };
 
 const Kind kKinds[] = {
-    {"audio", tavplatform::MediaAudio},
-    {"video", tavplatform::MediaVideo},
+    {"audio", MP_Utility::MIME_TYPE_AUDIO},
+    {"video", MP_Utility::MIME_TYPE_VIDEO},
 };
 
 const QString kKindHelp = QStringLiteral("audio or video.");
@@ -44,7 +40,7 @@ std::optional<int> kindNamed(const cli::Command& command, const QString& text, c
 
 void printList(const Kind& kind)
 {
-    const QStringList extensions = mediaCapabilityService().playableExtensions(kind.kind);
+    const QStringList extensions = tavmms::playableExtensions(kind.kind);
     cli::out() << kind.name << ':';
     for (const QString& extension : extensions)
         cli::out() << ' ' << extension;
@@ -93,7 +89,7 @@ int runSet(const cli::Command& command, const QStringList& arguments)
             return cli::usageError(command.name, error);
     }
     errno = 0;
-    const bool written = mediaCapabilityService().setPlayableExtensions(kind->kind, extensions);
+    const bool written = tavmms::setPlayableExtensions(kind->kind, extensions);
     const int error = errno;
     return cli::reportChange(written, error,
                              QStringLiteral("cannot change the %1 list").arg(kind->name));
@@ -110,7 +106,7 @@ int runReset(const cli::Command& command, const QStringList& arguments)
             kindNamed(command, parser.positionalArguments().constFirst(), &kind))
         return *stop;
     errno = 0;
-    const bool written = mediaCapabilityService().resetPlayableExtensions(kind->kind);
+    const bool written = tavmms::resetPlayableExtensions(kind->kind);
     const int error = errno;
     return cli::reportChange(written, error,
                              QStringLiteral("cannot reset the %1 list").arg(kind->name));

@@ -1,7 +1,5 @@
 #include "commands.h"
 
-#include <platform_dir.h>
-#include <sqlite_database.h>
 #include <tavmmsutility.h>
 
 #include <QCommandLineParser>
@@ -24,8 +22,8 @@ int runPaths(const cli::Command& command, const QStringList& arguments)
         {"Quick page directory:", MMS_UTIL_Common::getQuickPageDir()},
         {"Factory quick pages:", MMS_UTIL_Common::getQuickPageFactoryDir()},
         {"Temporary directory:", MMS_UTIL_Common::getTmpDir()},
-        {"Platform directory:", tavplatform::platformDirectory()},
-        {"Device database:", tavplatform::deviceDatabasePath()},
+        {"Platform directory:", tavmms::platformDirectory()},
+        {"Device database:", tavmms::store::databasePath()},
     };
     for (const auto& row : rows)
         cli::out() << QStringLiteral("%1 %2\n").arg(QLatin1String(row.label), -21).arg(row.path);

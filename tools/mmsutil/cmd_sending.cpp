@@ -11,7 +11,7 @@
 namespace
 {
 
-const QString kGlobalGroup = QStringLiteral("MMS_GRP");
+const QString kGlobalGroup = tavmms::settings::kGlobalGroup;
 
 cli::SendingValues storedSendingValues()
 {
@@ -39,7 +39,7 @@ int runShow(const cli::Command& command, const QStringList& arguments)
     const QString word = MMS_UTIL_Common::priorityToString(stored.priority);
     cli::ShownValue priority{QStringLiteral("priority"),
                              kGlobalGroup,
-                             QStringLiteral("MMS_Send_Priority"),
+                             QString(tavmms::settings::kSendPriority),
                              word,
                              word,
                              false,
@@ -48,11 +48,11 @@ int runShow(const cli::Command& command, const QStringList& arguments)
         priority.text += QStringLiteral(" (%1)").arg(stored.priority);
     QList<cli::ShownValue> values{
         cli::flagValue(QStringLiteral("delivery-report"), kGlobalGroup,
-                       QStringLiteral("MMS_Delivery_Report"), stored.deliveryReport),
+                       QString(tavmms::settings::kDeliveryReport), stored.deliveryReport),
         cli::flagValue(QStringLiteral("read-report"), kGlobalGroup,
-                       QStringLiteral("MMS_Read_Report"), stored.readReport),
+                       QString(tavmms::settings::kReadReport), stored.readReport),
         cli::numberValue(QStringLiteral("expiry"), kGlobalGroup,
-                         QStringLiteral("MMS_Expire_After_Sec"), stored.expiry),
+                         QString(tavmms::settings::kExpireAfterSec), stored.expiry),
         priority,
     };
     return cli::showValues(values, parser.isSet(json));

@@ -3,8 +3,6 @@
 #include "cli.h"
 #include "textout.h"
 
-#include <settings_service.h>
-#include <setup_set_manager.h>
 #include <tavmmsutility.h>
 
 #include <QCommandLineParser>
@@ -31,8 +29,6 @@ const ResultCodes kAddToBlockListCodes = {Change::Made, Change::Refused, Change:
 
 namespace
 {
-
-const QString kGlobalGroup = QStringLiteral("MMS_GRP");
 
 // What each outcome tells the user, and the tool's exit status for it.
 struct Outcome {
@@ -67,35 +63,35 @@ int report(Change change, int error, const QString& what, const QString& already
 // Numbers stop where the store's form for them does: the int form at INT_MAX, the unsigned int
 // form at UINT_MAX, the connection types at one byte.
 const QList<Setting> kSettings = {
-    {"roaming-delayed-retrieval", "MMS_Roaming_Delayed_Retrieval", Kind::Flag, 1, false,
+    {"roaming-delayed-retrieval", tavmms::settings::kRoamingDelayedRetrieval, Kind::Flag, 1, false,
      "Retrieve messages later while roaming (on or off).",
      [](const QString&) { return QVariant(MMS_UTIL_Setting::getRoamingDelayedRetrieval()); },
      [](const QString&, const QVariant& v) {
          return MMS_UTIL_Setting::setRoamingDelayedRetrieval(v.toInt());
      },
      nullptr},
-    {"mt-size-limitation", "MMS_Enable_MT_Size_Limitation", Kind::Flag, 1, false,
+    {"mt-size-limitation", tavmms::settings::kMTSizeLimitationState, Kind::Flag, 1, false,
      "Apply max-mt-size to received messages (on or off).",
      [](const QString&) { return QVariant(MMS_UTIL_Setting::getMTSizeLimitationState()); },
      [](const QString&, const QVariant& v) {
          return MMS_UTIL_Setting::setMTSizeLimitationState(v.toInt());
      },
      nullptr},
-    {"auto-retrieval", "MMS_AutoDownload", Kind::Flag, 1, false,
+    {"auto-retrieval", tavmms::settings::kAutoDownload, Kind::Flag, 1, false,
      "Retrieve new messages at once (on or off).",
      [](const QString&) { return QVariant(MMS_UTIL_Setting::getAutoRetrievalSetting()); },
      [](const QString&, const QVariant& v) {
          return MMS_UTIL_Setting::setAutoRetrievalSetting(v.toInt());
      },
      nullptr},
-    {"max-mo-size", "MMS_MO_Size_Limitation", Kind::Number, INT_MAX, false,
+    {"max-mo-size", tavmms::settings::kMaxMOSize, Kind::Number, INT_MAX, false,
      "Size limit of composed messages' bodies, in KB of 1,024 bytes; 0: no limit.",
      [](const QString&) { return QVariant(MMS_UTIL_Setting::getMaxiumMOMMSSize(1)); },
      [](const QString&, const QVariant& v) {
          return MMS_UTIL_Setting::setMaxiumMOMMSSize(v.toInt());
      },
      &tavmms::store::MessageStore::composeLimit},
-    {"max-mt-size", "MMS_MT_Size_Limitation", Kind::Number, INT_MAX, false,
+    {"max-mt-size", tavmms::settings::kMaxMTSize, Kind::Number, INT_MAX, false,
      "Size limit of received messages' bodies while mt-size-limitation is on, in KB of 1,024 "
      "bytes; 0: no limit.",
      [](const QString&) { return QVariant(MMS_UTIL_Setting::getMaxiumMTMMSSize()); },
@@ -103,45 +99,45 @@ const QList<Setting> kSettings = {
          return MMS_UTIL_Setting::setMaxiumMTMMSSize(v.toInt());
      },
      &tavmms::store::MessageStore::receiveLimit},
-    {"sender-visibility", "MMS_Sender_Visible", Kind::Flag, 1, false,
+    {"sender-visibility", tavmms::settings::kSenderVisible, Kind::Flag, 1, false,
      "Show the sender's number to recipients (on or off).",
      [](const QString&) { return QVariant(MMS_UTIL_Setting::getSenderVisibility()); },
      [](const QString&, const QVariant& v) {
          return MMS_UTIL_Setting::setSenderVisibility(v.toInt());
      },
      nullptr},
-    {"expire-after-sec", "MMS_Expire_After_Sec", Kind::Number, INT_MAX, false,
+    {"expire-after-sec", tavmms::settings::kExpireAfterSec, Kind::Number, INT_MAX, false,
      "Validity of a sent message, in seconds (the sending options' expiry).",
      [](const QString&) { return QVariant(MMS_UTIL_Setting::getExpireAfterSec()); },
      [](const QString&, const QVariant& v) {
          return MMS_UTIL_Setting::setExpireAfterSec(v.toInt());
      },
      nullptr},
-    {"delivery-report-allowed", "MMS_DeliRep_Allowed", Kind::Flag, 1, false,
+    {"delivery-report-allowed", tavmms::settings::kDeliRepAllowed, Kind::Flag, 1, false,
      "Let senders have delivery reports of received messages (on or off).",
      [](const QString&) { return QVariant(MMS_UTIL_Setting::getDeliveryRepAllowedity()); },
      [](const QString&, const QVariant& v) {
          return MMS_UTIL_Setting::setDeliveryRepAllowedity(v.toInt());
      },
      nullptr},
-    {"default-profile", "MMS_Default_MMS_Profile", Kind::ProfileName, 0, false,
+    {"default-profile", tavmms::settings::kDefaultProfile, Kind::ProfileName, 0, false,
      "The default MMS profile: a listed profile, or \"\" for none.",
      [](const QString&) { return QVariant(MMS_UTIL_Setting::getDefaultMMSProfile()); },
      [](const QString&, const QVariant& v) {
          return MMS_UTIL_Setting::setDefaultMMSProfile(v.toString());
      },
      nullptr},
-    {"block-list", "MMS_Block_List", Kind::Text, 0, false,
+    {"block-list", tavmms::settings::kBlockList, Kind::Text, 0, false,
      "Blocked senders, joined by commas (see 'mmsutil block').",
      [](const QString&) { return QVariant(MMS_UTIL_Setting::getBlockList()); }, nullptr, nullptr},
-    {"server-uri", "MMS_Server_Address", Kind::Text, 0, true,
+    {"server-uri", tavmms::settings::kServerAddress, Kind::Text, 0, true,
      "Address of the MMS server (MMSC) of the profile.",
      [](const QString& p) { return QVariant(MMS_UTIL_Setting::getMMSServerURIByProf(p)); },
      [](const QString& p, const QVariant& v) {
          return MMS_UTIL_Setting::setMMSServerURIByProf(p, v.toString());
      },
      nullptr},
-    {"data-connect-profile", "MMS_Connection_Profile", Kind::Text, 0, true,
+    {"data-connect-profile", tavmms::settings::kConnectionProfile, Kind::Text, 0, true,
      "Name of the data connection the profile uses.",
      [](const QString& p) {
          return QVariant(MMS_UTIL_Setting::getDataConnectProfileNameByProf(p));
@@ -150,14 +146,14 @@ const QList<Setting> kSettings = {
          return MMS_UTIL_Setting::setDataConnectProfileNameByProf(p, v.toString());
      },
      nullptr},
-    {"wap-gateway", "MMS_WAP_Gateway", Kind::Number, UINT_MAX, true,
+    {"wap-gateway", tavmms::settings::kWapGateway, Kind::Number, UINT_MAX, true,
      "WAP gateway of the profile, a number from 0 to 4294967295.",
      [](const QString& p) { return QVariant(MMS_UTIL_Setting::getWAPGatewayByProf(p)); },
      [](const QString& p, const QVariant& v) {
          return MMS_UTIL_Setting::setWAPGatewayByProf(p, v.toUInt());
      },
      nullptr},
-    {"connection-type", "MMS_Connection_Type", Kind::Number, 255, true,
+    {"connection-type", tavmms::settings::kConnectionType, Kind::Number, 255, true,
      "Connection type code of the profile, 0 to 255.",
      [](const QString& p) {
          return QVariant(unsigned(MMS_UTIL_Setting::getConnectionTypeByProf(p)));
@@ -167,7 +163,7 @@ const QList<Setting> kSettings = {
                                                           static_cast<unsigned char>(v.toUInt()));
      },
      nullptr},
-    {"secure-type", "MMS_Secure_Connection_Type", Kind::Number, 255, true,
+    {"secure-type", tavmms::settings::kSecureConnectionType, Kind::Number, 255, true,
      "Secure connection type code of the profile, 0 to 255.",
      [](const QString& p) { return QVariant(unsigned(MMS_UTIL_Setting::getSecureTypeByProf(p))); },
      [](const QString& p, const QVariant& v) {
@@ -209,7 +205,7 @@ std::optional<int> failWhenSettingsUnreadable()
 
 int changeTogether(const QString& what, const std::function<int()>& change)
 {
-    tavplatform::ScopedSettingsBatch batch;
+    tavmms::settings::SettingsBatch batch;
     if (!batch.begin())
         return reportChange(false, errno, what);
     if (const int status = change())
@@ -264,14 +260,13 @@ ShownValue textValue(const QString& name, const QString& group, const QString& k
 
 void markStored(QList<ShownValue>* values)
 {
-    SETUP_SET_Manager store(AM_Global::APP_MMS, false);
     QMap<QString, QSet<QString>> keys; // by group, read once each
     for (ShownValue& value : *values) {
         if (value.group.isEmpty())
             continue; // no profile: nothing can be stored
         auto found = keys.find(value.group);
         if (found == keys.end()) {
-            const QStringList stored = store.getEntryKeyList(value.group).keys();
+            const QStringList stored = tavmms::settings::storedKeys(value.group);
             found = keys.insert(value.group, QSet<QString>(stored.begin(), stored.end()));
         }
         value.stored = found->contains(value.key);
@@ -370,7 +365,7 @@ std::optional<QVariant> parseValue(const Setting& setting, const QString& text, 
 ShownValue showSetting(const Setting& setting, const QString& profile)
 {
     const QString name = QLatin1String(setting.name);
-    const QString group = setting.perProfile ? profile : kGlobalGroup;
+    const QString group = setting.perProfile ? profile : QString(tavmms::settings::kGlobalGroup);
     const QString key = QLatin1String(setting.key);
     const QVariant value = setting.read(profile);
     switch (setting.kind) {

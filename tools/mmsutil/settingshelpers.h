@@ -123,7 +123,7 @@ enum class Kind {
 // profile: the default one for "settings", the one named for "profile"; the others ignore it.
 struct Setting {
     const char* name;
-    const char* key;
+    QLatin1String key;
     Kind kind;
     unsigned int maximum; // of a number
     bool perProfile;
