@@ -20,6 +20,7 @@
 #include "addrbk_engine_interface.h"
 #include "address_type_word.h"
 #include "am_mimetype.h"
+#include "contact_book.h"
 #include "device_db_api.h"
 #include "device_db_result.h"
 #include "index_row_text.h"

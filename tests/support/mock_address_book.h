@@ -9,7 +9,7 @@
 namespace tavmms_test
 {
 
-// A GoogleMock double of the address book, with the engine's two operations and their arguments.
+// A GoogleMock double of the address book: the engine's two searches and the book's keeping.
 // Install it for a scope with tavplatform::ScopedAddressBookService.
 class MockAddressBook : public tavplatform::AddressBookService
 {
@@ -22,6 +22,12 @@ public:
                  int timeoutMs, bool* ambiguous),
                 (override));
     MOCK_METHOD(bool, getOwnerNumber, (QString & name, QString& number), (override));
+    MOCK_METHOD(std::optional<ImportCounts>, importContacts,
+                (const QList<tavplatform::Contact>& contacts), (override));
+    MOCK_METHOD(std::optional<QList<tavplatform::Contact>>, contacts, (), (override));
+    MOCK_METHOD(QString, readError, (), (const, override));
+    MOCK_METHOD(std::optional<Removal>, removeContacts, (const QList<Address>& addresses),
+                (override));
 };
 
 // A singleSearch action: fills the record with `name` and `label` (the second text) and the other

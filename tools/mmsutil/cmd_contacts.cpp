@@ -5,9 +5,7 @@
 #include "mmshelpers.h"
 #include "settingshelpers.h"
 
-#include <address_book_settings.h>
-#include <sqlite_address_book.h>
-#include <vcard_reader.h>
+#include <tavmmsutility.h>
 
 #include <QCommandLineParser>
 #include <QTextStream>
@@ -18,7 +16,7 @@
 namespace
 {
 
-using tavplatform::SqliteAddressBook;
+namespace store = tavmms::store;
 
 // "1 contact", "2 contacts".
 QString counted(qsizetype count, const char* noun)
@@ -30,23 +28,12 @@ QString counted(qsizetype count, const char* noun)
 }
 
 // A contact as the book's listing heads it: its name and, in brackets, its organization.
-QString contactTitle(const tavplatform::Contact& contact)
+QString contactTitle(const store::Contact& contact)
 {
     QString title = contact.name.isEmpty() ? QStringLiteral("(no name)") : contact.name;
     if (!contact.organization.isEmpty())
         title += QStringLiteral(" (") + contact.organization + QLatin1Char(')');
     return title;
-}
-
-// The device's address book, or nothing after reporting that there is no place for it.
-std::optional<SqliteAddressBook> openBook()
-{
-    const QString path = SqliteAddressBook::defaultPath();
-    if (path.isEmpty()) {
-        cli::fail(QStringLiteral("there is no platform directory for the address book"));
-        return std::nullopt;
-    }
-    return std::optional<SqliteAddressBook>(std::in_place, path);
 }
 
 int runImport(const cli::Command& command, const QStringList& arguments)
@@ -65,36 +52,30 @@ int runImport(const cli::Command& command, const QStringList& arguments)
                                  QStringLiteral("FILE..."));
     if (const std::optional<int> stop = cli::parse(parser, command, arguments, 1, INT_MAX))
         return *stop;
-    QList<tavplatform::Contact> contacts;
-    QStringList report;
-    int skipped = 0;
+    QList<store::VCardFile> files;
     for (const QString& file : parser.positionalArguments()) {
-        const std::optional<QByteArray> data = cli::readInput(file);
+        std::optional<QByteArray> data = cli::readInput(file);
         if (!data)
             return cli::ExitFailed;
-        const tavplatform::VCardReading reading = tavplatform::readVCards(*data);
-        contacts += reading.contacts;
-        for (const tavplatform::VCardProblem& problem : reading.problems) {
-            const QString lines = problem.lines == 1 ? QString::number(problem.line)
-                                                     : QStringLiteral("%1-%2")
-                                                           .arg(problem.line)
-                                                           .arg(problem.line + problem.lines - 1);
-            report << QStringLiteral("%1:%2: %3\n").arg(file, lines, problem.reason);
-            skipped += problem.lines;
-        }
+        files.append({file, *data});
     }
-    std::optional<SqliteAddressBook> book = openBook();
-    if (!book)
-        return cli::ExitFailed;
-    const std::optional<SqliteAddressBook::ImportCounts> counts = book->importContacts(contacts);
-    if (!counts)
-        return cli::fail(QStringLiteral("cannot write the address book '%1'")
-                             .arg(SqliteAddressBook::defaultPath()));
-    cli::out() << report.join(QString())
-               << QStringLiteral("%1 imported (%2 new, %3 replaced), %4 skipped\n")
-                      .arg(counted(contacts.size(), "contact"))
-                      .arg(counts->added)
-                      .arg(counts->replaced)
+    QString error;
+    const std::optional<store::ContactImport> import = store::importVCards(files, &error);
+    if (!import)
+        return cli::fail(error);
+    int skipped = 0;
+    for (const store::SkippedLines& lines : import->skipped) {
+        const QString where =
+            lines.lines == 1
+                ? QString::number(lines.line)
+                : QStringLiteral("%1-%2").arg(lines.line).arg(lines.line + lines.lines - 1);
+        cli::out() << QStringLiteral("%1:%2: %3\n").arg(lines.file, where, lines.reason);
+        skipped += lines.lines;
+    }
+    cli::out() << QStringLiteral("%1 imported (%2 new, %3 replaced), %4 skipped\n")
+                      .arg(counted(import->contacts, "contact"))
+                      .arg(import->added)
+                      .arg(import->replaced)
                       .arg(counted(skipped, "line"));
     return cli::ExitOk;
 }
@@ -108,18 +89,13 @@ int runList(const cli::Command& command, const QStringList& arguments)
                                          "after their labels."));
     if (const std::optional<int> stop = cli::parse(parser, command, arguments, 0))
         return *stop;
-    std::optional<SqliteAddressBook> book = openBook();
-    if (!book)
-        return cli::ExitFailed;
-    const std::optional<QList<tavplatform::Contact>> contacts = book->contacts();
+    QString error;
+    const std::optional<QList<store::Contact>> contacts = store::listContacts(&error);
     if (!contacts)
-        return cli::fail(book->readError().isEmpty()
-                             ? QStringLiteral("cannot read the address book '%1'")
-                                   .arg(SqliteAddressBook::defaultPath())
-                             : book->readError());
-    for (const tavplatform::Contact& contact : *contacts) {
+        return cli::fail(error);
+    for (const store::Contact& contact : *contacts) {
         cli::out() << contactTitle(contact) << '\n';
-        for (const tavplatform::ContactAddress& item : contact.numbers + contact.emails)
+        for (const store::ContactAddress& item : contact.numbers + contact.emails)
             cli::out() << "  " << item.label << ": " << item.value << '\n';
     }
     return cli::ExitOk;
@@ -142,25 +118,17 @@ int runLookup(const cli::Command& command, const QStringList& arguments)
         return *stop;
     QString error;
     std::optional<MMS_UTIL_Entry> entry =
-        tavmms::store::parseAddress(parser.positionalArguments().constFirst(), &error);
+        store::parseAddress(parser.positionalArguments().constFirst(), &error);
     if (!entry)
         return cli::usageError(command.name, error);
-    std::optional<SqliteAddressBook> book = openBook();
-    if (!book)
-        return cli::ExitFailed;
-    // The lookup runs on this book object, so that a book that could not be read is told from
-    // one that holds no such contact.
-    const tavplatform::ScopedAddressBookService installed(&*book);
-    MMS_UTIL_CONTACT_INFO_T info;
-    MMS_UTIL_Common::srchContactInfoByVal(info, *entry);
-    if (const QString why = book->readError(); !why.isEmpty())
-        return cli::fail(why);
-    // Without a hit the detail stays empty and the name is the address itself.
-    if (info.contactDetail.isEmpty()) {
+    const std::optional<store::ContactMatch> match = store::lookupContact(*entry, &error);
+    if (!match && !error.isEmpty())
+        return cli::fail(error);
+    if (!match) {
         cli::out() << "not found\n";
         return cli::ExitNo;
     }
-    cli::out() << info.contactName << " (" << info.contactDetail << ")\n";
+    cli::out() << match->name << " (" << match->label << ")\n";
     return cli::ExitOk;
 }
 
@@ -188,7 +156,7 @@ int runOwner(const cli::Command& command, const QStringList& arguments)
                                             : QStringLiteral("a name and a number go with --set"));
     if (parser.isSet(set)) {
         errno = 0;
-        const bool written = tavplatform::setAddressBookOwner({values.at(0), values.at(1)});
+        const bool written = store::setOwner(values.at(0), values.at(1));
         return cli::reportChange(written, errno, QStringLiteral("cannot set the owner"));
     }
     MMS_UTIL_Entry entry;
@@ -215,12 +183,12 @@ int runRegion(const cli::Command& command, const QStringList& arguments)
     if (const std::optional<int> stop = cli::parse(parser, command, arguments, 0, 1))
         return *stop;
     if (parser.positionalArguments().isEmpty()) {
-        cli::out() << tavplatform::addressBookRegion() << '\n';
+        cli::out() << store::contactRegion() << '\n';
         return cli::ExitOk;
     }
     const QString code = parser.positionalArguments().constFirst();
     errno = 0;
-    const bool written = tavplatform::setAddressBookRegion(code);
+    const bool written = store::setContactRegion(code);
     const int error = errno;
     if (!written && error == EINVAL)
         return cli::usageError(command.name, QStringLiteral("'%1' is not a region code").arg(code));
@@ -244,28 +212,22 @@ int runRemove(const cli::Command& command, const QStringList& arguments)
     if (const std::optional<int> stop = cli::parse(parser, command, arguments, 1, INT_MAX))
         return *stop;
     const QStringList texts = parser.positionalArguments();
-    QList<SqliteAddressBook::Address> addresses;
+    QList<MMS_UTIL_Entry> addresses;
     for (const QString& text : texts) {
         QString error;
-        const std::optional<MMS_UTIL_Entry> entry = tavmms::store::parseAddress(text, &error);
+        const std::optional<MMS_UTIL_Entry> entry = store::parseAddress(text, &error);
         if (!entry)
             return cli::usageError(command.name, error);
-        // Every type but e-mail is a phone number to the address book, as in a lookup.
-        addresses.append(
-            {entry->type == MMS_UTIL_ADDR_EMAIL ? ADDRBK_SEARCH_BY_EMAIL : ADDRBK_SEARCH_BY_NUMBER,
-             entry->address});
+        addresses.append(*entry);
     }
-    std::optional<SqliteAddressBook> book = openBook();
-    if (!book)
-        return cli::ExitFailed;
-    const std::optional<SqliteAddressBook::Removal> removal = book->removeContacts(addresses);
+    QString error;
+    const std::optional<store::ContactRemoval> removal = store::removeContacts(addresses, &error);
     if (!removal)
-        return cli::fail(QStringLiteral("cannot write the address book '%1'")
-                             .arg(SqliteAddressBook::defaultPath()));
-    for (const tavplatform::Contact& contact : removal->contacts)
+        return cli::fail(error);
+    for (const store::Contact& contact : removal->removed)
         cli::out() << contactTitle(contact) << '\n';
     // Flushed first, so that on a terminal the misses follow what was removed.
-    cli::out() << counted(removal->contacts.size(), "contact") << " removed\n" << Qt::flush;
+    cli::out() << counted(removal->removed.size(), "contact") << " removed\n" << Qt::flush;
     for (const qsizetype position : removal->unmatched)
         cli::fail(
             QStringLiteral("%1: no contact holds '%2'").arg(command.name, texts.at(position)));

@@ -1,6 +1,7 @@
 #include "address_book_service.h"
 
 #include "default_services.h"
+#include "platform_dir.h"
 
 namespace tavplatform
 {
@@ -17,6 +18,11 @@ ServiceSlot<AddressBookService>& bookSlot()
 } // namespace
 
 AddressBookService::~AddressBookService() = default;
+
+QString addressBookPath()
+{
+    return platformFilePath(QStringLiteral("contacts.db"));
+}
 
 AddressBookService& addressBookService()
 {

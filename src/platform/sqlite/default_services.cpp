@@ -19,7 +19,7 @@ std::unique_ptr<SettingsStoreService> makeDefaultSettingsStore()
 
 std::unique_ptr<AddressBookService> makeDefaultAddressBook()
 {
-    return std::make_unique<SqliteAddressBook>(SqliteAddressBook::defaultPath());
+    return std::make_unique<SqliteAddressBook>(addressBookPath());
 }
 
 } // namespace tavplatform

@@ -292,11 +292,6 @@ struct SqliteAddressBook::Impl {
     }
 };
 
-QString SqliteAddressBook::defaultPath()
-{
-    return platformFilePath(QStringLiteral("contacts.db"));
-}
-
 SqliteAddressBook::SqliteAddressBook(QString path, int busyTimeoutMs) : d(new Impl)
 {
     d->path = path;

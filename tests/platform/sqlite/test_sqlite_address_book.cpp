@@ -466,7 +466,7 @@ TEST(SqliteAddressBookPathTest, DefaultBookLiesInPlatformDirectory)
     ASSERT_TRUE(dir.isValid());
     const tavmms_test::ScopedEnvironment platform("TAV_PLATFORM_DIR",
                                                   QFile::encodeName(dir.path()));
-    EXPECT_EQ(SqliteAddressBook::defaultPath(), dir.filePath(QStringLiteral("contacts.db")));
+    EXPECT_EQ(tavplatform::addressBookPath(), dir.filePath(QStringLiteral("contacts.db")));
 }
 
 } // namespace
