@@ -201,7 +201,7 @@ void blockList(const QString& text)
 
 void fields(const QString& text)
 {
-    static const QList<DB_BIND_T> all = cli::recordFields();
+    static const QList<DB_BIND_T> all = tavmms::store::rowFields();
     QString error;
     MMS_UTIL_DBStruct_T record;
     unsigned char before[sizeof record];
@@ -210,7 +210,8 @@ void fields(const QString& text)
         std::memset(&record, 0xA5, sizeof record);
         std::memcpy(before, &record, sizeof record);
         error.clear();
-        const bool set = cli::setField(&record, QLatin1String(field.name), text, &error);
+        const bool set =
+            tavmms::store::setRowField(&record, QLatin1String(field.name), text, &error);
         const auto* after = reinterpret_cast<const unsigned char*>(&record);
         require(std::memcmp(after, before, field.offset) == 0 &&
                     std::memcmp(after + field.offset + field.size,
@@ -249,7 +250,7 @@ void fields(const QString& text)
     }
     error.clear();
     std::memset(&record, 0, sizeof record);
-    if (!cli::setField(&record, text, QStringLiteral("1"), &error))
+    if (!tavmms::store::setRowField(&record, text, QStringLiteral("1"), &error))
         require(!error.isEmpty(), "an unknown field says why");
 }
 

@@ -39,6 +39,18 @@ QString oneLine(const QString& text)
     return line;
 }
 
+std::optional<unsigned int> parseNumber(const QString& text, unsigned int maximum)
+{
+    // Anchored at the very end: "$" would also match before a final line break.
+    static const QRegularExpression decimal(
+        QRegularExpression::anchoredPattern(QStringLiteral("[0-9]+")));
+    bool ok = false;
+    const qulonglong value = text.toULongLong(&ok);
+    if (!ok || value > maximum || !decimal.match(text).hasMatch())
+        return std::nullopt;
+    return unsigned(value);
+}
+
 bool hasControlCharacter(const QString& text)
 {
     return std::any_of(text.cbegin(), text.cend(),

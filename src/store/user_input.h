@@ -19,6 +19,10 @@
 namespace tavmms::store
 {
 
+// A number written in decimal digits only (no sign, no blanks, no line break), from 0 to `maximum`.
+TAVMMS_EXPORT std::optional<unsigned int> parseNumber(const QString& text,
+                                                      unsigned int maximum = 0xFFFFFFFFu);
+
 // `text` on one line, for a message about it: control characters are shown as escapes ("\n",
 // "\t", "\xNN").
 TAVMMS_EXPORT QString oneLine(const QString& text);

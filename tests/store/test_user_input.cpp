@@ -226,4 +226,25 @@ TEST(BlockListInputTest, AListIsTakenAsItIsUnlessAnItemIsEmptyOrNoAddressToBlock
     EXPECT_EQ(error, QStringLiteral("'1,,2' has an empty item, which would block every sender"));
 }
 
+TEST(NumberInputTest, ReadsDecimalDigitsUpToTheMaximum)
+{
+    EXPECT_EQ(parseNumber(QStringLiteral("0")), std::optional<unsigned int>(0));
+    EXPECT_EQ(parseNumber(QStringLiteral("007")), std::optional<unsigned int>(7));
+    EXPECT_EQ(parseNumber(QStringLiteral("4294967295")), std::optional<unsigned int>(4294967295u));
+    EXPECT_EQ(parseNumber(QStringLiteral("255"), 255), std::optional<unsigned int>(255));
+    EXPECT_FALSE(parseNumber(QStringLiteral("256"), 255));
+    EXPECT_FALSE(parseNumber(QStringLiteral("4294967296")));
+}
+
+TEST(NumberInputTest, RefusesSignsBlanksAndLineBreaksAroundTheDigits)
+{
+    // Qt's conversion skips surrounding blanks, and a pattern's "$" matches before a final line
+    // break: "30\n" was read as 30.
+    for (const char* wrong :
+         {"", "-1", "+1", " 1", "1 ", "30\n", "30\r\n", "\n30", "1.0", "0x10", "1e3", "٣"}) {
+        SCOPED_TRACE(wrong);
+        EXPECT_FALSE(parseNumber(QString::fromUtf8(wrong)));
+    }
+}
+
 } // namespace

@@ -25,18 +25,6 @@ void printError(const QString& message)
 
 } // namespace
 
-std::optional<unsigned int> parseNumber(const QString& text, unsigned int maximum)
-{
-    // Anchored at the very end: "$" would also match before a final line break.
-    static const QRegularExpression decimal(
-        QRegularExpression::anchoredPattern(QStringLiteral("[0-9]+")));
-    bool ok = false;
-    const qulonglong value = text.toULongLong(&ok);
-    if (!ok || value > maximum || !decimal.match(text).hasMatch())
-        return std::nullopt;
-    return unsigned(value);
-}
-
 QString asClause(QString text)
 {
     if (text.endsWith(QLatin1Char('.')))

@@ -4,6 +4,8 @@
 // The frame every mmsutil command runs in: its table entry, option parsing with --help, exit codes
 // and the one-line error reports.
 
+#include <user_input.h>
+
 #include <QList>
 #include <QString>
 #include <QStringList>
@@ -60,8 +62,7 @@ QString helpText(const QCommandLineParser& parser, const QString& words);
 // "  name    summary" lines for `commands`, each name shortened by the leading `prefix` words.
 QString commandTable(const QList<Command>& commands, const QString& prefix = QString());
 
-// A number written in decimal digits only (no sign, no blanks), from 0 to `maximum`.
-std::optional<unsigned int> parseNumber(const QString& text, unsigned int maximum = 0xFFFFFFFFu);
+using tavmms::store::parseNumber;
 
 // Qt's parser messages ("Unknown option 'x'.") made fit for the middle of a report
 // ("unknown option 'x'").

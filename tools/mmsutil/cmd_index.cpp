@@ -23,46 +23,20 @@ namespace store = tavmms::store;
 const unsigned int kNoRecord = unsigned(-1);
 const QString kRowIdHelp = QStringLiteral("The row's id.");
 
-const unsigned char* bytesOf(const MMS_UTIL_DBStruct_T& record, const DB_BIND_T& field)
-{
-    return reinterpret_cast<const unsigned char*>(&record) + field.offset;
-}
-
-// The value of one field: a string for texts, a number for the others.
-QJsonValue fieldValue(const MMS_UTIL_DBStruct_T& record, const DB_BIND_T& field)
-{
-    const unsigned char* bytes = bytesOf(record, field);
-    switch (field.code) {
-    case DB_BIND_UCS2_TEXT:
-        return store::text16(bytes, field.size);
-    case DB_BIND_CHAR_TEXT:
-        return store::text8(reinterpret_cast<const char*>(bytes), field.size);
-    case DB_BIND_INT16: {
-        quint16 value;
-        std::memcpy(&value, bytes, sizeof value);
-        return int(value);
-    }
-    default: { // times and 32-bit numbers
-        quint32 value;
-        std::memcpy(&value, bytes, sizeof value);
-        return qint64(value);
-    }
-    }
-}
-
 // "id" and every field of the record by its database name.
 QJsonObject rowToJson(unsigned int id, const MMS_UTIL_DBStruct_T& record)
 {
     QJsonObject row{{QStringLiteral("id"), qint64(id)}};
-    for (const DB_BIND_T& field : cli::recordFields())
-        row.insert(QLatin1String(field.name), fieldValue(record, field));
+    for (const DB_BIND_T& field : store::rowFields())
+        row.insert(QLatin1String(field.name),
+                   QJsonValue::fromVariant(store::rowFieldValue(record, field)));
     return row;
 }
 
 // A field value as show prints it; times also as local time.
 QString valueText(const MMS_UTIL_DBStruct_T& record, const DB_BIND_T& field)
 {
-    const QJsonValue value = fieldValue(record, field);
+    const QJsonValue value = QJsonValue::fromVariant(store::rowFieldValue(record, field));
     if (value.isString())
         return textout::oneLine(value.toString());
     const QString number = QString::number(value.toInteger());
@@ -117,7 +91,7 @@ int runShow(const cli::Command& command, const QStringList& arguments)
         cli::out() << QJsonDocument(rowToJson(id, record)).toJson(QJsonDocument::Indented);
         return cli::ExitOk;
     }
-    const QList<DB_BIND_T> fields = cli::recordFields();
+    const QList<DB_BIND_T> fields = store::rowFields();
     int width = 0;
     for (const DB_BIND_T& field : fields)
         width = qMax(width, int(qstrlen(field.name)) + 1);
@@ -229,7 +203,7 @@ int runAdd(const cli::Command& command, const QStringList& arguments)
     }
     for (const auto& [name, value] : settings) {
         QString error;
-        if (!cli::setField(&record, name, value, &error))
+        if (!store::setRowField(&record, name, value, &error))
             return cli::usageError(command.name, error);
     }
 

@@ -91,15 +91,6 @@ int listRows(const Command& command, const QStringList& arguments, const RowList
 // ExitOk when `table` is open, else ExitFailed after reporting why.
 int openStatus(const tavmms::store::IndexTable& table);
 
-// The fields of the index record, as its binding lays them out.
-QList<DB_BIND_T> recordFields();
-// Sets the field of `record` whose database name is `name` from its command-line text; the other
-// fields stay as they are. Texts are cut so that the terminator fits; numbers, in decimal digits,
-// must fit the field. Gives false and sets `error` for an unknown name or a number that does not
-// fit.
-bool setField(MMS_UTIL_DBStruct_T* record, const QString& name, const QString& text,
-              QString* error);
-
 } // namespace cli
 
 #endif

@@ -475,29 +475,6 @@ TEST_F(MmsutilTest, ContentTypeNumberBeyondOneByteIsAUsageError)
         run({QStringLiteral("content-type"), QStringLiteral("1"), QStringLiteral("2")}));
 }
 
-// The reader of the numbers the commands take, in-process.
-TEST(MmsutilNumberReaderTest, ReadsDecimalDigitsUpToTheMaximum)
-{
-    EXPECT_EQ(cli::parseNumber(QStringLiteral("0")), std::optional<unsigned int>(0));
-    EXPECT_EQ(cli::parseNumber(QStringLiteral("007")), std::optional<unsigned int>(7));
-    EXPECT_EQ(cli::parseNumber(QStringLiteral("4294967295")),
-              std::optional<unsigned int>(4294967295u));
-    EXPECT_EQ(cli::parseNumber(QStringLiteral("255"), 255), std::optional<unsigned int>(255));
-    EXPECT_FALSE(cli::parseNumber(QStringLiteral("256"), 255));
-    EXPECT_FALSE(cli::parseNumber(QStringLiteral("4294967296")));
-}
-
-TEST(MmsutilNumberReaderTest, RefusesSignsBlanksAndLineBreaksAroundTheDigits)
-{
-    // Qt's conversion skips surrounding blanks, and a pattern's "$" matches before a final line
-    // break: "30\n" was read as 30.
-    for (const char* wrong :
-         {"", "-1", "+1", " 1", "1 ", "30\n", "30\r\n", "\n30", "1.0", "0x10", "1e3", "٣"}) {
-        SCOPED_TRACE(wrong);
-        EXPECT_FALSE(cli::parseNumber(QString::fromUtf8(wrong)));
-    }
-}
-
 // The reader of the content-type command's number, in-process.
 TEST(MmsutilContentTypeNumberTest, ReadsDecimalAndHexadecimalNumbersOfOneByte)
 {

@@ -319,56 +319,6 @@ TEST_F(MmsutilIndexTest, TextsAreCutToFitTheirFields)
               QString(19, QChar(0xE9)));
 }
 
-// The setter of a row's field from its command-line text, in-process.
-TEST(MmsutilFieldSetterTest, SetsTextsCutToFitAndNumbersThatFitTheField)
-{
-    MMS_UTIL_DBStruct_T record{};
-    QString error;
-    ASSERT_TRUE(cli::setField(&record, QStringLiteral("cmn_fld_subject"),
-                              QString(50, QLatin1Char('s')), &error));
-    EXPECT_EQ(tavmms_test::text16(record.cmn_fld_subject), QString(39, QLatin1Char('s')));
-    ASSERT_TRUE(cli::setField(&record, QStringLiteral("mms_fld_msgid_name"), QStringLiteral("id-1"),
-                              &error));
-    EXPECT_EQ(tavmms_test::text8(record.mms_fld_msgid_name), QByteArray("id-1"));
-    ASSERT_TRUE(cli::setField(&record, QStringLiteral("cmn_fld_priority"), QStringLiteral("65535"),
-                              &error));
-    EXPECT_EQ(record.cmn_fld_priority, 65535);
-    ASSERT_TRUE(cli::setField(&record, QStringLiteral("cmn_fld_folder_id"),
-                              QStringLiteral("4294967295"), &error));
-    EXPECT_EQ(record.cmn_fld_folder_id, 4294967295u);
-    EXPECT_TRUE(error.isEmpty()) << error.toStdString();
-}
-
-TEST(MmsutilFieldSetterTest, RefusesAnUnknownNameAndANumberThatDoesNotFitAndKeepsTheOtherFields)
-{
-    MMS_UTIL_DBStruct_T record{};
-    record.cmn_fld_folder_id = 7;
-    record.cmn_fld_msg_attr_read = 1;
-    record.cmn_fld_mms_type = 3;
-    QString error;
-    EXPECT_FALSE(cli::setField(&record, QStringLiteral("padding"), QStringLiteral("1"), &error));
-    EXPECT_EQ(error, QStringLiteral("unknown field 'padding'"));
-    EXPECT_FALSE(cli::setField(&record, QStringLiteral("cmn_fld_priority"), QStringLiteral("65536"),
-                               &error));
-    EXPECT_EQ(error, QStringLiteral("cmn_fld_priority: '65536' is not a number from 0 to 65535"));
-    EXPECT_FALSE(
-        cli::setField(&record, QStringLiteral("cmn_fld_time"), QStringLiteral("-1"), &error));
-    EXPECT_EQ(record.cmn_fld_folder_id, 7u);
-    EXPECT_EQ(record.cmn_fld_msg_attr_read, 1);
-    EXPECT_EQ(record.cmn_fld_mms_type, 3);
-}
-
-TEST(MmsutilFieldSetterTest, KnowsEveryFieldOfTheRecordByItsDatabaseName)
-{
-    for (const DB_BIND_T& field : cli::recordFields()) {
-        SCOPED_TRACE(field.name);
-        MMS_UTIL_DBStruct_T record{};
-        QString error;
-        EXPECT_TRUE(cli::setField(&record, QLatin1String(field.name), QStringLiteral("1"), &error))
-            << error.toStdString();
-    }
-}
-
 TEST_F(MmsutilIndexTest, FindPrintsTheIdOfTheRowWithTheUri)
 {
     add({QStringLiteral("--uri"), QStringLiteral("uri-a")});
