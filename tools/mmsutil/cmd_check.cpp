@@ -3,6 +3,7 @@
 
 #include "commands.h"
 #include "mmshelpers.h"
+#include "textout.h"
 
 #include <tavmmsutility.h>
 
@@ -13,13 +14,6 @@ namespace
 {
 
 namespace store = tavmms::store;
-
-// "1 row", "2 rows".
-QString counted(int count, const char* what)
-{
-    return QStringLiteral("%1 %2").arg(count).arg(QLatin1String(what)) +
-           (count == 1 ? QString() : QStringLiteral("s"));
-}
 
 // One line per problem, each with what became of it when repairing; a repair that failed says
 // why on standard error first.
@@ -106,16 +100,16 @@ int runCheck(const cli::Command& command, const QStringList& arguments)
         cli::out() << other.name << ": " << other.why << ", left alone\n";
 
     QTextStream& out = cli::out();
-    out << "checked " << counted(report.rows, "row") << " and "
-        << counted(report.mailFiles, "mail file") << " in " << report.directory << ": ";
+    out << "checked " << textout::counted(report.rows, "row") << " and "
+        << textout::counted(report.mailFiles, "mail file") << " in " << report.directory << ": ";
     const int problems = int(report.problems.size());
     const int remaining = report.remaining();
     if (problems == 0)
         out << "no problems\n";
     else if (!options.repair && !options.rebuild)
-        out << counted(problems, "problem") << '\n';
+        out << textout::counted(problems, "problem") << '\n';
     else
-        out << counted(problems, "problem") << ", " << report.repaired() << " repaired, "
+        out << textout::counted(problems, "problem") << ", " << report.repaired() << " repaired, "
             << remaining << " remain" << (remaining == 1 ? "s" : "") << '\n';
     return remaining == 0 ? cli::ExitOk : cli::ExitFailed;
 }

@@ -4,6 +4,7 @@
 #include "commands.h"
 #include "mmshelpers.h"
 #include "settingshelpers.h"
+#include "textout.h"
 
 #include <tavmmsutility.h>
 
@@ -17,15 +18,6 @@ namespace
 {
 
 namespace store = tavmms::store;
-
-// "1 contact", "2 contacts".
-QString counted(qsizetype count, const char* noun)
-{
-    return QStringLiteral("%1 %2%3")
-        .arg(count)
-        .arg(QLatin1String(noun))
-        .arg(count == 1 ? QString() : QStringLiteral("s"));
-}
 
 // A contact as the book's listing heads it: its name and, in brackets, its organization.
 QString contactTitle(const store::Contact& contact)
@@ -73,10 +65,10 @@ int runImport(const cli::Command& command, const QStringList& arguments)
         skipped += lines.lines;
     }
     cli::out() << QStringLiteral("%1 imported (%2 new, %3 replaced), %4 skipped\n")
-                      .arg(counted(import->contacts, "contact"))
+                      .arg(textout::counted(import->contacts, "contact"))
                       .arg(import->added)
                       .arg(import->replaced)
-                      .arg(counted(skipped, "line"));
+                      .arg(textout::counted(skipped, "line"));
     return cli::ExitOk;
 }
 
@@ -227,7 +219,7 @@ int runRemove(const cli::Command& command, const QStringList& arguments)
     for (const store::Contact& contact : removal->removed)
         cli::out() << contactTitle(contact) << '\n';
     // Flushed first, so that on a terminal the misses follow what was removed.
-    cli::out() << counted(removal->removed.size(), "contact") << " removed\n" << Qt::flush;
+    cli::out() << textout::counted(removal->removed.size(), "contact") << " removed\n" << Qt::flush;
     for (const qsizetype position : removal->unmatched)
         cli::fail(
             QStringLiteral("%1: no contact holds '%2'").arg(command.name, texts.at(position)));

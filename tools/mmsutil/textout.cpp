@@ -5,6 +5,14 @@
 namespace textout
 {
 
+QString counted(qsizetype count, const char* noun)
+{
+    return QStringLiteral("%1 %2%3")
+        .arg(count)
+        .arg(QLatin1String(noun))
+        .arg(count == 1 ? QString() : QStringLiteral("s"));
+}
+
 QString timeText(quint32 seconds)
 {
     return QDateTime::fromSecsSinceEpoch(seconds).toString(QStringLiteral("yyyy-MM-dd hh:mm:ss"));

@@ -13,6 +13,8 @@ namespace textout
 {
 
 using tavmms::store::oneLine;
+// "1 contact", "2 contacts": a count and its noun, in the plural unless it is 1.
+QString counted(qsizetype count, const char* noun);
 // Seconds since the epoch as local time, "yyyy-MM-dd hh:mm:ss".
 QString timeText(quint32 seconds);
 
