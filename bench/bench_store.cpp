@@ -270,14 +270,21 @@ ListedRows* listedRows(unsigned rows)
     return listed->ok ? listed.get() : nullptr;
 }
 
+// The rows of the benchmark's size; null, and the benchmark skipped, when they cannot be made.
+ListedRows* listedRowsOrSkip(benchmark::State& state)
+{
+    ListedRows* listed = listedRows(unsigned(state.range(0)));
+    if (!listed)
+        state.SkipWithError("cannot fill the databases");
+    return listed;
+}
+
 void BM_Paired_StoreList(benchmark::State& state)
 {
     const auto rows = unsigned(state.range(0));
-    ListedRows* listed = listedRows(rows);
-    if (!listed) {
-        state.SkipWithError("cannot fill the databases");
+    ListedRows* listed = listedRowsOrSkip(state);
+    if (!listed)
         return;
-    }
     const tavplatform::ScopedDatabaseService installed(&listed->database);
     MessageStore store;
     std::vector<std::pair<unsigned, MMS_UTIL_DBStruct_T>> rawRows;
@@ -294,11 +301,9 @@ void BM_Paired_StoreList(benchmark::State& state)
 void BM_Paired_StoreListFolder(benchmark::State& state)
 {
     const auto rows = unsigned(state.range(0));
-    ListedRows* listed = listedRows(rows);
-    if (!listed) {
-        state.SkipWithError("cannot fill the databases");
+    ListedRows* listed = listedRowsOrSkip(state);
+    if (!listed)
         return;
-    }
     const tavplatform::ScopedDatabaseService installed(&listed->database);
     MessageStore store;
     tavmms::store::ListFilter inbox;
