@@ -1,5 +1,6 @@
 #include "mms_util_mailfile.h"
 
+#include "file_descriptor.h"
 #include "filesync.h"
 #include "mms_util_common.h"
 
@@ -200,19 +201,12 @@ class MailFileReader
 {
 public:
     explicit MailFileReader(const QString& fileName)
-        : fd_(::open(QFile::encodeName(fileName).constData(), O_RDONLY | O_CLOEXEC))
+        : file_{::open(QFile::encodeName(fileName).constData(), O_RDONLY | O_CLOEXEC)}
     {
         struct stat info;
-        if (fd_ >= 0 && ::fstat(fd_, &info) == 0 && !S_ISDIR(info.st_mode))
+        if (file_.fd >= 0 && ::fstat(file_.fd, &info) == 0 && !S_ISDIR(info.st_mode))
             size_ = info.st_size;
     }
-    ~MailFileReader()
-    {
-        if (fd_ >= 0)
-            ::close(fd_);
-    }
-    MailFileReader(const MailFileReader&) = delete;
-    MailFileReader& operator=(const MailFileReader&) = delete;
 
     bool isOpen() const { return size_ >= 0; }
     qint64 size() const { return size_; }
@@ -221,17 +215,7 @@ public:
     // the file or on an error.
     qint64 readAt(qint64 offset, void* data, qint64 length) const
     {
-        qint64 done = 0;
-        while (done < length) {
-            const ssize_t got = ::pread(fd_, static_cast<char*>(data) + done, size_t(length - done),
-                                        off_t(offset + done));
-            if (got < 0 && errno == EINTR)
-                continue;
-            if (got <= 0)
-                break;
-            done += got;
-        }
-        return done;
+        return tavmms::readAt(file_.fd, offset, data, length);
     }
 
     // The 16-byte record; a word cut short by the end of the file reads as 0, like the words
@@ -246,7 +230,7 @@ public:
     }
 
 private:
-    int fd_;
+    const tavmms::FileDescriptor file_;
     qint64 size_ = -1;
 };
 

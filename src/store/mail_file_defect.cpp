@@ -1,5 +1,6 @@
 #include "mail_file_defect.h"
 
+#include "file_descriptor.h"
 #include "file_status.h"
 #include "mail_file_io.h"
 
@@ -61,7 +62,7 @@ std::optional<MailFileDefect> mailFileDefect(int directory, const QString& name,
                                              QByteArray* headerBlock)
 {
     // Plain reads of the two parts it needs: a check reads every mail file of the store.
-    const Descriptor file{
+    const FileDescriptor file{
         ::openat(directory, QFile::encodeName(name).constData(), O_RDONLY | O_CLOEXEC)};
     struct stat status {
     };
@@ -71,9 +72,9 @@ std::optional<MailFileDefect> mailFileDefect(int directory, const QString& name,
     if (size < kRecordSize)
         return defect("shorter than its 16-byte record");
     unsigned char bytes[kRecordSize];
-    const ssize_t got = ::pread(file.fd, bytes, sizeof bytes, 0);
-    if (got != ssize_t(sizeof bytes))
-        return unreadable(got < 0 ? errno : EIO);
+    errno = 0;
+    if (readAt(file.fd, 0, bytes, kRecordSize) != kRecordSize)
+        return unreadable(errno != 0 ? errno : EIO);
     const MMS_UTIL_MAILFILE_HEADER_T record = recordOf(bytes);
     const qint64 headerStart = kRecordSize + record.bodyLength;
     if (record.bodyOffset != kRecordSize || record.headerTextOffset != headerStart)
@@ -86,8 +87,9 @@ std::optional<MailFileDefect> mailFileDefect(int directory, const QString& name,
     if (record.reserved >= size)
         return defect("its record does not fit the file");
     QByteArray block(qsizetype(size - headerStart), Qt::Uninitialized);
-    const ssize_t read = ::pread(file.fd, block.data(), size_t(block.size()), off_t(headerStart));
-    if (read < 0)
+    errno = 0;
+    const qint64 read = readAt(file.fd, headerStart, block.data(), block.size());
+    if (read < block.size() && errno != 0)
         return unreadable(errno);
     block.truncate(qsizetype(read));
     const bool whole = isWholeHeaderBlock(block);

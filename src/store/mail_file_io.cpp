@@ -1,5 +1,6 @@
 #include "mail_file_io.h"
 
+#include "file_descriptor.h"
 #include "file_status.h"
 
 #include "filesync.h"
@@ -84,12 +85,6 @@ QString firstDifference(const QByteArray& written, const QByteArray& read)
 
 } // namespace
 
-Descriptor::~Descriptor()
-{
-    if (fd >= 0)
-        ::close(fd);
-}
-
 QByteArray headerBlock(MMS_UTIL_MsgHeaderBase& header)
 {
     QByteArray block;
@@ -158,7 +153,8 @@ Status saveNewMailFile(const QString& path, const QByteArray& block, const QByte
     putWord(record + 8, 16);
     putWord(record + 12, quint32(body.size()));
 
-    Descriptor file{::open(temporary.constData(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0644)};
+    FileDescriptor file{
+        ::open(temporary.constData(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0644)};
     if (file.fd < 0)
         return fileFailure(what, errno);
     iovec parts[] = {{record, sizeof record},

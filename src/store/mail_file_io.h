@@ -18,14 +18,6 @@
 namespace tavmms::store
 {
 
-// A file descriptor, closed when it goes.
-struct Descriptor {
-    int fd;
-    ~Descriptor();
-    Descriptor(const Descriptor&) = delete;
-    Descriptor& operator=(const Descriptor&) = delete;
-};
-
 // The header text block of `header`, as a mail file holds it.
 QByteArray headerBlock(MMS_UTIL_MsgHeaderBase& header);
 

@@ -1,5 +1,6 @@
 #include "message_store_check.h"
 
+#include "file_descriptor.h"
 #include "file_status.h"
 #include "header_row.h"
 #include "index_rows.h"
@@ -121,8 +122,8 @@ Status readDirectory(CheckReport* report, Store* store, bool* missing)
         return Status::failure(ErrorCode::Failed,
                                QStringLiteral("cannot read the mail file directory '%1': %2")
                                    .arg(report->directory, errnoText(error)));
-    const Descriptor directory{::open(QFile::encodeName(report->directory).constData(),
-                                      O_RDONLY | O_DIRECTORY | O_CLOEXEC)};
+    const FileDescriptor directory{::open(QFile::encodeName(report->directory).constData(),
+                                          O_RDONLY | O_DIRECTORY | O_CLOEXEC)};
     for (const DirectoryEntry& entry : entries)
         addEntry(report, store, directory.fd, entry);
     // The messages go by id; the other names are listed by name.

@@ -1,0 +1,57 @@
+// The plain reads the mail file readers make: at an offset, whole unless the file ends or fails.
+
+#include "file_descriptor.h"
+
+#include <gtest/gtest.h>
+
+#include <QTemporaryFile>
+
+#include <cerrno>
+#include <fcntl.h>
+#include <unistd.h>
+
+namespace
+{
+
+TEST(FileDescriptorTest, ReadsAtAnOffsetAndShortOnlyAtTheEnd)
+{
+    QTemporaryFile file;
+    ASSERT_TRUE(file.open());
+    ASSERT_EQ(file.write("0123456789"), 10);
+    ASSERT_TRUE(file.flush());
+    const tavmms::FileDescriptor fd{
+        ::open(QFile::encodeName(file.fileName()).constData(), O_RDONLY | O_CLOEXEC)};
+    ASSERT_GE(fd.fd, 0);
+    char bytes[8] = {};
+    EXPECT_EQ(tavmms::readAt(fd.fd, 2, bytes, 4), 4);
+    EXPECT_EQ(QByteArray(bytes, 4), QByteArray("2345"));
+    EXPECT_EQ(tavmms::readAt(fd.fd, 7, bytes, 8), 3);
+    EXPECT_EQ(QByteArray(bytes, 3), QByteArray("789"));
+    EXPECT_EQ(tavmms::readAt(fd.fd, 10, bytes, 8), 0);
+}
+
+TEST(FileDescriptorTest, AFailedReadGivesWhatWasReadWithErrnoSet)
+{
+    int pipeEnds[2];
+    ASSERT_EQ(::pipe(pipeEnds), 0);
+    const tavmms::FileDescriptor in{pipeEnds[0]};
+    const tavmms::FileDescriptor out{pipeEnds[1]};
+    char byte = 0;
+    errno = 0;
+    EXPECT_EQ(tavmms::readAt(in.fd, 0, &byte, 1), 0);
+    EXPECT_EQ(errno, ESPIPE);
+}
+
+TEST(FileDescriptorTest, ClosesItsDescriptorWhenItGoes)
+{
+    int pipeEnds[2];
+    ASSERT_EQ(::pipe(pipeEnds), 0);
+    const tavmms::FileDescriptor out{pipeEnds[1]};
+    {
+        const tavmms::FileDescriptor in{pipeEnds[0]};
+    }
+    EXPECT_EQ(::fcntl(pipeEnds[0], F_GETFD), -1);
+    EXPECT_EQ(errno, EBADF);
+}
+
+} // namespace
