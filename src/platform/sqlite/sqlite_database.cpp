@@ -2,6 +2,7 @@
 
 #include "platform_dir.h"
 #include "sqlconnection.h"
+#include "sqlite_handles.h"
 
 #include <QByteArray>
 
@@ -16,6 +17,7 @@
 namespace tavplatform
 {
 
+using devicedb::Handles;
 using sql::Status;
 
 namespace
@@ -427,29 +429,12 @@ struct SqliteDatabase::Impl {
     int openFailure = DB_OK; // why the file could not be opened, when it could not
     // The schema of each table opened so far, by name, with what was checked and made for it.
     std::map<QByteArray, std::shared_ptr<Table>> schemas;
-    std::map<void*, std::shared_ptr<Table>> tables;
-    std::map<void*, std::shared_ptr<Layout>> binds;
-    std::map<void*, Txn> txns;
+    Handles<std::shared_ptr<Table>> tables;
+    Handles<std::shared_ptr<Layout>> binds;
+    Handles<Txn> txns;
     std::vector<void*> txnStack;
-    std::map<void*, Cursor> cursors;
-    std::map<void*, Term> terms;
-
-    // Handles are serial numbers, never addresses, and never reused within the process, not even
-    // by another database object: a stale, forged or foreign handle is simply not found.
-    static void* newHandle()
-    {
-        static quintptr serial = 0x7a00;
-        return reinterpret_cast<void*>(++serial);
-    }
-
-    // Registers `value` under a new handle, which is given out only once registered: when memory
-    // runs out, the caller's location is left as it was.
-    template <typename Value> static void* registered(std::map<void*, Value>& handles, Value value)
-    {
-        void* handle = newHandle();
-        handles.emplace(handle, std::move(value));
-        return handle;
-    }
+    Handles<Cursor> cursors;
+    Handles<Term> terms;
 
     void* dbHandle() { return this; }
 
@@ -566,7 +551,7 @@ struct SqliteDatabase::Impl {
                 return r;
             known = table.layouts.insert_or_assign(function, std::move(layout)).first;
         }
-        *handle = registered(binds, known->second);
+        *handle = binds.add(known->second);
         return DB_OK;
     }
 
@@ -575,7 +560,7 @@ struct SqliteDatabase::Impl {
     {
         if (!txn)
             return DB_ERR_NULL_HANDLE;
-        if (!txns.count(txn))
+        if (!txns.contains(txn))
             return DB_ERR_INVALID_HANDLE;
         if (txnStack.back() != txn)
             return DB_ERR_TXN_ORDER;
@@ -594,14 +579,14 @@ struct SqliteDatabase::Impl {
             return DB_ERR_NULL_HANDLE;
         if (const int r = checkCurrentTxn(txn))
             return r;
-        auto tableIt = tables.find(table);
-        auto bindIt = binds.find(bind);
-        if (tableIt == tables.end() || bindIt == binds.end())
+        std::shared_ptr<Table>* opened = tables.find(table);
+        std::shared_ptr<Layout>* bound = binds.find(bind);
+        if (!opened || !bound)
             return DB_ERR_INVALID_HANDLE;
-        if (bindIt->second->table != tableIt->second->name)
+        if ((*bound)->table != (*opened)->name)
             return DB_ERR_BIND_MISMATCH;
-        *t = tableIt->second.get();
-        *b = bindIt->second.get();
+        *t = opened->get();
+        *b = bound->get();
         return DB_OK;
     }
 
@@ -675,12 +660,12 @@ struct SqliteDatabase::Impl {
     {
         if (!handle)
             return DB_ERR_NULL_HANDLE;
-        auto it = cursors.find(handle);
-        if (it == cursors.end() || !txns.count(it->second.txn))
+        Cursor* found = cursors.find(handle);
+        if (!found || !txns.contains(found->txn))
             return DB_ERR_INVALID_HANDLE;
         if (rolledBack())
             return DB_ERR_TXN_ROLLED_BACK;
-        *cursor = &it->second;
+        *cursor = found;
         return DB_OK;
     }
 
@@ -847,42 +832,38 @@ int SqliteDatabase::tableOpen(void* db, void** table, const char* name)
     std::shared_ptr<Table> loaded;
     if (const int result = d->loadTable(QByteArray(name), &loaded))
         return result;
-    *table = d->registered(d->tables, std::move(loaded));
+    *table = d->tables.add(std::move(loaded));
     return DB_OK;
 }
 
 int SqliteDatabase::tableClose(void* table)
 {
-    if (!table)
-        return DB_ERR_NULL_HANDLE;
-    return d->tables.erase(table) ? DB_OK : DB_ERR_INVALID_HANDLE;
+    return d->tables.close(table);
 }
 
 int SqliteDatabase::bindToTable(void* table, DB_BIND_FUNC_T bind, void** handle)
 {
     if (!table)
         return DB_ERR_NULL_HANDLE;
-    auto it = d->tables.find(table);
-    if (it == d->tables.end())
+    std::shared_ptr<Table>* opened = d->tables.find(table);
+    if (!opened)
         return DB_ERR_INVALID_HANDLE;
-    return d->makeBind(*it->second, bind, handle);
+    return d->makeBind(**opened, bind, handle);
 }
 
 int SqliteDatabase::bindToCursor(void* cursor, DB_BIND_FUNC_T bind, void** handle)
 {
     if (!cursor)
         return DB_ERR_NULL_HANDLE;
-    auto it = d->cursors.find(cursor);
-    if (it == d->cursors.end())
+    Cursor* c = d->cursors.find(cursor);
+    if (!c)
         return DB_ERR_INVALID_HANDLE;
-    return d->makeBind(*it->second.table, bind, handle);
+    return d->makeBind(*c->table, bind, handle);
 }
 
 int SqliteDatabase::closeBind(void* handle)
 {
-    if (!handle)
-        return DB_ERR_NULL_HANDLE;
-    return d->binds.erase(handle) ? DB_OK : DB_ERR_INVALID_HANDLE;
+    return d->binds.close(handle);
 }
 
 int SqliteDatabase::txnBegin(void** txn, int flags)
@@ -892,7 +873,7 @@ int SqliteDatabase::txnBegin(void** txn, int flags)
     if (flags != 0)
         return DB_ERR_INVALID_ARGUMENT;
     // Overwriting a location that holds an open transaction would lose it, and its changes.
-    if (d->txns.count(*txn))
+    if (d->txns.contains(*txn))
         return DB_ERR_TXN_ACTIVE;
     if (!getNativeDB())
         return d->openFailure;
@@ -904,7 +885,7 @@ int SqliteDatabase::txnBegin(void** txn, int flags)
     // out.
     d->txnStack.reserve(d->txnStack.size() + 1);
     const auto unregister = [this](void* handle) { d->txns.erase(handle); };
-    std::unique_ptr<void, decltype(unregister)> pending(d->registered(d->txns, entry), unregister);
+    std::unique_ptr<void, decltype(unregister)> pending(d->txns.add(entry), unregister);
     const Status status =
         entry.depth == 0 ? d->connection->execCached(kBegin)
                          : d->connection->execCached("SAVEPOINT " + savepointName(entry.depth));
@@ -919,7 +900,7 @@ int SqliteDatabase::txnCommit(void* txn)
 {
     if (const int r = d->checkCurrentTxn(txn))
         return r;
-    const Txn& entry = d->txns.at(txn);
+    const Txn& entry = *d->txns.find(txn);
     const Status status = entry.depth == 0
                               ? d->connection->execCached(kCommit)
                               : d->connection->execCached("RELEASE " + savepointName(entry.depth));
@@ -934,7 +915,7 @@ int SqliteDatabase::txnAbort(void* txn)
 {
     if (const int r = d->checkCurrentTxn(txn); r != DB_OK && r != DB_ERR_TXN_ROLLED_BACK)
         return r;
-    const Txn& entry = d->txns.at(txn);
+    const Txn& entry = *d->txns.find(txn);
     Status status = Status::Ok;
     if (d->rolledBack()) {
         // The engine has undone everything already.
@@ -1004,10 +985,10 @@ int SqliteDatabase::tableDelete(void* txn, void* table, unsigned int id)
         return DB_ERR_NULL_HANDLE;
     if (const int r = d->checkCurrentTxn(txn))
         return r;
-    auto it = d->tables.find(table);
-    if (it == d->tables.end())
+    std::shared_ptr<Table>* opened = d->tables.find(table);
+    if (!opened)
         return DB_ERR_INVALID_HANDLE;
-    return d->deleteRow(*it->second, id);
+    return d->deleteRow(**opened, id);
 }
 
 int SqliteDatabase::tableFetchRecord(void* txn, void* table, unsigned int id, void* record,
@@ -1049,29 +1030,26 @@ int SqliteDatabase::cursorOpen(void* txn, void** table, int order, const char* f
 {
     if (!txn || !table || !*table || !field || !cursor)
         return DB_ERR_NULL_HANDLE;
-    if (!d->txns.count(txn))
+    if (!d->txns.contains(txn))
         return DB_ERR_INVALID_HANDLE;
-    auto it = d->tables.find(*table);
-    if (it == d->tables.end())
+    std::shared_ptr<Table>* opened = d->tables.find(*table);
+    if (!opened)
         return DB_ERR_INVALID_HANDLE;
     if (order != DB_CURSOR_ASCENDING && order != DB_CURSOR_DESCENDING)
         return DB_ERR_INVALID_ARGUMENT;
     const QByteArray name(field);
-    const Table& opened = *it->second;
-    const int index = opened.fieldIndex(name);
+    const int index = (*opened)->fieldIndex(name);
     // No schema field may be called "id": the name always stands for the record id.
     if (index < 0 && name != "id")
         return DB_ERR_NO_FIELD;
-    const bool textField = index >= 0 && isTextType(opened.fields[size_t(index)].type);
-    *cursor = d->registered(d->cursors, Cursor{it->second, index, order, txn, textField});
+    const bool textField = index >= 0 && isTextType((*opened)->fields[size_t(index)].type);
+    *cursor = d->cursors.add(Cursor{*opened, index, order, txn, textField});
     return DB_OK;
 }
 
 int SqliteDatabase::cursorClose(void* cursor)
 {
-    if (!cursor)
-        return DB_ERR_NULL_HANDLE;
-    return d->cursors.erase(cursor) ? DB_OK : DB_ERR_INVALID_HANDLE;
+    return d->cursors.close(cursor);
 }
 
 int SqliteDatabase::cursorLocate(void* cursor, void* term)
@@ -1081,10 +1059,10 @@ int SqliteDatabase::cursorLocate(void* cursor, void* term)
     Cursor* c;
     if (const int r = d->checkCursor(cursor, &c))
         return r;
-    auto termIt = d->terms.find(term);
-    if (termIt == d->terms.end())
+    const Term* t = d->terms.find(term);
+    if (!t)
         return DB_ERR_INVALID_HANDLE;
-    const auto& conditions = termIt->second.conditions;
+    const auto& conditions = t->conditions;
     std::vector<int> fields;
     for (const auto& condition : conditions) {
         const int index = c->table->fieldIndex(condition.first);
@@ -1120,41 +1098,39 @@ int SqliteDatabase::cursorGetCurrentRecordInfo(void* cursor, unsigned int* id, v
 {
     if (!cursor || !id || !table || !*table)
         return DB_ERR_NULL_HANDLE;
-    auto it = d->cursors.find(cursor);
-    if (it == d->cursors.end())
+    const Cursor* c = d->cursors.find(cursor);
+    if (!c)
         return DB_ERR_INVALID_HANDLE;
-    auto tableIt = d->tables.find(*table);
-    if (tableIt == d->tables.end())
+    const std::shared_ptr<Table>* opened = d->tables.find(*table);
+    if (!opened)
         return DB_ERR_INVALID_HANDLE;
-    if (tableIt->second->name != it->second.table->name)
+    if ((*opened)->name != c->table->name)
         return DB_ERR_INVALID_ARGUMENT;
-    if (!it->second.hasCurrent)
+    if (!c->hasCurrent)
         return DB_ERR_NOT_FOUND;
-    *id = it->second.currentId;
+    *id = c->currentId;
     return DB_OK;
 }
 
 void* SqliteDatabase::termOpen()
 {
-    return d->registered(d->terms, Term{});
+    return d->terms.add(Term{});
 }
 
 int SqliteDatabase::termCharEqual(void* term, const char* field, const char* text)
 {
     if (!term || !field || !text)
         return DB_ERR_NULL_HANDLE;
-    auto it = d->terms.find(term);
-    if (it == d->terms.end())
+    Term* t = d->terms.find(term);
+    if (!t)
         return DB_ERR_INVALID_HANDLE;
-    it->second.conditions.emplace_back(QByteArray(field), QByteArray(text));
+    t->conditions.emplace_back(QByteArray(field), QByteArray(text));
     return DB_OK;
 }
 
 int SqliteDatabase::termClose(void* term)
 {
-    if (!term)
-        return DB_ERR_NULL_HANDLE;
-    return d->terms.erase(term) ? DB_OK : DB_ERR_INVALID_HANDLE;
+    return d->terms.close(term);
 }
 
 } // namespace tavplatform
