@@ -3,6 +3,7 @@
 #include "platform_dir.h"
 #include "sqlconnection.h"
 #include "sqlite_handles.h"
+#include "sqlite_statements.h"
 
 #include <QByteArray>
 
@@ -17,25 +18,11 @@
 namespace tavplatform
 {
 
-using devicedb::Handles;
+using namespace devicedb; // the pieces this class ties together
 using sql::Status;
 
 namespace
 {
-
-// Kept beside the tables: the schema each was created with, field by field.
-const char kCreateSchemaTable[] =
-    "CREATE TABLE IF NOT EXISTS tav_schema (tbl TEXT NOT NULL, idx INTEGER NOT NULL, "
-    "name TEXT NOT NULL, size INTEGER NOT NULL, type INTEGER NOT NULL, flag INTEGER NOT NULL, "
-    "PRIMARY KEY (tbl, idx))";
-const char kSelectTableExists[] = "SELECT 1 FROM tav_schema WHERE tbl = ? LIMIT 1";
-const char kSelectSchema[] =
-    "SELECT name, size, type, flag FROM tav_schema WHERE tbl = ? ORDER BY idx";
-const char kInsertSchemaField[] =
-    "INSERT INTO tav_schema (tbl, idx, name, size, type, flag) VALUES (?, ?, ?, ?, ?, ?)";
-const char kBegin[] = "BEGIN";
-const char kCommit[] = "COMMIT";
-const char kRollback[] = "ROLLBACK";
 
 // Schemas longer than this are taken as missing their terminating entry.
 const int kMaxSchemaFields = 1024;
@@ -53,24 +40,6 @@ struct Field {
     {
         return name == other.name && size == other.size && type == other.type && flag == other.flag;
     }
-};
-
-// A statement kept for reuse, prepared on first use (and its text built only then); the
-// connection owns it.
-class LazyStatement
-{
-public:
-    template <typename MakeText>
-    sql::Statement* get(sql::Connection& connection, MakeText makeText, Status* status)
-    {
-        *status = Status::Ok;
-        if (!statement_)
-            statement_ = connection.cached(makeText(), status);
-        return statement_;
-    }
-
-private:
-    sql::Statement* statement_ = nullptr;
 };
 
 struct BoundField {
@@ -180,31 +149,6 @@ struct Term {
     std::vector<std::pair<QByteArray, QByteArray>> conditions;
 };
 
-int resultOf(Status status)
-{
-    switch (status) {
-    case Status::Ok:
-    case Status::Row:
-        return DB_OK;
-    case Status::Busy:
-        return DB_ERR_BUSY;
-    case Status::Full:
-        return DB_ERR_DISK_FULL;
-    case Status::Corrupt:
-        return DB_ERR_CORRUPT;
-    case Status::IoError:
-        return DB_ERR_IO;
-    case Status::CantOpen:
-        return DB_ERR_CANT_OPEN;
-    case Status::ReadOnly:
-        return DB_ERR_READ_ONLY;
-    case Status::Constraint:
-    case Status::Error:
-        break;
-    }
-    return DB_ERR_INTERNAL;
-}
-
 // Names become SQL identifiers, so only plain ones are taken.
 bool isPlainName(const QByteArray& name)
 {
@@ -215,11 +159,6 @@ bool isPlainName(const QByteArray& name)
             return false;
     }
     return !std::isdigit(static_cast<unsigned char>(name.front()));
-}
-
-std::string quoted(const QByteArray& name)
-{
-    return '"' + name.toStdString() + '"';
 }
 
 unsigned typeOfBindCode(unsigned code)
@@ -450,30 +389,13 @@ struct SqliteDatabase::Impl {
         return openFailure ? openFailure : DB_ERR_NULL_HANDLE;
     }
 
-    sql::Statement* statement(std::string_view text, int* result)
-    {
-        Status status;
-        sql::Statement* s = connection->cached(text, &status);
-        *result = s ? DB_OK : resultOf(status);
-        return s;
-    }
-
-    template <typename MakeText>
-    sql::Statement* statement(LazyStatement& lazy, MakeText makeText, int* result)
-    {
-        Status status;
-        sql::Statement* s = lazy.get(*connection, makeText, &status);
-        *result = s ? DB_OK : resultOf(status);
-        return s;
-    }
-
     // The statement of `lazy` with the record's bound fields as its first parameters; null (with
     // `result`) when it cannot be prepared.
     template <typename MakeText>
     sql::Statement* recordStatement(LazyStatement& lazy, MakeText makeText, const Layout& layout,
                                     const void* record, int* result)
     {
-        sql::Statement* s = statement(lazy, makeText, result);
+        sql::Statement* s = statement(*connection, lazy, makeText, result);
         if (s) {
             const auto* bytes = static_cast<const unsigned char*>(record);
             for (size_t i = 0; i < layout.fields.size(); ++i)
@@ -488,7 +410,7 @@ struct SqliteDatabase::Impl {
     int loadTable(const QByteArray& name, std::shared_ptr<Table>* table)
     {
         int result;
-        sql::Statement* s = statement(kSelectSchema, &result);
+        sql::Statement* s = statement(*connection, kSelectSchema, &result);
         if (!s)
             return result;
         sql::StatementUse use(*s);
@@ -595,8 +517,8 @@ struct SqliteDatabase::Impl {
     {
         int result;
         sql::Statement* s = statement(
-            table.deleteRow, [&] { return "DELETE FROM " + quoted(table.name) + " WHERE id = ?"; },
-            &result);
+            *connection, table.deleteRow,
+            [&] { return "DELETE FROM " + quoted(table.name) + " WHERE id = ?"; }, &result);
         if (!s)
             return result;
         sql::StatementUse use(*s);
@@ -633,7 +555,7 @@ struct SqliteDatabase::Impl {
                     return resultOf(status);
             }
             int result;
-            sql::Statement* s = statement(kInsertSchemaField, &result);
+            sql::Statement* s = statement(*connection, kInsertSchemaField, &result);
             if (!s)
                 return result;
             sql::StatementUse use(*s);
@@ -680,7 +602,7 @@ struct SqliteDatabase::Impl {
         Table& table = *c.table;
         int result;
         sql::Statement* s = statement(
-            table.moves[query], [&] { return moveSql(table, query); }, &result);
+            *connection, table.moves[query], [&] { return moveSql(table, query); }, &result);
         if (!s)
             return result;
         sql::StatementUse use(*s);
@@ -782,7 +704,7 @@ int SqliteDatabase::checkTableExist(void* db, const char* table)
     if (!d->isDb(db) || !table)
         return 0;
     int result;
-    sql::Statement* s = d->statement(kSelectTableExists, &result);
+    sql::Statement* s = statement(*d->connection, kSelectTableExists, &result);
     if (!s)
         return 0;
     sql::StatementUse use(*s);
@@ -1005,8 +927,8 @@ int SqliteDatabase::tableFetchRecord(void* txn, void* table, unsigned int id, vo
             return DB_ERR_INVALID_ARGUMENT;
     }
     int result;
-    sql::Statement* s = d->statement(
-        b->select, [b] { return selectSql(*b); }, &result);
+    sql::Statement* s = statement(
+        *d->connection, b->select, [b] { return selectSql(*b); }, &result);
     if (!s)
         return result;
     sql::StatementUse use(*s);
