@@ -4,6 +4,7 @@
 #include "sqlconnection.h"
 #include "sqlite_handles.h"
 #include "sqlite_statements.h"
+#include "sqlite_transactions.h"
 
 #include <QByteArray>
 
@@ -121,10 +122,6 @@ struct Table {
     {
         return index < 0 ? QByteArray("id") : fields[size_t(index)].name;
     }
-};
-
-struct Txn {
-    int depth; // 0 for the outermost transaction, which the others nest in as savepoints
 };
 
 // The value of a cursor's field in its current record, from which the walk goes on.
@@ -353,12 +350,6 @@ std::string moveSql(const Table& table, const MoveQuery& query)
            direction + ", id" + direction + " LIMIT 1";
 }
 
-// Savepoint names of nested transactions go by depth: only the innermost one is ever ended.
-std::string savepointName(int depth)
-{
-    return "tav_txn_" + std::to_string(depth);
-}
-
 } // namespace
 
 struct SqliteDatabase::Impl {
@@ -370,8 +361,7 @@ struct SqliteDatabase::Impl {
     std::map<QByteArray, std::shared_ptr<Table>> schemas;
     Handles<std::shared_ptr<Table>> tables;
     Handles<std::shared_ptr<Layout>> binds;
-    Handles<Txn> txns;
-    std::vector<void*> txnStack;
+    Transactions txns{connection};
     Handles<Cursor> cursors;
     Handles<Term> terms;
 
@@ -477,29 +467,12 @@ struct SqliteDatabase::Impl {
         return DB_OK;
     }
 
-    // The transaction that statements run in now: it must be open and the innermost one.
-    int checkCurrentTxn(void* txn)
-    {
-        if (!txn)
-            return DB_ERR_NULL_HANDLE;
-        if (!txns.contains(txn))
-            return DB_ERR_INVALID_HANDLE;
-        if (txnStack.back() != txn)
-            return DB_ERR_TXN_ORDER;
-        return rolledBack() ? DB_ERR_TXN_ROLLED_BACK : DB_OK;
-    }
-
-    // The engine rolls a whole transaction back by itself after some failures (a full disk, an
-    // I/O error). Its handles then stand for nothing: a statement run through them would be
-    // committed on its own at once.
-    bool rolledBack() const { return !txnStack.empty() && !connection->inTransaction(); }
-
     // Checks shared by the record operations; the bind must describe the same table.
     int checkRecordCall(void* txn, void* table, void* bind, Table** t, Layout** b)
     {
         if (!table || !bind)
             return DB_ERR_NULL_HANDLE;
-        if (const int r = checkCurrentTxn(txn))
+        if (const int r = txns.checkCurrent(txn))
             return r;
         std::shared_ptr<Table>* opened = tables.find(table);
         std::shared_ptr<Layout>* bound = binds.find(bind);
@@ -571,21 +544,15 @@ struct SqliteDatabase::Impl {
         return resultOf(transaction.commit());
     }
 
-    void endTxn(void* txn)
-    {
-        txns.erase(txn);
-        txnStack.pop_back();
-    }
-
     // The cursor at `handle`, whose transaction must still be open and not rolled back.
     int checkCursor(void* handle, Cursor** cursor)
     {
         if (!handle)
             return DB_ERR_NULL_HANDLE;
         Cursor* found = cursors.find(handle);
-        if (!found || !txns.contains(found->txn))
+        if (!found || !txns.isOpen(found->txn))
             return DB_ERR_INVALID_HANDLE;
-        if (rolledBack())
+        if (txns.rolledBack())
             return DB_ERR_TXN_ROLLED_BACK;
         *cursor = found;
         return DB_OK;
@@ -795,62 +762,21 @@ int SqliteDatabase::txnBegin(void** txn, int flags)
     if (flags != 0)
         return DB_ERR_INVALID_ARGUMENT;
     // Overwriting a location that holds an open transaction would lose it, and its changes.
-    if (d->txns.contains(*txn))
+    if (d->txns.isOpen(*txn))
         return DB_ERR_TXN_ACTIVE;
     if (!getNativeDB())
         return d->openFailure;
-    if (d->rolledBack())
-        return DB_ERR_TXN_ROLLED_BACK;
-    const Txn entry{int(d->txnStack.size())};
-    // The handle is made before the engine begins: a transaction begun without one could never
-    // be ended, and every later DB_TXN_Begin would fail. Until then it is taken back on any way
-    // out.
-    d->txnStack.reserve(d->txnStack.size() + 1);
-    const auto unregister = [this](void* handle) { d->txns.erase(handle); };
-    std::unique_ptr<void, decltype(unregister)> pending(d->txns.add(entry), unregister);
-    const Status status =
-        entry.depth == 0 ? d->connection->execCached(kBegin)
-                         : d->connection->execCached("SAVEPOINT " + savepointName(entry.depth));
-    if (status != Status::Ok)
-        return resultOf(status);
-    d->txnStack.push_back(pending.get()); // cannot throw: the room is reserved
-    *txn = pending.release();
-    return DB_OK;
+    return d->txns.begin(txn);
 }
 
 int SqliteDatabase::txnCommit(void* txn)
 {
-    if (const int r = d->checkCurrentTxn(txn))
-        return r;
-    const Txn& entry = *d->txns.find(txn);
-    const Status status = entry.depth == 0
-                              ? d->connection->execCached(kCommit)
-                              : d->connection->execCached("RELEASE " + savepointName(entry.depth));
-    // A transaction that failed to commit is left for DB_TXN_Abort to end, whether or not the
-    // engine has rolled it back already.
-    if (status == Status::Ok)
-        d->endTxn(txn);
-    return resultOf(status);
+    return d->txns.commit(txn);
 }
 
 int SqliteDatabase::txnAbort(void* txn)
 {
-    if (const int r = d->checkCurrentTxn(txn); r != DB_OK && r != DB_ERR_TXN_ROLLED_BACK)
-        return r;
-    const Txn& entry = *d->txns.find(txn);
-    Status status = Status::Ok;
-    if (d->rolledBack()) {
-        // The engine has undone everything already.
-    } else if (entry.depth == 0) {
-        status = d->connection->execCached(kRollback);
-    } else {
-        const std::string savepoint = savepointName(entry.depth);
-        status = d->connection->execCached("ROLLBACK TO " + savepoint);
-        if (status == Status::Ok)
-            status = d->connection->execCached("RELEASE " + savepoint);
-    }
-    d->endTxn(txn);
-    return resultOf(status);
+    return d->txns.abort(txn);
 }
 
 int SqliteDatabase::tableInsert(void* txn, void* table, void* record, void* bind, unsigned int* id)
@@ -905,7 +831,7 @@ int SqliteDatabase::tableDelete(void* txn, void* table, unsigned int id)
 {
     if (!table)
         return DB_ERR_NULL_HANDLE;
-    if (const int r = d->checkCurrentTxn(txn))
+    if (const int r = d->txns.checkCurrent(txn))
         return r;
     std::shared_ptr<Table>* opened = d->tables.find(table);
     if (!opened)
@@ -952,7 +878,7 @@ int SqliteDatabase::cursorOpen(void* txn, void** table, int order, const char* f
 {
     if (!txn || !table || !*table || !field || !cursor)
         return DB_ERR_NULL_HANDLE;
-    if (!d->txns.contains(txn))
+    if (!d->txns.isOpen(txn))
         return DB_ERR_INVALID_HANDLE;
     std::shared_ptr<Table>* opened = d->tables.find(*table);
     if (!opened)
