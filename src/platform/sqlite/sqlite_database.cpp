@@ -2,7 +2,9 @@
 
 #include "platform_dir.h"
 #include "sqlconnection.h"
+#include "sqlite_cursors.h"
 #include "sqlite_handles.h"
+#include "sqlite_record_codec.h"
 #include "sqlite_statements.h"
 #include "sqlite_transactions.h"
 
@@ -25,105 +27,6 @@ using sql::Status;
 namespace
 {
 
-// Schemas longer than this are taken as missing their terminating entry.
-const int kMaxSchemaFields = 1024;
-// All bits set is what lookups answer for "no record" (MMS_UTIL_DBTable::findMsgURI among them),
-// so no record may have that id.
-const qint64 kMaxRecordId = 0xFFFFFFFELL;
-
-struct Field {
-    QByteArray name;
-    unsigned size;
-    unsigned type;
-    unsigned flag;
-
-    bool operator==(const Field& other) const
-    {
-        return name == other.name && size == other.size && type == other.type && flag == other.flag;
-    }
-};
-
-struct BoundField {
-    QByteArray name;
-    unsigned code;
-    unsigned offset;
-    unsigned size;
-};
-
-// A binding checked against a table's schema, with the statements that write and read its
-// fields. Every bind handle of the same binding shares it.
-struct Layout {
-    QByteArray table;
-    std::vector<DB_BIND_T> entries; // the binding as it was checked
-    std::vector<BoundField> fields;
-    LazyStatement insert;
-    LazyStatement update;
-    LazyStatement select;
-
-    // True when `bound` is the binding that was checked. Names are compared by address: a
-    // binding's names are constant texts.
-    bool checked(const DB_BIND_T* bound, unsigned count) const
-    {
-        return std::equal(entries.begin(), entries.end(), bound, bound + count,
-                          [](const DB_BIND_T& a, const DB_BIND_T& b) {
-                              return a.name == b.name && a.code == b.code && a.offset == b.offset &&
-                                     a.size == b.size;
-                          });
-    }
-
-    int boundIndex(const QByteArray& field) const
-    {
-        for (size_t i = 0; i < fields.size(); ++i) {
-            if (fields[i].name == field)
-                return int(i);
-        }
-        return -1;
-    }
-};
-
-// The look-ups that move a cursor. NullAfter, NotNull, SameKeyAfter, KeyAfter and Null go on from
-// the cursor's current record (see moveNext()).
-enum class Move { First, Locate, NullAfter, NotNull, SameKeyAfter, KeyAfter, Null };
-
-// What a cursor move's statement depends on.
-struct MoveQuery {
-    int field; // the cursor's field, -1 for the record id
-    int order;
-    Move move;
-    std::vector<int> conditions; // the fields a locate compares
-
-    bool operator<(const MoveQuery& other) const
-    {
-        return std::tie(field, order, move, conditions) <
-               std::tie(other.field, other.order, other.move, other.conditions);
-    }
-};
-
-// A table's schema as it was loaded, shared by every handle and cursor of the table, with the
-// bindings checked against it and the statements made for it.
-struct Table {
-    QByteArray name;
-    std::vector<Field> fields;
-    std::map<DB_BIND_FUNC_T, std::shared_ptr<Layout>> layouts; // by the function that gave them
-    std::map<MoveQuery, LazyStatement> moves;
-    LazyStatement deleteRow;
-
-    int fieldIndex(const QByteArray& field) const
-    {
-        for (size_t i = 0; i < fields.size(); ++i) {
-            if (fields[i].name == field)
-                return int(i);
-        }
-        return -1;
-    }
-
-    // The name of field `index` (-1 for the record id).
-    QByteArray fieldName(int index) const
-    {
-        return index < 0 ? QByteArray("id") : fields[size_t(index)].name;
-    }
-};
-
 // The value of a cursor's field in its current record, from which the walk goes on.
 struct Key {
     bool isNull = true;
@@ -145,170 +48,6 @@ struct Cursor {
 struct Term {
     std::vector<std::pair<QByteArray, QByteArray>> conditions;
 };
-
-// Names become SQL identifiers, so only plain ones are taken.
-bool isPlainName(const QByteArray& name)
-{
-    if (name.isEmpty() || name.size() > 31 || name.startsWith("sqlite_") || name.startsWith("tav_"))
-        return false;
-    for (char c : name) {
-        if (!(std::isalnum(static_cast<unsigned char>(c)) || c == '_'))
-            return false;
-    }
-    return !std::isdigit(static_cast<unsigned char>(name.front()));
-}
-
-unsigned typeOfBindCode(unsigned code)
-{
-    switch (code) {
-    case DB_BIND_TIME:
-        return DB_TYPE_TIME;
-    case DB_BIND_INT16:
-        return DB_TYPE_INT16;
-    case DB_BIND_INT32:
-        return DB_TYPE_INT32;
-    case DB_BIND_CHAR_TEXT:
-        return DB_TYPE_CHAR_TEXT;
-    case DB_BIND_UCS2_TEXT:
-        return DB_TYPE_UCS2_TEXT;
-    default:
-        return 0;
-    }
-}
-
-bool isTextType(unsigned type)
-{
-    return type == DB_TYPE_CHAR_TEXT || type == DB_TYPE_UCS2_TEXT;
-}
-
-// A field's size must fit its type: fixed for numbers, room for the terminator for texts.
-bool sizeFitsType(unsigned type, unsigned size)
-{
-    switch (type) {
-    case DB_TYPE_TIME:
-    case DB_TYPE_INT32:
-        return size == 4;
-    case DB_TYPE_INT16:
-        return size == 2;
-    case DB_TYPE_CHAR_TEXT:
-        return size >= 1;
-    case DB_TYPE_UCS2_TEXT:
-        return size >= 2 && size % 2 == 0;
-    default:
-        return false;
-    }
-}
-
-// 16-bit texts hold their units high byte first in memory.
-unsigned short loadUnit(const unsigned char* p)
-{
-    return static_cast<unsigned short>(p[0] << 8 | p[1]);
-}
-
-void storeUnit(unsigned char* p, char16_t unit)
-{
-    p[0] = static_cast<unsigned char>(unit >> 8);
-    p[1] = static_cast<unsigned char>(unit & 0xFF);
-}
-
-void bindValue(sql::Statement& statement, int index, const BoundField& field,
-               const unsigned char* record)
-{
-    const unsigned char* p = record + field.offset;
-    switch (field.code) {
-    case DB_BIND_CHAR_TEXT: {
-        const auto* text = reinterpret_cast<const char*>(p);
-        statement.bindText(index, QByteArray(text, qsizetype(qstrnlen(text, field.size))));
-        break;
-    }
-    case DB_BIND_UCS2_TEXT: {
-        QString text;
-        for (unsigned i = 0; 2 * i + 1 < field.size; ++i) {
-            const unsigned short unit = loadUnit(p + 2 * i);
-            if (unit == 0)
-                break;
-            text.append(QChar(unit));
-        }
-        statement.bindText(index, text.toUtf8());
-        break;
-    }
-    case DB_BIND_INT16: {
-        quint16 value;
-        std::memcpy(&value, p, sizeof value);
-        statement.bindInt(index, value);
-        break;
-    }
-    default: { // time and 32-bit integers
-        quint32 value;
-        std::memcpy(&value, p, sizeof value);
-        statement.bindInt(index, value);
-        break;
-    }
-    }
-}
-
-// Writes a fetched value into its (already zeroed) place in the record.
-void storeValue(const sql::Statement& statement, int column, const BoundField& field,
-                unsigned char* record)
-{
-    unsigned char* p = record + field.offset;
-    switch (field.code) {
-    case DB_BIND_CHAR_TEXT: {
-        const QByteArray text = statement.columnText(column);
-        std::memcpy(p, text.constData(), qMin<size_t>(size_t(text.size()), field.size - 1));
-        break;
-    }
-    case DB_BIND_UCS2_TEXT: {
-        const QString text = QString::fromUtf8(statement.columnText(column));
-        qsizetype units = qMin<qsizetype>(text.size(), field.size / 2 - 1);
-        // Never keep half of a surrogate pair at the cut.
-        if (units > 0 && units < text.size() && text.at(units - 1).isHighSurrogate())
-            --units;
-        for (qsizetype i = 0; i < units; ++i)
-            storeUnit(p + 2 * i, text.at(i).unicode());
-        break;
-    }
-    case DB_BIND_INT16: {
-        const auto value = static_cast<quint16>(statement.columnInt(column));
-        std::memcpy(p, &value, sizeof value);
-        break;
-    }
-    default: {
-        const auto value = static_cast<quint32>(statement.columnInt(column));
-        std::memcpy(p, &value, sizeof value);
-        break;
-    }
-    }
-}
-
-// The statements of a binding, on the fields it binds.
-std::string insertSql(const Layout& layout)
-{
-    std::string columns, placeholders;
-    for (const BoundField& field : layout.fields) {
-        const char* separator = columns.empty() ? "" : ", ";
-        columns += separator + quoted(field.name);
-        placeholders += std::string(separator) + "?";
-    }
-    return "INSERT INTO " + quoted(layout.table) + " (" + columns + ") VALUES (" + placeholders +
-           ")";
-}
-
-std::string updateSql(const Layout& layout)
-{
-    std::string assignments;
-    for (const BoundField& field : layout.fields)
-        assignments += (assignments.empty() ? "" : ", ") + quoted(field.name) + " = ?";
-    return "UPDATE " + quoted(layout.table) + " SET " + assignments + " WHERE id = ?";
-}
-
-std::string selectSql(const Layout& layout)
-{
-    std::string columns;
-    for (const BoundField& field : layout.fields)
-        columns += (columns.empty() ? "" : ", ") + quoted(field.name);
-    return "SELECT " + columns + " FROM " + quoted(layout.table) + " WHERE id = ?";
-}
 
 // The statement of a cursor move: the id and field value of the first record, in the cursor's
 // order, that the move's condition leaves.
@@ -379,91 +118,15 @@ struct SqliteDatabase::Impl {
         return openFailure ? openFailure : DB_ERR_NULL_HANDLE;
     }
 
-    // The statement of `lazy` with the record's bound fields as its first parameters; null (with
-    // `result`) when it cannot be prepared.
-    template <typename MakeText>
-    sql::Statement* recordStatement(LazyStatement& lazy, MakeText makeText, const Layout& layout,
-                                    const void* record, int* result)
-    {
-        sql::Statement* s = statement(*connection, lazy, makeText, result);
-        if (s) {
-            const auto* bytes = static_cast<const unsigned char*>(record);
-            for (size_t i = 0; i < layout.fields.size(); ++i)
-                bindValue(*s, int(i) + 1, layout.fields[i], bytes);
-        }
-        return s;
-    }
-
-    // The schema of table `name` as the database holds it now. The one loaded before is kept,
-    // with its checked bindings and statements, while it is the same; a table made anew with
-    // another schema starts afresh.
-    int loadTable(const QByteArray& name, std::shared_ptr<Table>* table)
-    {
-        int result;
-        sql::Statement* s = statement(*connection, kSelectSchema, &result);
-        if (!s)
-            return result;
-        sql::StatementUse use(*s);
-        use->bindText(1, name);
-        std::vector<Field> fields;
-        Status status;
-        while ((status = use->step()) == Status::Row) {
-            fields.push_back({use->columnText(0), unsigned(use->columnInt(1)),
-                              unsigned(use->columnInt(2)), unsigned(use->columnInt(3))});
-        }
-        if (status != Status::Ok)
-            return resultOf(status);
-        if (fields.empty())
-            return DB_ERR_NO_TABLE;
-        std::shared_ptr<Table>& known = schemas[name];
-        if (!known || known->fields != fields)
-            known = std::make_shared<Table>(Table{name, std::move(fields), {}, {}, {}});
-        *table = known;
-        return DB_OK;
-    }
-
-    // Checks each binding entry against the table's schema.
-    static int checkBinding(const Table& table, const DB_BIND_T* entries, unsigned count,
-                            std::shared_ptr<Layout>* layout)
-    {
-        auto checked = std::make_shared<Layout>();
-        checked->table = table.name;
-        for (unsigned i = 0; i < count; ++i) {
-            const DB_BIND_T& entry = entries[i];
-            if (!entry.name)
-                return DB_ERR_BIND_MISMATCH;
-            const int index = table.fieldIndex(QByteArray(entry.name));
-            if (index < 0)
-                return DB_ERR_BIND_MISMATCH;
-            const Field& field = table.fields[size_t(index)];
-            if (typeOfBindCode(entry.code) != field.type || entry.size != field.size ||
-                checked->boundIndex(field.name) >= 0)
-                return DB_ERR_BIND_MISMATCH;
-            checked->fields.push_back({field.name, entry.code, entry.offset, entry.size});
-        }
-        checked->entries.assign(entries, entries + count);
-        *layout = std::move(checked);
-        return DB_OK;
-    }
-
-    // A handle of the binding `function` gives: checked the first time, and again whenever the
-    // entries differ from those checked.
+    // A handle of the binding `function` gives.
     int makeBind(Table& table, DB_BIND_FUNC_T function, void** handle)
     {
         if (!function || !handle)
             return DB_ERR_NULL_HANDLE;
-        unsigned count = 0;
-        const DB_BIND_T* entries = function(&count);
-        if (!entries || count == 0)
-            return DB_ERR_INVALID_ARGUMENT;
-        auto known = table.layouts.find(function);
-        if (known == table.layouts.end() || !known->second->checked(entries, count)) {
-            std::shared_ptr<Layout> layout;
-            if (const int r = checkBinding(table, entries, count, &layout))
-                return r;
-            known = table.layouts.insert_or_assign(function, std::move(layout)).first;
-        }
-        *handle = binds.add(known->second);
+        std::shared_ptr<Layout> layout;
+        if (const int r = layoutOf(table, function, &layout))
+            return r;
+        *handle = binds.add(std::move(layout));
         return DB_OK;
     }
 
@@ -483,65 +146,6 @@ struct SqliteDatabase::Impl {
         *t = opened->get();
         *b = bound->get();
         return DB_OK;
-    }
-
-    // Deletes row `id`; DB_ERR_NOT_FOUND when there is none.
-    int deleteRow(Table& table, qint64 id)
-    {
-        int result;
-        sql::Statement* s = statement(
-            *connection, table.deleteRow,
-            [&] { return "DELETE FROM " + quoted(table.name) + " WHERE id = ?"; }, &result);
-        if (!s)
-            return result;
-        sql::StatementUse use(*s);
-        use->bindInt(1, id);
-        if (const Status status = use->step(); status != Status::Ok)
-            return resultOf(status);
-        return connection->changes() ? DB_OK : DB_ERR_NOT_FOUND;
-    }
-
-    // Makes the table, its indexes and its schema rows, all or nothing.
-    int createTable(const Table& table)
-    {
-        // Ids come from AUTOINCREMENT so that an id is never given twice, even after a delete: mail
-        // files are named after them.
-        std::string create =
-            "CREATE TABLE " + quoted(table.name) + " (id INTEGER PRIMARY KEY AUTOINCREMENT";
-        for (const Field& field : table.fields)
-            create += ", " + quoted(field.name) + (isTextType(field.type) ? " TEXT" : " INTEGER");
-        create += ")";
-
-        sql::ScopedTransaction transaction(*connection);
-        if (const Status status = transaction.begin(); status != Status::Ok)
-            return resultOf(status);
-        if (const Status status = connection->exec(create.c_str()); status != Status::Ok)
-            return resultOf(status);
-        for (size_t i = 0; i < table.fields.size(); ++i) {
-            const Field& field = table.fields[i];
-            if (field.flag == 1) {
-                // ':' is in no plain name, so no two tables' index names can meet.
-                const std::string index =
-                    "CREATE INDEX " + quoted("tav_index:" + table.name + ":" + field.name) +
-                    " ON " + quoted(table.name) + " (" + quoted(field.name) + ", id)";
-                if (const Status status = connection->exec(index.c_str()); status != Status::Ok)
-                    return resultOf(status);
-            }
-            int result;
-            sql::Statement* s = statement(*connection, kInsertSchemaField, &result);
-            if (!s)
-                return result;
-            sql::StatementUse use(*s);
-            use->bindText(1, table.name);
-            use->bindInt(2, qint64(i));
-            use->bindText(3, field.name);
-            use->bindInt(4, field.size);
-            use->bindInt(5, field.type);
-            use->bindInt(6, field.flag);
-            if (const Status status = use->step(); status != Status::Ok)
-                return resultOf(status);
-        }
-        return resultOf(transaction.commit());
     }
 
     // The cursor at `handle`, whose transaction must still be open and not rolled back.
@@ -692,20 +296,9 @@ int SqliteDatabase::tableCreate(void* db, const char* table, const DB_SCHEMA_T* 
         return DB_ERR_TABLE_EXISTS;
 
     Table parsed{name, {}, {}, {}, {}};
-    for (int i = 0; schema[i].tag[0] || schema[i].tag[1] || schema[i].tag[2] || schema[i].tag[3];
-         ++i) {
-        const DB_SCHEMA_T& entry = schema[i];
-        const QByteArray fieldName(entry.name, qsizetype(qstrnlen(entry.name, sizeof entry.name)));
-        if (i == kMaxSchemaFields || std::memcmp(entry.tag, "dste", 4) != 0 ||
-            !isPlainName(fieldName) || fieldName == "id" || parsed.fieldIndex(fieldName) >= 0 ||
-            !sizeFitsType(entry.type, entry.size))
-            return DB_ERR_INVALID_ARGUMENT;
-        parsed.fields.push_back({fieldName, entry.size, entry.type, entry.flag});
-    }
-    if (parsed.fields.empty())
-        return DB_ERR_INVALID_ARGUMENT;
-
-    const int result = d->createTable(parsed);
+    if (const int r = readSchema(schema, &parsed))
+        return r;
+    const int result = createTable(*d->connection, parsed);
     // Another process may have made the same table since the check above.
     if (result != DB_OK && checkTableExist(db, table))
         return DB_ERR_TABLE_EXISTS;
@@ -719,7 +312,7 @@ int SqliteDatabase::tableOpen(void* db, void** table, const char* name)
     if (!table || !name)
         return DB_ERR_NULL_HANDLE;
     std::shared_ptr<Table> loaded;
-    if (const int result = d->loadTable(QByteArray(name), &loaded))
+    if (const int result = loadTable(*d->connection, d->schemas, QByteArray(name), &loaded))
         return result;
     *table = d->tables.add(std::move(loaded));
     return DB_OK;
@@ -787,24 +380,7 @@ int SqliteDatabase::tableInsert(void* txn, void* table, void* record, void* bind
         return r;
     if (!record || !id)
         return DB_ERR_NULL_HANDLE;
-    int result;
-    sql::Statement* s = d->recordStatement(
-        b->insert, [b] { return insertSql(*b); }, *b, record, &result);
-    if (!s)
-        return result;
-    {
-        sql::StatementUse use(*s);
-        if (const Status status = use->step(); status != Status::Ok)
-            return resultOf(status);
-    }
-    const qint64 rowId = d->connection->lastInsertRowId();
-    if (rowId > kMaxRecordId) {
-        // Ids are 32-bit; the row that cannot be named is taken out again.
-        d->deleteRow(*t, rowId);
-        return DB_ERR_ID_EXHAUSTED;
-    }
-    *id = unsigned(rowId);
-    return DB_OK;
+    return insertRecord(*d->connection, *t, *b, record, id);
 }
 
 int SqliteDatabase::tableUpdate(void* txn, void* table, unsigned int id, void* record, void* bind)
@@ -815,16 +391,7 @@ int SqliteDatabase::tableUpdate(void* txn, void* table, unsigned int id, void* r
         return r;
     if (!record)
         return DB_ERR_NULL_HANDLE;
-    int result;
-    sql::Statement* s = d->recordStatement(
-        b->update, [b] { return updateSql(*b); }, *b, record, &result);
-    if (!s)
-        return result;
-    sql::StatementUse use(*s);
-    use->bindInt(int(b->fields.size()) + 1, id);
-    if (const Status status = use->step(); status != Status::Ok)
-        return resultOf(status);
-    return d->connection->changes() ? DB_OK : DB_ERR_NOT_FOUND;
+    return updateRecord(*d->connection, *b, id, record);
 }
 
 int SqliteDatabase::tableDelete(void* txn, void* table, unsigned int id)
@@ -836,7 +403,7 @@ int SqliteDatabase::tableDelete(void* txn, void* table, unsigned int id)
     std::shared_ptr<Table>* opened = d->tables.find(table);
     if (!opened)
         return DB_ERR_INVALID_HANDLE;
-    return d->deleteRow(**opened, id);
+    return deleteRecord(*d->connection, **opened, id);
 }
 
 int SqliteDatabase::tableFetchRecord(void* txn, void* table, unsigned int id, void* record,
@@ -848,30 +415,7 @@ int SqliteDatabase::tableFetchRecord(void* txn, void* table, unsigned int id, vo
         return r;
     if (!record)
         return DB_ERR_NULL_HANDLE;
-    for (const BoundField& field : b->fields) {
-        if (quint64(field.offset) + field.size > size)
-            return DB_ERR_INVALID_ARGUMENT;
-    }
-    int result;
-    sql::Statement* s = statement(
-        *d->connection, b->select, [b] { return selectSql(*b); }, &result);
-    if (!s)
-        return result;
-    sql::StatementUse use(*s);
-    use->bindInt(1, id);
-    const Status status = use->step();
-    if (status == Status::Ok)
-        return DB_ERR_NOT_FOUND;
-    if (status != Status::Row)
-        return resultOf(status);
-    auto* bytes = static_cast<unsigned char*>(record);
-    for (size_t i = 0; i < b->fields.size(); ++i) {
-        const BoundField& field = b->fields[i];
-        std::memset(bytes + field.offset, 0, field.size);
-        if (!use->columnIsNull(int(i)))
-            storeValue(*s, int(i), field, bytes);
-    }
-    return DB_OK;
+    return fetchRecord(*d->connection, *b, id, record, size);
 }
 
 int SqliteDatabase::cursorOpen(void* txn, void** table, int order, const char* field, void** cursor)
