@@ -1,6 +1,5 @@
 #include "sqlite_database.h"
 
-#include "platform_dir.h"
 #include "sqlconnection.h"
 #include "sqlite_cursors.h"
 #include "sqlite_handles.h"
@@ -10,86 +9,15 @@
 
 #include <QByteArray>
 
-#include <algorithm>
-#include <cctype>
-#include <cstring>
 #include <map>
-#include <string>
-#include <tuple>
-#include <vector>
+#include <memory>
+#include <utility>
 
 namespace tavplatform
 {
 
 using namespace devicedb; // the pieces this class ties together
 using sql::Status;
-
-namespace
-{
-
-// The value of a cursor's field in its current record, from which the walk goes on.
-struct Key {
-    bool isNull = true;
-    qint64 number = 0;
-    QByteArray text;
-};
-
-struct Cursor {
-    std::shared_ptr<Table> table;
-    int field; // -1 for the record id
-    int order;
-    void* txn;
-    bool textField; // the field holds texts
-    bool hasCurrent = false;
-    unsigned currentId = 0;
-    Key key{};
-};
-
-struct Term {
-    std::vector<std::pair<QByteArray, QByteArray>> conditions;
-};
-
-// The statement of a cursor move: the id and field value of the first record, in the cursor's
-// order, that the move's condition leaves.
-std::string moveSql(const Table& table, const MoveQuery& query)
-{
-    const std::string column = quoted(table.fieldName(query.field));
-    const bool ascending = query.order == DB_CURSOR_ASCENDING;
-    const std::string beyond = ascending ? " > " : " < ";
-    std::string where;
-    switch (query.move) {
-    case Move::First:
-        break;
-    case Move::Locate:
-        for (const int field : query.conditions)
-            where +=
-                (where.empty() ? " WHERE " : " AND ") + quoted(table.fieldName(field)) + " = ?";
-        break;
-    case Move::NullAfter:
-        where = " WHERE " + column + " IS NULL AND id" + beyond + "?";
-        break;
-    case Move::NotNull:
-        where = " WHERE " + column + " IS NOT NULL";
-        break;
-    // Two look-ups where one row-value comparison "(field, id) > (?, ?)" would do: the engine
-    // seeks an index on the field alone for that, and steps through every record of the same
-    // value up to the id, which made a walk through one folder quadratic.
-    case Move::SameKeyAfter:
-        where = " WHERE " + column + " = ? AND id" + beyond + "?";
-        break;
-    case Move::KeyAfter:
-        where = " WHERE " + column + beyond + "?";
-        break;
-    case Move::Null:
-        where = " WHERE " + column + " IS NULL";
-        break;
-    }
-    const char* direction = ascending ? " ASC" : " DESC";
-    return "SELECT id, " + column + " FROM " + quoted(table.name) + where + " ORDER BY " + column +
-           direction + ", id" + direction + " LIMIT 1";
-}
-
-} // namespace
 
 struct SqliteDatabase::Impl {
     QString path;
@@ -160,80 +88,6 @@ struct SqliteDatabase::Impl {
             return DB_ERR_TXN_ROLLED_BACK;
         *cursor = found;
         return DB_OK;
-    }
-
-    // Moves `c` to the first record, in its order, that the look-up `move` finds (whose parameters
-    // `bindParameters` binds); DB_ERR_NOT_FOUND when there is none. Only a found record moves the
-    // cursor: landed() takes it off its record when the whole move found none.
-    template <typename BindParameters>
-    int moveTo(Cursor& c, Move move, BindParameters bindParameters,
-               std::vector<int> conditions = {})
-    {
-        MoveQuery query{c.field, c.order, move, std::move(conditions)};
-        Table& table = *c.table;
-        int result;
-        sql::Statement* s = statement(
-            *connection, table.moves[query], [&] { return moveSql(table, query); }, &result);
-        if (!s)
-            return result;
-        sql::StatementUse use(*s);
-        bindParameters(*s);
-        const Status status = use->step();
-        if (status == Status::Ok)
-            return DB_ERR_NOT_FOUND;
-        if (status != Status::Row)
-            return resultOf(status);
-        // The key is read before anything of the cursor changes: running out of memory reading
-        // it leaves the cursor where it was.
-        Key key{use->columnIsNull(1), c.textField ? 0 : use->columnInt(1),
-                c.textField ? use->columnText(1) : QByteArray()};
-        c.hasCurrent = true;
-        c.currentId = unsigned(use->columnInt(0));
-        c.key = std::move(key);
-        return DB_OK;
-    }
-
-    // The result of a move of `c`: one that found no record leaves the cursor on none, any other
-    // failure leaves it where it was.
-    static int landed(Cursor& c, int result)
-    {
-        if (result == DB_ERR_NOT_FOUND)
-            c.hasCurrent = false;
-        return result;
-    }
-
-    // Moves `c` to the record after its current one. Records without a value in the field come
-    // first in ascending order and last in descending order; comparisons pass over them, so the
-    // walk has a look-up of its own for going through them and for stepping into or out of them.
-    int moveNext(Cursor& c)
-    {
-        const bool ascending = c.order == DB_CURSOR_ASCENDING;
-        const auto noParameters = [](sql::Statement&) {};
-        const Key& key = c.key; // read by the binding, before the move changes it
-        const qint64 id = c.currentId;
-        if (key.isNull) {
-            const int r = moveTo(c, Move::NullAfter, [id](sql::Statement& s) { s.bindInt(1, id); });
-            if (r != DB_ERR_NOT_FOUND || !ascending)
-                return r;
-            return moveTo(c, Move::NotNull, noParameters);
-        }
-        const auto bindKey = [&key, text = c.textField](sql::Statement& s) {
-            if (text)
-                s.bindText(1, key.text);
-            else
-                s.bindInt(1, key.number);
-        };
-        // A walk by id has no other record of the same key.
-        int r = c.field < 0 ? DB_ERR_NOT_FOUND
-                            : moveTo(c, Move::SameKeyAfter, [&bindKey, id](sql::Statement& s) {
-                                  bindKey(s);
-                                  s.bindInt(2, id);
-                              });
-        if (r == DB_ERR_NOT_FOUND)
-            r = moveTo(c, Move::KeyAfter, bindKey);
-        if (r != DB_ERR_NOT_FOUND || ascending)
-            return r;
-        return moveTo(c, Move::Null, noParameters);
     }
 };
 
@@ -454,20 +308,7 @@ int SqliteDatabase::cursorLocate(void* cursor, void* term)
     const Term* t = d->terms.find(term);
     if (!t)
         return DB_ERR_INVALID_HANDLE;
-    const auto& conditions = t->conditions;
-    std::vector<int> fields;
-    for (const auto& condition : conditions) {
-        const int index = c->table->fieldIndex(condition.first);
-        if (index < 0)
-            return DB_ERR_NO_FIELD;
-        fields.push_back(index);
-    }
-    const auto bindTexts = [&conditions](sql::Statement& s) {
-        int index = 1;
-        for (const auto& condition : conditions)
-            s.bindText(index++, condition.second);
-    };
-    return d->landed(*c, d->moveTo(*c, Move::Locate, bindTexts, std::move(fields)));
+    return locate(*d->connection, *c, *t);
 }
 
 int SqliteDatabase::cursorMoveFirst(void* cursor)
@@ -475,7 +316,7 @@ int SqliteDatabase::cursorMoveFirst(void* cursor)
     Cursor* c;
     if (const int r = d->checkCursor(cursor, &c))
         return r;
-    return d->landed(*c, d->moveTo(*c, Move::First, [](sql::Statement&) {}));
+    return moveFirst(*d->connection, *c);
 }
 
 int SqliteDatabase::cursorMoveNext(void* cursor)
@@ -483,7 +324,7 @@ int SqliteDatabase::cursorMoveNext(void* cursor)
     Cursor* c;
     if (const int r = d->checkCursor(cursor, &c))
         return r;
-    return c->hasCurrent ? d->landed(*c, d->moveNext(*c)) : DB_ERR_NOT_FOUND;
+    return moveNext(*d->connection, *c);
 }
 
 int SqliteDatabase::cursorGetCurrentRecordInfo(void* cursor, unsigned int* id, void** table)
