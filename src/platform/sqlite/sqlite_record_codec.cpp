@@ -14,8 +14,6 @@ using sql::Status;
 namespace
 {
 
-// Schemas longer than this are taken as missing their terminating entry.
-const int kMaxSchemaFields = 1024;
 // All bits set is what lookups answer for "no record" (MMS_UTIL_DBTable::findMsgURI among them),
 // so no record may have that id.
 const qint64 kMaxRecordId = 0xFFFFFFFELL;

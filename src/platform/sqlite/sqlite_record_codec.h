@@ -97,6 +97,9 @@ bool isPlainName(const QByteArray& name);
 
 bool isTextType(unsigned type);
 
+// Schemas longer than this are taken as missing their terminating entry.
+inline constexpr int kMaxSchemaFields = 1024;
+
 // Reads `schema`, up to its first entry with a zero tag, into the fields of `table`:
 // DB_ERR_INVALID_ARGUMENT for a schema of no fields or of too many, or with an entry that is not
 // sound (its tag; a name that is not plain, is "id" or is taken; a size that does not fit its
