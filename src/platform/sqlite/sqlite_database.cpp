@@ -1,424 +1,23 @@
 #include "sqlite_database.h"
 
-#include "platform_dir.h"
 #include "sqlconnection.h"
+#include "sqlite_cursors.h"
+#include "sqlite_handles.h"
+#include "sqlite_record_codec.h"
+#include "sqlite_statements.h"
+#include "sqlite_transactions.h"
 
 #include <QByteArray>
 
-#include <algorithm>
-#include <cctype>
-#include <cstring>
 #include <map>
-#include <string>
-#include <tuple>
-#include <vector>
+#include <memory>
+#include <utility>
 
 namespace tavplatform
 {
 
+using namespace devicedb; // the pieces this class ties together
 using sql::Status;
-
-namespace
-{
-
-// Kept beside the tables: the schema each was created with, field by field.
-const char kCreateSchemaTable[] =
-    "CREATE TABLE IF NOT EXISTS tav_schema (tbl TEXT NOT NULL, idx INTEGER NOT NULL, "
-    "name TEXT NOT NULL, size INTEGER NOT NULL, type INTEGER NOT NULL, flag INTEGER NOT NULL, "
-    "PRIMARY KEY (tbl, idx))";
-const char kSelectTableExists[] = "SELECT 1 FROM tav_schema WHERE tbl = ? LIMIT 1";
-const char kSelectSchema[] =
-    "SELECT name, size, type, flag FROM tav_schema WHERE tbl = ? ORDER BY idx";
-const char kInsertSchemaField[] =
-    "INSERT INTO tav_schema (tbl, idx, name, size, type, flag) VALUES (?, ?, ?, ?, ?, ?)";
-const char kBegin[] = "BEGIN";
-const char kCommit[] = "COMMIT";
-const char kRollback[] = "ROLLBACK";
-
-// Schemas longer than this are taken as missing their terminating entry.
-const int kMaxSchemaFields = 1024;
-// All bits set is what lookups answer for "no record" (MMS_UTIL_DBTable::findMsgURI among them),
-// so no record may have that id.
-const qint64 kMaxRecordId = 0xFFFFFFFELL;
-
-struct Field {
-    QByteArray name;
-    unsigned size;
-    unsigned type;
-    unsigned flag;
-
-    bool operator==(const Field& other) const
-    {
-        return name == other.name && size == other.size && type == other.type && flag == other.flag;
-    }
-};
-
-// A statement kept for reuse, prepared on first use (and its text built only then); the
-// connection owns it.
-class LazyStatement
-{
-public:
-    template <typename MakeText>
-    sql::Statement* get(sql::Connection& connection, MakeText makeText, Status* status)
-    {
-        *status = Status::Ok;
-        if (!statement_)
-            statement_ = connection.cached(makeText(), status);
-        return statement_;
-    }
-
-private:
-    sql::Statement* statement_ = nullptr;
-};
-
-struct BoundField {
-    QByteArray name;
-    unsigned code;
-    unsigned offset;
-    unsigned size;
-};
-
-// A binding checked against a table's schema, with the statements that write and read its
-// fields. Every bind handle of the same binding shares it.
-struct Layout {
-    QByteArray table;
-    std::vector<DB_BIND_T> entries; // the binding as it was checked
-    std::vector<BoundField> fields;
-    LazyStatement insert;
-    LazyStatement update;
-    LazyStatement select;
-
-    // True when `bound` is the binding that was checked. Names are compared by address: a
-    // binding's names are constant texts.
-    bool checked(const DB_BIND_T* bound, unsigned count) const
-    {
-        return std::equal(entries.begin(), entries.end(), bound, bound + count,
-                          [](const DB_BIND_T& a, const DB_BIND_T& b) {
-                              return a.name == b.name && a.code == b.code && a.offset == b.offset &&
-                                     a.size == b.size;
-                          });
-    }
-
-    int boundIndex(const QByteArray& field) const
-    {
-        for (size_t i = 0; i < fields.size(); ++i) {
-            if (fields[i].name == field)
-                return int(i);
-        }
-        return -1;
-    }
-};
-
-// The look-ups that move a cursor. NullAfter, NotNull, SameKeyAfter, KeyAfter and Null go on from
-// the cursor's current record (see moveNext()).
-enum class Move { First, Locate, NullAfter, NotNull, SameKeyAfter, KeyAfter, Null };
-
-// What a cursor move's statement depends on.
-struct MoveQuery {
-    int field; // the cursor's field, -1 for the record id
-    int order;
-    Move move;
-    std::vector<int> conditions; // the fields a locate compares
-
-    bool operator<(const MoveQuery& other) const
-    {
-        return std::tie(field, order, move, conditions) <
-               std::tie(other.field, other.order, other.move, other.conditions);
-    }
-};
-
-// A table's schema as it was loaded, shared by every handle and cursor of the table, with the
-// bindings checked against it and the statements made for it.
-struct Table {
-    QByteArray name;
-    std::vector<Field> fields;
-    std::map<DB_BIND_FUNC_T, std::shared_ptr<Layout>> layouts; // by the function that gave them
-    std::map<MoveQuery, LazyStatement> moves;
-    LazyStatement deleteRow;
-
-    int fieldIndex(const QByteArray& field) const
-    {
-        for (size_t i = 0; i < fields.size(); ++i) {
-            if (fields[i].name == field)
-                return int(i);
-        }
-        return -1;
-    }
-
-    // The name of field `index` (-1 for the record id).
-    QByteArray fieldName(int index) const
-    {
-        return index < 0 ? QByteArray("id") : fields[size_t(index)].name;
-    }
-};
-
-struct Txn {
-    int depth; // 0 for the outermost transaction, which the others nest in as savepoints
-};
-
-// The value of a cursor's field in its current record, from which the walk goes on.
-struct Key {
-    bool isNull = true;
-    qint64 number = 0;
-    QByteArray text;
-};
-
-struct Cursor {
-    std::shared_ptr<Table> table;
-    int field; // -1 for the record id
-    int order;
-    void* txn;
-    bool textField; // the field holds texts
-    bool hasCurrent = false;
-    unsigned currentId = 0;
-    Key key{};
-};
-
-struct Term {
-    std::vector<std::pair<QByteArray, QByteArray>> conditions;
-};
-
-int resultOf(Status status)
-{
-    switch (status) {
-    case Status::Ok:
-    case Status::Row:
-        return DB_OK;
-    case Status::Busy:
-        return DB_ERR_BUSY;
-    case Status::Full:
-        return DB_ERR_DISK_FULL;
-    case Status::Corrupt:
-        return DB_ERR_CORRUPT;
-    case Status::IoError:
-        return DB_ERR_IO;
-    case Status::CantOpen:
-        return DB_ERR_CANT_OPEN;
-    case Status::ReadOnly:
-        return DB_ERR_READ_ONLY;
-    case Status::Constraint:
-    case Status::Error:
-        break;
-    }
-    return DB_ERR_INTERNAL;
-}
-
-// Names become SQL identifiers, so only plain ones are taken.
-bool isPlainName(const QByteArray& name)
-{
-    if (name.isEmpty() || name.size() > 31 || name.startsWith("sqlite_") || name.startsWith("tav_"))
-        return false;
-    for (char c : name) {
-        if (!(std::isalnum(static_cast<unsigned char>(c)) || c == '_'))
-            return false;
-    }
-    return !std::isdigit(static_cast<unsigned char>(name.front()));
-}
-
-std::string quoted(const QByteArray& name)
-{
-    return '"' + name.toStdString() + '"';
-}
-
-unsigned typeOfBindCode(unsigned code)
-{
-    switch (code) {
-    case DB_BIND_TIME:
-        return DB_TYPE_TIME;
-    case DB_BIND_INT16:
-        return DB_TYPE_INT16;
-    case DB_BIND_INT32:
-        return DB_TYPE_INT32;
-    case DB_BIND_CHAR_TEXT:
-        return DB_TYPE_CHAR_TEXT;
-    case DB_BIND_UCS2_TEXT:
-        return DB_TYPE_UCS2_TEXT;
-    default:
-        return 0;
-    }
-}
-
-bool isTextType(unsigned type)
-{
-    return type == DB_TYPE_CHAR_TEXT || type == DB_TYPE_UCS2_TEXT;
-}
-
-// A field's size must fit its type: fixed for numbers, room for the terminator for texts.
-bool sizeFitsType(unsigned type, unsigned size)
-{
-    switch (type) {
-    case DB_TYPE_TIME:
-    case DB_TYPE_INT32:
-        return size == 4;
-    case DB_TYPE_INT16:
-        return size == 2;
-    case DB_TYPE_CHAR_TEXT:
-        return size >= 1;
-    case DB_TYPE_UCS2_TEXT:
-        return size >= 2 && size % 2 == 0;
-    default:
-        return false;
-    }
-}
-
-// 16-bit texts hold their units high byte first in memory.
-unsigned short loadUnit(const unsigned char* p)
-{
-    return static_cast<unsigned short>(p[0] << 8 | p[1]);
-}
-
-void storeUnit(unsigned char* p, char16_t unit)
-{
-    p[0] = static_cast<unsigned char>(unit >> 8);
-    p[1] = static_cast<unsigned char>(unit & 0xFF);
-}
-
-void bindValue(sql::Statement& statement, int index, const BoundField& field,
-               const unsigned char* record)
-{
-    const unsigned char* p = record + field.offset;
-    switch (field.code) {
-    case DB_BIND_CHAR_TEXT: {
-        const auto* text = reinterpret_cast<const char*>(p);
-        statement.bindText(index, QByteArray(text, qsizetype(qstrnlen(text, field.size))));
-        break;
-    }
-    case DB_BIND_UCS2_TEXT: {
-        QString text;
-        for (unsigned i = 0; 2 * i + 1 < field.size; ++i) {
-            const unsigned short unit = loadUnit(p + 2 * i);
-            if (unit == 0)
-                break;
-            text.append(QChar(unit));
-        }
-        statement.bindText(index, text.toUtf8());
-        break;
-    }
-    case DB_BIND_INT16: {
-        quint16 value;
-        std::memcpy(&value, p, sizeof value);
-        statement.bindInt(index, value);
-        break;
-    }
-    default: { // time and 32-bit integers
-        quint32 value;
-        std::memcpy(&value, p, sizeof value);
-        statement.bindInt(index, value);
-        break;
-    }
-    }
-}
-
-// Writes a fetched value into its (already zeroed) place in the record.
-void storeValue(const sql::Statement& statement, int column, const BoundField& field,
-                unsigned char* record)
-{
-    unsigned char* p = record + field.offset;
-    switch (field.code) {
-    case DB_BIND_CHAR_TEXT: {
-        const QByteArray text = statement.columnText(column);
-        std::memcpy(p, text.constData(), qMin<size_t>(size_t(text.size()), field.size - 1));
-        break;
-    }
-    case DB_BIND_UCS2_TEXT: {
-        const QString text = QString::fromUtf8(statement.columnText(column));
-        qsizetype units = qMin<qsizetype>(text.size(), field.size / 2 - 1);
-        // Never keep half of a surrogate pair at the cut.
-        if (units > 0 && units < text.size() && text.at(units - 1).isHighSurrogate())
-            --units;
-        for (qsizetype i = 0; i < units; ++i)
-            storeUnit(p + 2 * i, text.at(i).unicode());
-        break;
-    }
-    case DB_BIND_INT16: {
-        const auto value = static_cast<quint16>(statement.columnInt(column));
-        std::memcpy(p, &value, sizeof value);
-        break;
-    }
-    default: {
-        const auto value = static_cast<quint32>(statement.columnInt(column));
-        std::memcpy(p, &value, sizeof value);
-        break;
-    }
-    }
-}
-
-// The statements of a binding, on the fields it binds.
-std::string insertSql(const Layout& layout)
-{
-    std::string columns, placeholders;
-    for (const BoundField& field : layout.fields) {
-        const char* separator = columns.empty() ? "" : ", ";
-        columns += separator + quoted(field.name);
-        placeholders += std::string(separator) + "?";
-    }
-    return "INSERT INTO " + quoted(layout.table) + " (" + columns + ") VALUES (" + placeholders +
-           ")";
-}
-
-std::string updateSql(const Layout& layout)
-{
-    std::string assignments;
-    for (const BoundField& field : layout.fields)
-        assignments += (assignments.empty() ? "" : ", ") + quoted(field.name) + " = ?";
-    return "UPDATE " + quoted(layout.table) + " SET " + assignments + " WHERE id = ?";
-}
-
-std::string selectSql(const Layout& layout)
-{
-    std::string columns;
-    for (const BoundField& field : layout.fields)
-        columns += (columns.empty() ? "" : ", ") + quoted(field.name);
-    return "SELECT " + columns + " FROM " + quoted(layout.table) + " WHERE id = ?";
-}
-
-// The statement of a cursor move: the id and field value of the first record, in the cursor's
-// order, that the move's condition leaves.
-std::string moveSql(const Table& table, const MoveQuery& query)
-{
-    const std::string column = quoted(table.fieldName(query.field));
-    const bool ascending = query.order == DB_CURSOR_ASCENDING;
-    const std::string beyond = ascending ? " > " : " < ";
-    std::string where;
-    switch (query.move) {
-    case Move::First:
-        break;
-    case Move::Locate:
-        for (const int field : query.conditions)
-            where +=
-                (where.empty() ? " WHERE " : " AND ") + quoted(table.fieldName(field)) + " = ?";
-        break;
-    case Move::NullAfter:
-        where = " WHERE " + column + " IS NULL AND id" + beyond + "?";
-        break;
-    case Move::NotNull:
-        where = " WHERE " + column + " IS NOT NULL";
-        break;
-    // Two look-ups where one row-value comparison "(field, id) > (?, ?)" would do: the engine
-    // seeks an index on the field alone for that, and steps through every record of the same
-    // value up to the id, which made a walk through one folder quadratic.
-    case Move::SameKeyAfter:
-        where = " WHERE " + column + " = ? AND id" + beyond + "?";
-        break;
-    case Move::KeyAfter:
-        where = " WHERE " + column + beyond + "?";
-        break;
-    case Move::Null:
-        where = " WHERE " + column + " IS NULL";
-        break;
-    }
-    const char* direction = ascending ? " ASC" : " DESC";
-    return "SELECT id, " + column + " FROM " + quoted(table.name) + where + " ORDER BY " + column +
-           direction + ", id" + direction + " LIMIT 1";
-}
-
-// Savepoint names of nested transactions go by depth: only the innermost one is ever ended.
-std::string savepointName(int depth)
-{
-    return "tav_txn_" + std::to_string(depth);
-}
-
-} // namespace
 
 struct SqliteDatabase::Impl {
     QString path;
@@ -427,29 +26,11 @@ struct SqliteDatabase::Impl {
     int openFailure = DB_OK; // why the file could not be opened, when it could not
     // The schema of each table opened so far, by name, with what was checked and made for it.
     std::map<QByteArray, std::shared_ptr<Table>> schemas;
-    std::map<void*, std::shared_ptr<Table>> tables;
-    std::map<void*, std::shared_ptr<Layout>> binds;
-    std::map<void*, Txn> txns;
-    std::vector<void*> txnStack;
-    std::map<void*, Cursor> cursors;
-    std::map<void*, Term> terms;
-
-    // Handles are serial numbers, never addresses, and never reused within the process, not even
-    // by another database object: a stale, forged or foreign handle is simply not found.
-    static void* newHandle()
-    {
-        static quintptr serial = 0x7a00;
-        return reinterpret_cast<void*>(++serial);
-    }
-
-    // Registers `value` under a new handle, which is given out only once registered: when memory
-    // runs out, the caller's location is left as it was.
-    template <typename Value> static void* registered(std::map<void*, Value>& handles, Value value)
-    {
-        void* handle = newHandle();
-        handles.emplace(handle, std::move(value));
-        return handle;
-    }
+    Handles<std::shared_ptr<Table>> tables;
+    Handles<std::shared_ptr<Layout>> binds;
+    Transactions txns{connection};
+    Handles<Cursor> cursors;
+    Handles<Term> terms;
 
     void* dbHandle() { return this; }
 
@@ -465,209 +46,34 @@ struct SqliteDatabase::Impl {
         return openFailure ? openFailure : DB_ERR_NULL_HANDLE;
     }
 
-    sql::Statement* statement(std::string_view text, int* result)
-    {
-        Status status;
-        sql::Statement* s = connection->cached(text, &status);
-        *result = s ? DB_OK : resultOf(status);
-        return s;
-    }
-
-    template <typename MakeText>
-    sql::Statement* statement(LazyStatement& lazy, MakeText makeText, int* result)
-    {
-        Status status;
-        sql::Statement* s = lazy.get(*connection, makeText, &status);
-        *result = s ? DB_OK : resultOf(status);
-        return s;
-    }
-
-    // The statement of `lazy` with the record's bound fields as its first parameters; null (with
-    // `result`) when it cannot be prepared.
-    template <typename MakeText>
-    sql::Statement* recordStatement(LazyStatement& lazy, MakeText makeText, const Layout& layout,
-                                    const void* record, int* result)
-    {
-        sql::Statement* s = statement(lazy, makeText, result);
-        if (s) {
-            const auto* bytes = static_cast<const unsigned char*>(record);
-            for (size_t i = 0; i < layout.fields.size(); ++i)
-                bindValue(*s, int(i) + 1, layout.fields[i], bytes);
-        }
-        return s;
-    }
-
-    // The schema of table `name` as the database holds it now. The one loaded before is kept,
-    // with its checked bindings and statements, while it is the same; a table made anew with
-    // another schema starts afresh.
-    int loadTable(const QByteArray& name, std::shared_ptr<Table>* table)
-    {
-        int result;
-        sql::Statement* s = statement(kSelectSchema, &result);
-        if (!s)
-            return result;
-        sql::StatementUse use(*s);
-        use->bindText(1, name);
-        std::vector<Field> fields;
-        Status status;
-        while ((status = use->step()) == Status::Row) {
-            fields.push_back({use->columnText(0), unsigned(use->columnInt(1)),
-                              unsigned(use->columnInt(2)), unsigned(use->columnInt(3))});
-        }
-        if (status != Status::Ok)
-            return resultOf(status);
-        if (fields.empty())
-            return DB_ERR_NO_TABLE;
-        std::shared_ptr<Table>& known = schemas[name];
-        if (!known || known->fields != fields)
-            known = std::make_shared<Table>(Table{name, std::move(fields), {}, {}, {}});
-        *table = known;
-        return DB_OK;
-    }
-
-    // Checks each binding entry against the table's schema.
-    static int checkBinding(const Table& table, const DB_BIND_T* entries, unsigned count,
-                            std::shared_ptr<Layout>* layout)
-    {
-        auto checked = std::make_shared<Layout>();
-        checked->table = table.name;
-        for (unsigned i = 0; i < count; ++i) {
-            const DB_BIND_T& entry = entries[i];
-            if (!entry.name)
-                return DB_ERR_BIND_MISMATCH;
-            const int index = table.fieldIndex(QByteArray(entry.name));
-            if (index < 0)
-                return DB_ERR_BIND_MISMATCH;
-            const Field& field = table.fields[size_t(index)];
-            if (typeOfBindCode(entry.code) != field.type || entry.size != field.size ||
-                checked->boundIndex(field.name) >= 0)
-                return DB_ERR_BIND_MISMATCH;
-            checked->fields.push_back({field.name, entry.code, entry.offset, entry.size});
-        }
-        checked->entries.assign(entries, entries + count);
-        *layout = std::move(checked);
-        return DB_OK;
-    }
-
-    // A handle of the binding `function` gives: checked the first time, and again whenever the
-    // entries differ from those checked.
+    // A handle of the binding `function` gives.
     int makeBind(Table& table, DB_BIND_FUNC_T function, void** handle)
     {
         if (!function || !handle)
             return DB_ERR_NULL_HANDLE;
-        unsigned count = 0;
-        const DB_BIND_T* entries = function(&count);
-        if (!entries || count == 0)
-            return DB_ERR_INVALID_ARGUMENT;
-        auto known = table.layouts.find(function);
-        if (known == table.layouts.end() || !known->second->checked(entries, count)) {
-            std::shared_ptr<Layout> layout;
-            if (const int r = checkBinding(table, entries, count, &layout))
-                return r;
-            known = table.layouts.insert_or_assign(function, std::move(layout)).first;
-        }
-        *handle = registered(binds, known->second);
+        std::shared_ptr<Layout> layout;
+        if (const int r = layoutOf(table, function, &layout))
+            return r;
+        *handle = binds.add(std::move(layout));
         return DB_OK;
     }
-
-    // The transaction that statements run in now: it must be open and the innermost one.
-    int checkCurrentTxn(void* txn)
-    {
-        if (!txn)
-            return DB_ERR_NULL_HANDLE;
-        if (!txns.count(txn))
-            return DB_ERR_INVALID_HANDLE;
-        if (txnStack.back() != txn)
-            return DB_ERR_TXN_ORDER;
-        return rolledBack() ? DB_ERR_TXN_ROLLED_BACK : DB_OK;
-    }
-
-    // The engine rolls a whole transaction back by itself after some failures (a full disk, an
-    // I/O error). Its handles then stand for nothing: a statement run through them would be
-    // committed on its own at once.
-    bool rolledBack() const { return !txnStack.empty() && !connection->inTransaction(); }
 
     // Checks shared by the record operations; the bind must describe the same table.
     int checkRecordCall(void* txn, void* table, void* bind, Table** t, Layout** b)
     {
         if (!table || !bind)
             return DB_ERR_NULL_HANDLE;
-        if (const int r = checkCurrentTxn(txn))
+        if (const int r = txns.checkCurrent(txn))
             return r;
-        auto tableIt = tables.find(table);
-        auto bindIt = binds.find(bind);
-        if (tableIt == tables.end() || bindIt == binds.end())
+        std::shared_ptr<Table>* opened = tables.find(table);
+        std::shared_ptr<Layout>* bound = binds.find(bind);
+        if (!opened || !bound)
             return DB_ERR_INVALID_HANDLE;
-        if (bindIt->second->table != tableIt->second->name)
+        if ((*bound)->table != (*opened)->name)
             return DB_ERR_BIND_MISMATCH;
-        *t = tableIt->second.get();
-        *b = bindIt->second.get();
+        *t = opened->get();
+        *b = bound->get();
         return DB_OK;
-    }
-
-    // Deletes row `id`; DB_ERR_NOT_FOUND when there is none.
-    int deleteRow(Table& table, qint64 id)
-    {
-        int result;
-        sql::Statement* s = statement(
-            table.deleteRow, [&] { return "DELETE FROM " + quoted(table.name) + " WHERE id = ?"; },
-            &result);
-        if (!s)
-            return result;
-        sql::StatementUse use(*s);
-        use->bindInt(1, id);
-        if (const Status status = use->step(); status != Status::Ok)
-            return resultOf(status);
-        return connection->changes() ? DB_OK : DB_ERR_NOT_FOUND;
-    }
-
-    // Makes the table, its indexes and its schema rows, all or nothing.
-    int createTable(const Table& table)
-    {
-        // Ids come from AUTOINCREMENT so that an id is never given twice, even after a delete: mail
-        // files are named after them.
-        std::string create =
-            "CREATE TABLE " + quoted(table.name) + " (id INTEGER PRIMARY KEY AUTOINCREMENT";
-        for (const Field& field : table.fields)
-            create += ", " + quoted(field.name) + (isTextType(field.type) ? " TEXT" : " INTEGER");
-        create += ")";
-
-        sql::ScopedTransaction transaction(*connection);
-        if (const Status status = transaction.begin(); status != Status::Ok)
-            return resultOf(status);
-        if (const Status status = connection->exec(create.c_str()); status != Status::Ok)
-            return resultOf(status);
-        for (size_t i = 0; i < table.fields.size(); ++i) {
-            const Field& field = table.fields[i];
-            if (field.flag == 1) {
-                // ':' is in no plain name, so no two tables' index names can meet.
-                const std::string index =
-                    "CREATE INDEX " + quoted("tav_index:" + table.name + ":" + field.name) +
-                    " ON " + quoted(table.name) + " (" + quoted(field.name) + ", id)";
-                if (const Status status = connection->exec(index.c_str()); status != Status::Ok)
-                    return resultOf(status);
-            }
-            int result;
-            sql::Statement* s = statement(kInsertSchemaField, &result);
-            if (!s)
-                return result;
-            sql::StatementUse use(*s);
-            use->bindText(1, table.name);
-            use->bindInt(2, qint64(i));
-            use->bindText(3, field.name);
-            use->bindInt(4, field.size);
-            use->bindInt(5, field.type);
-            use->bindInt(6, field.flag);
-            if (const Status status = use->step(); status != Status::Ok)
-                return resultOf(status);
-        }
-        return resultOf(transaction.commit());
-    }
-
-    void endTxn(void* txn)
-    {
-        txns.erase(txn);
-        txnStack.pop_back();
     }
 
     // The cursor at `handle`, whose transaction must still be open and not rolled back.
@@ -675,87 +81,13 @@ struct SqliteDatabase::Impl {
     {
         if (!handle)
             return DB_ERR_NULL_HANDLE;
-        auto it = cursors.find(handle);
-        if (it == cursors.end() || !txns.count(it->second.txn))
+        Cursor* found = cursors.find(handle);
+        if (!found || !txns.isOpen(found->txn))
             return DB_ERR_INVALID_HANDLE;
-        if (rolledBack())
+        if (txns.rolledBack())
             return DB_ERR_TXN_ROLLED_BACK;
-        *cursor = &it->second;
+        *cursor = found;
         return DB_OK;
-    }
-
-    // Moves `c` to the first record, in its order, that the look-up `move` finds (whose parameters
-    // `bindParameters` binds); DB_ERR_NOT_FOUND when there is none. Only a found record moves the
-    // cursor: landed() takes it off its record when the whole move found none.
-    template <typename BindParameters>
-    int moveTo(Cursor& c, Move move, BindParameters bindParameters,
-               std::vector<int> conditions = {})
-    {
-        MoveQuery query{c.field, c.order, move, std::move(conditions)};
-        Table& table = *c.table;
-        int result;
-        sql::Statement* s = statement(
-            table.moves[query], [&] { return moveSql(table, query); }, &result);
-        if (!s)
-            return result;
-        sql::StatementUse use(*s);
-        bindParameters(*s);
-        const Status status = use->step();
-        if (status == Status::Ok)
-            return DB_ERR_NOT_FOUND;
-        if (status != Status::Row)
-            return resultOf(status);
-        // The key is read before anything of the cursor changes: running out of memory reading
-        // it leaves the cursor where it was.
-        Key key{use->columnIsNull(1), c.textField ? 0 : use->columnInt(1),
-                c.textField ? use->columnText(1) : QByteArray()};
-        c.hasCurrent = true;
-        c.currentId = unsigned(use->columnInt(0));
-        c.key = std::move(key);
-        return DB_OK;
-    }
-
-    // The result of a move of `c`: one that found no record leaves the cursor on none, any other
-    // failure leaves it where it was.
-    static int landed(Cursor& c, int result)
-    {
-        if (result == DB_ERR_NOT_FOUND)
-            c.hasCurrent = false;
-        return result;
-    }
-
-    // Moves `c` to the record after its current one. Records without a value in the field come
-    // first in ascending order and last in descending order; comparisons pass over them, so the
-    // walk has a look-up of its own for going through them and for stepping into or out of them.
-    int moveNext(Cursor& c)
-    {
-        const bool ascending = c.order == DB_CURSOR_ASCENDING;
-        const auto noParameters = [](sql::Statement&) {};
-        const Key& key = c.key; // read by the binding, before the move changes it
-        const qint64 id = c.currentId;
-        if (key.isNull) {
-            const int r = moveTo(c, Move::NullAfter, [id](sql::Statement& s) { s.bindInt(1, id); });
-            if (r != DB_ERR_NOT_FOUND || !ascending)
-                return r;
-            return moveTo(c, Move::NotNull, noParameters);
-        }
-        const auto bindKey = [&key, text = c.textField](sql::Statement& s) {
-            if (text)
-                s.bindText(1, key.text);
-            else
-                s.bindInt(1, key.number);
-        };
-        // A walk by id has no other record of the same key.
-        int r = c.field < 0 ? DB_ERR_NOT_FOUND
-                            : moveTo(c, Move::SameKeyAfter, [&bindKey, id](sql::Statement& s) {
-                                  bindKey(s);
-                                  s.bindInt(2, id);
-                              });
-        if (r == DB_ERR_NOT_FOUND)
-            r = moveTo(c, Move::KeyAfter, bindKey);
-        if (r != DB_ERR_NOT_FOUND || ascending)
-            return r;
-        return moveTo(c, Move::Null, noParameters);
     }
 };
 
@@ -797,7 +129,7 @@ int SqliteDatabase::checkTableExist(void* db, const char* table)
     if (!d->isDb(db) || !table)
         return 0;
     int result;
-    sql::Statement* s = d->statement(kSelectTableExists, &result);
+    sql::Statement* s = statement(*d->connection, kSelectTableExists, &result);
     if (!s)
         return 0;
     sql::StatementUse use(*s);
@@ -818,20 +150,9 @@ int SqliteDatabase::tableCreate(void* db, const char* table, const DB_SCHEMA_T* 
         return DB_ERR_TABLE_EXISTS;
 
     Table parsed{name, {}, {}, {}, {}};
-    for (int i = 0; schema[i].tag[0] || schema[i].tag[1] || schema[i].tag[2] || schema[i].tag[3];
-         ++i) {
-        const DB_SCHEMA_T& entry = schema[i];
-        const QByteArray fieldName(entry.name, qsizetype(qstrnlen(entry.name, sizeof entry.name)));
-        if (i == kMaxSchemaFields || std::memcmp(entry.tag, "dste", 4) != 0 ||
-            !isPlainName(fieldName) || fieldName == "id" || parsed.fieldIndex(fieldName) >= 0 ||
-            !sizeFitsType(entry.type, entry.size))
-            return DB_ERR_INVALID_ARGUMENT;
-        parsed.fields.push_back({fieldName, entry.size, entry.type, entry.flag});
-    }
-    if (parsed.fields.empty())
-        return DB_ERR_INVALID_ARGUMENT;
-
-    const int result = d->createTable(parsed);
+    if (const int r = readSchema(schema, &parsed))
+        return r;
+    const int result = createTable(*d->connection, parsed);
     // Another process may have made the same table since the check above.
     if (result != DB_OK && checkTableExist(db, table))
         return DB_ERR_TABLE_EXISTS;
@@ -845,44 +166,40 @@ int SqliteDatabase::tableOpen(void* db, void** table, const char* name)
     if (!table || !name)
         return DB_ERR_NULL_HANDLE;
     std::shared_ptr<Table> loaded;
-    if (const int result = d->loadTable(QByteArray(name), &loaded))
+    if (const int result = loadTable(*d->connection, d->schemas, QByteArray(name), &loaded))
         return result;
-    *table = d->registered(d->tables, std::move(loaded));
+    *table = d->tables.add(std::move(loaded));
     return DB_OK;
 }
 
 int SqliteDatabase::tableClose(void* table)
 {
-    if (!table)
-        return DB_ERR_NULL_HANDLE;
-    return d->tables.erase(table) ? DB_OK : DB_ERR_INVALID_HANDLE;
+    return d->tables.close(table);
 }
 
 int SqliteDatabase::bindToTable(void* table, DB_BIND_FUNC_T bind, void** handle)
 {
     if (!table)
         return DB_ERR_NULL_HANDLE;
-    auto it = d->tables.find(table);
-    if (it == d->tables.end())
+    std::shared_ptr<Table>* opened = d->tables.find(table);
+    if (!opened)
         return DB_ERR_INVALID_HANDLE;
-    return d->makeBind(*it->second, bind, handle);
+    return d->makeBind(**opened, bind, handle);
 }
 
 int SqliteDatabase::bindToCursor(void* cursor, DB_BIND_FUNC_T bind, void** handle)
 {
     if (!cursor)
         return DB_ERR_NULL_HANDLE;
-    auto it = d->cursors.find(cursor);
-    if (it == d->cursors.end())
+    Cursor* c = d->cursors.find(cursor);
+    if (!c)
         return DB_ERR_INVALID_HANDLE;
-    return d->makeBind(*it->second.table, bind, handle);
+    return d->makeBind(*c->table, bind, handle);
 }
 
 int SqliteDatabase::closeBind(void* handle)
 {
-    if (!handle)
-        return DB_ERR_NULL_HANDLE;
-    return d->binds.erase(handle) ? DB_OK : DB_ERR_INVALID_HANDLE;
+    return d->binds.close(handle);
 }
 
 int SqliteDatabase::txnBegin(void** txn, int flags)
@@ -892,62 +209,21 @@ int SqliteDatabase::txnBegin(void** txn, int flags)
     if (flags != 0)
         return DB_ERR_INVALID_ARGUMENT;
     // Overwriting a location that holds an open transaction would lose it, and its changes.
-    if (d->txns.count(*txn))
+    if (d->txns.isOpen(*txn))
         return DB_ERR_TXN_ACTIVE;
     if (!getNativeDB())
         return d->openFailure;
-    if (d->rolledBack())
-        return DB_ERR_TXN_ROLLED_BACK;
-    const Txn entry{int(d->txnStack.size())};
-    // The handle is made before the engine begins: a transaction begun without one could never
-    // be ended, and every later DB_TXN_Begin would fail. Until then it is taken back on any way
-    // out.
-    d->txnStack.reserve(d->txnStack.size() + 1);
-    const auto unregister = [this](void* handle) { d->txns.erase(handle); };
-    std::unique_ptr<void, decltype(unregister)> pending(d->registered(d->txns, entry), unregister);
-    const Status status =
-        entry.depth == 0 ? d->connection->execCached(kBegin)
-                         : d->connection->execCached("SAVEPOINT " + savepointName(entry.depth));
-    if (status != Status::Ok)
-        return resultOf(status);
-    d->txnStack.push_back(pending.get()); // cannot throw: the room is reserved
-    *txn = pending.release();
-    return DB_OK;
+    return d->txns.begin(txn);
 }
 
 int SqliteDatabase::txnCommit(void* txn)
 {
-    if (const int r = d->checkCurrentTxn(txn))
-        return r;
-    const Txn& entry = d->txns.at(txn);
-    const Status status = entry.depth == 0
-                              ? d->connection->execCached(kCommit)
-                              : d->connection->execCached("RELEASE " + savepointName(entry.depth));
-    // A transaction that failed to commit is left for DB_TXN_Abort to end, whether or not the
-    // engine has rolled it back already.
-    if (status == Status::Ok)
-        d->endTxn(txn);
-    return resultOf(status);
+    return d->txns.commit(txn);
 }
 
 int SqliteDatabase::txnAbort(void* txn)
 {
-    if (const int r = d->checkCurrentTxn(txn); r != DB_OK && r != DB_ERR_TXN_ROLLED_BACK)
-        return r;
-    const Txn& entry = d->txns.at(txn);
-    Status status = Status::Ok;
-    if (d->rolledBack()) {
-        // The engine has undone everything already.
-    } else if (entry.depth == 0) {
-        status = d->connection->execCached(kRollback);
-    } else {
-        const std::string savepoint = savepointName(entry.depth);
-        status = d->connection->execCached("ROLLBACK TO " + savepoint);
-        if (status == Status::Ok)
-            status = d->connection->execCached("RELEASE " + savepoint);
-    }
-    d->endTxn(txn);
-    return resultOf(status);
+    return d->txns.abort(txn);
 }
 
 int SqliteDatabase::tableInsert(void* txn, void* table, void* record, void* bind, unsigned int* id)
@@ -958,24 +234,7 @@ int SqliteDatabase::tableInsert(void* txn, void* table, void* record, void* bind
         return r;
     if (!record || !id)
         return DB_ERR_NULL_HANDLE;
-    int result;
-    sql::Statement* s = d->recordStatement(
-        b->insert, [b] { return insertSql(*b); }, *b, record, &result);
-    if (!s)
-        return result;
-    {
-        sql::StatementUse use(*s);
-        if (const Status status = use->step(); status != Status::Ok)
-            return resultOf(status);
-    }
-    const qint64 rowId = d->connection->lastInsertRowId();
-    if (rowId > kMaxRecordId) {
-        // Ids are 32-bit; the row that cannot be named is taken out again.
-        d->deleteRow(*t, rowId);
-        return DB_ERR_ID_EXHAUSTED;
-    }
-    *id = unsigned(rowId);
-    return DB_OK;
+    return insertRecord(*d->connection, *t, *b, record, id);
 }
 
 int SqliteDatabase::tableUpdate(void* txn, void* table, unsigned int id, void* record, void* bind)
@@ -986,28 +245,19 @@ int SqliteDatabase::tableUpdate(void* txn, void* table, unsigned int id, void* r
         return r;
     if (!record)
         return DB_ERR_NULL_HANDLE;
-    int result;
-    sql::Statement* s = d->recordStatement(
-        b->update, [b] { return updateSql(*b); }, *b, record, &result);
-    if (!s)
-        return result;
-    sql::StatementUse use(*s);
-    use->bindInt(int(b->fields.size()) + 1, id);
-    if (const Status status = use->step(); status != Status::Ok)
-        return resultOf(status);
-    return d->connection->changes() ? DB_OK : DB_ERR_NOT_FOUND;
+    return updateRecord(*d->connection, *b, id, record);
 }
 
 int SqliteDatabase::tableDelete(void* txn, void* table, unsigned int id)
 {
     if (!table)
         return DB_ERR_NULL_HANDLE;
-    if (const int r = d->checkCurrentTxn(txn))
+    if (const int r = d->txns.checkCurrent(txn))
         return r;
-    auto it = d->tables.find(table);
-    if (it == d->tables.end())
+    std::shared_ptr<Table>* opened = d->tables.find(table);
+    if (!opened)
         return DB_ERR_INVALID_HANDLE;
-    return d->deleteRow(*it->second, id);
+    return deleteRecord(*d->connection, **opened, id);
 }
 
 int SqliteDatabase::tableFetchRecord(void* txn, void* table, unsigned int id, void* record,
@@ -1019,59 +269,33 @@ int SqliteDatabase::tableFetchRecord(void* txn, void* table, unsigned int id, vo
         return r;
     if (!record)
         return DB_ERR_NULL_HANDLE;
-    for (const BoundField& field : b->fields) {
-        if (quint64(field.offset) + field.size > size)
-            return DB_ERR_INVALID_ARGUMENT;
-    }
-    int result;
-    sql::Statement* s = d->statement(
-        b->select, [b] { return selectSql(*b); }, &result);
-    if (!s)
-        return result;
-    sql::StatementUse use(*s);
-    use->bindInt(1, id);
-    const Status status = use->step();
-    if (status == Status::Ok)
-        return DB_ERR_NOT_FOUND;
-    if (status != Status::Row)
-        return resultOf(status);
-    auto* bytes = static_cast<unsigned char*>(record);
-    for (size_t i = 0; i < b->fields.size(); ++i) {
-        const BoundField& field = b->fields[i];
-        std::memset(bytes + field.offset, 0, field.size);
-        if (!use->columnIsNull(int(i)))
-            storeValue(*s, int(i), field, bytes);
-    }
-    return DB_OK;
+    return fetchRecord(*d->connection, *b, id, record, size);
 }
 
 int SqliteDatabase::cursorOpen(void* txn, void** table, int order, const char* field, void** cursor)
 {
     if (!txn || !table || !*table || !field || !cursor)
         return DB_ERR_NULL_HANDLE;
-    if (!d->txns.count(txn))
+    if (!d->txns.isOpen(txn))
         return DB_ERR_INVALID_HANDLE;
-    auto it = d->tables.find(*table);
-    if (it == d->tables.end())
+    std::shared_ptr<Table>* opened = d->tables.find(*table);
+    if (!opened)
         return DB_ERR_INVALID_HANDLE;
     if (order != DB_CURSOR_ASCENDING && order != DB_CURSOR_DESCENDING)
         return DB_ERR_INVALID_ARGUMENT;
     const QByteArray name(field);
-    const Table& opened = *it->second;
-    const int index = opened.fieldIndex(name);
+    const int index = (*opened)->fieldIndex(name);
     // No schema field may be called "id": the name always stands for the record id.
     if (index < 0 && name != "id")
         return DB_ERR_NO_FIELD;
-    const bool textField = index >= 0 && isTextType(opened.fields[size_t(index)].type);
-    *cursor = d->registered(d->cursors, Cursor{it->second, index, order, txn, textField});
+    const bool textField = index >= 0 && isTextType((*opened)->fields[size_t(index)].type);
+    *cursor = d->cursors.add(Cursor{*opened, index, order, txn, textField});
     return DB_OK;
 }
 
 int SqliteDatabase::cursorClose(void* cursor)
 {
-    if (!cursor)
-        return DB_ERR_NULL_HANDLE;
-    return d->cursors.erase(cursor) ? DB_OK : DB_ERR_INVALID_HANDLE;
+    return d->cursors.close(cursor);
 }
 
 int SqliteDatabase::cursorLocate(void* cursor, void* term)
@@ -1081,23 +305,10 @@ int SqliteDatabase::cursorLocate(void* cursor, void* term)
     Cursor* c;
     if (const int r = d->checkCursor(cursor, &c))
         return r;
-    auto termIt = d->terms.find(term);
-    if (termIt == d->terms.end())
+    const Term* t = d->terms.find(term);
+    if (!t)
         return DB_ERR_INVALID_HANDLE;
-    const auto& conditions = termIt->second.conditions;
-    std::vector<int> fields;
-    for (const auto& condition : conditions) {
-        const int index = c->table->fieldIndex(condition.first);
-        if (index < 0)
-            return DB_ERR_NO_FIELD;
-        fields.push_back(index);
-    }
-    const auto bindTexts = [&conditions](sql::Statement& s) {
-        int index = 1;
-        for (const auto& condition : conditions)
-            s.bindText(index++, condition.second);
-    };
-    return d->landed(*c, d->moveTo(*c, Move::Locate, bindTexts, std::move(fields)));
+    return locate(*d->connection, *c, *t);
 }
 
 int SqliteDatabase::cursorMoveFirst(void* cursor)
@@ -1105,7 +316,7 @@ int SqliteDatabase::cursorMoveFirst(void* cursor)
     Cursor* c;
     if (const int r = d->checkCursor(cursor, &c))
         return r;
-    return d->landed(*c, d->moveTo(*c, Move::First, [](sql::Statement&) {}));
+    return moveFirst(*d->connection, *c);
 }
 
 int SqliteDatabase::cursorMoveNext(void* cursor)
@@ -1113,48 +324,46 @@ int SqliteDatabase::cursorMoveNext(void* cursor)
     Cursor* c;
     if (const int r = d->checkCursor(cursor, &c))
         return r;
-    return c->hasCurrent ? d->landed(*c, d->moveNext(*c)) : DB_ERR_NOT_FOUND;
+    return moveNext(*d->connection, *c);
 }
 
 int SqliteDatabase::cursorGetCurrentRecordInfo(void* cursor, unsigned int* id, void** table)
 {
     if (!cursor || !id || !table || !*table)
         return DB_ERR_NULL_HANDLE;
-    auto it = d->cursors.find(cursor);
-    if (it == d->cursors.end())
+    const Cursor* c = d->cursors.find(cursor);
+    if (!c)
         return DB_ERR_INVALID_HANDLE;
-    auto tableIt = d->tables.find(*table);
-    if (tableIt == d->tables.end())
+    const std::shared_ptr<Table>* opened = d->tables.find(*table);
+    if (!opened)
         return DB_ERR_INVALID_HANDLE;
-    if (tableIt->second->name != it->second.table->name)
+    if ((*opened)->name != c->table->name)
         return DB_ERR_INVALID_ARGUMENT;
-    if (!it->second.hasCurrent)
+    if (!c->hasCurrent)
         return DB_ERR_NOT_FOUND;
-    *id = it->second.currentId;
+    *id = c->currentId;
     return DB_OK;
 }
 
 void* SqliteDatabase::termOpen()
 {
-    return d->registered(d->terms, Term{});
+    return d->terms.add(Term{});
 }
 
 int SqliteDatabase::termCharEqual(void* term, const char* field, const char* text)
 {
     if (!term || !field || !text)
         return DB_ERR_NULL_HANDLE;
-    auto it = d->terms.find(term);
-    if (it == d->terms.end())
+    Term* t = d->terms.find(term);
+    if (!t)
         return DB_ERR_INVALID_HANDLE;
-    it->second.conditions.emplace_back(QByteArray(field), QByteArray(text));
+    t->conditions.emplace_back(QByteArray(field), QByteArray(text));
     return DB_OK;
 }
 
 int SqliteDatabase::termClose(void* term)
 {
-    if (!term)
-        return DB_ERR_NULL_HANDLE;
-    return d->terms.erase(term) ? DB_OK : DB_ERR_INVALID_HANDLE;
+    return d->terms.close(term);
 }
 
 } // namespace tavplatform
