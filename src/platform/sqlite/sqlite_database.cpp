@@ -101,7 +101,7 @@ SqliteDatabase::~SqliteDatabase()
 {
     // Whatever a process leaves open is undone, as a crash would undo it.
     if (d->connection && d->connection->inTransaction())
-        d->connection->exec("ROLLBACK");
+        d->connection->exec(kRollback);
 }
 
 void* SqliteDatabase::getNativeDB()
