@@ -21,6 +21,12 @@ struct FileDescriptor {
 // read, short only at the end of the file or after an error, which leaves errno set.
 qint64 readAt(int fd, qint64 offset, void* data, qint64 length);
 
+// Reads `headLength` bytes at `offset` into `head` and the `tailLength` bytes after them into
+// `tail`, with one system call when nothing interrupts it; the count read into both together,
+// short as with readAt().
+qint64 readSplitAt(int fd, qint64 offset, void* head, qint64 headLength, void* tail,
+                   qint64 tailLength);
+
 } // namespace tavmms
 
 #endif

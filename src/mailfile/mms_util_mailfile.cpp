@@ -218,18 +218,35 @@ public:
         return tavmms::readAt(file_.fd, offset, data, length);
     }
 
-    // The 16-byte record; a word cut short by the end of the file reads as 0, like the words
-    // missing after it.
+    // The 16-byte record.
     MMS_UTIL_MAILFILE_HEADER_T record() const
     {
-        uchar bytes[kRecordSize] = {};
-        const qint64 whole = readAt(0, bytes, kRecordSize) / 4 * 4;
+        uchar bytes[kRecordSize];
+        return recordFrom(bytes, readAt(0, bytes, kRecordSize));
+    }
+
+    // The record, and what follows it up to `restLength` bytes into `rest`, in one read; the
+    // count read after the record.
+    qint64 readRecordAndRest(MMS_UTIL_MAILFILE_HEADER_T* record, void* rest,
+                             qint64 restLength) const
+    {
+        uchar bytes[kRecordSize];
+        const qint64 got = tavmms::readSplitAt(file_.fd, 0, bytes, kRecordSize, rest, restLength);
+        *record = recordFrom(bytes, got);
+        return std::max<qint64>(got - kRecordSize, 0);
+    }
+
+private:
+    // The record in the first `count` bytes read: a word cut short by the end of the file reads
+    // as 0, like the words missing after it.
+    static MMS_UTIL_MAILFILE_HEADER_T recordFrom(uchar* bytes, qint64 count)
+    {
+        const qint64 whole = std::min<qint64>(count, kRecordSize) / 4 * 4;
         std::memset(bytes + whole, 0, size_t(kRecordSize - whole));
         return {qFromBigEndian<quint32>(bytes), qFromBigEndian<quint32>(bytes + 4),
                 qFromBigEndian<quint32>(bytes + 8), qFromBigEndian<quint32>(bytes + 12)};
     }
 
-private:
     const tavmms::FileDescriptor file_;
     qint64 size_ = -1;
 };
@@ -329,17 +346,22 @@ int MMS_UTIL_MailFile::loadMailFile()
     if (!file.isOpen())
         return 1;
     const qint64 size = file.size();
-    const MMS_UTIL_MAILFILE_HEADER_T record = file.record();
+    // The record and everything after it come in one read, the rest straight into the body's
+    // buffer, whose size, the file's, is enough for any body length that passes the checks below
+    // and for the header text block that follows the body; the block is read out of it here.
+    // The header is read straight after the body, whatever the recorded offset says.
+    // A file too large for memory is a failed load, not an exception out of a C-style call.
+    std::unique_ptr<unsigned char[]> buffer(new (std::nothrow) unsigned char[size]);
+    if (!buffer)
+        return 1;
+    MMS_UTIL_MAILFILE_HEADER_T record;
+    const qint64 got =
+        file.readRecordAndRest(&record, buffer.get(), std::max<qint64>(size - kRecordSize, 0));
     bodyLength = record.bodyLength;
     if (!(record.bodyOffset < size && bodyLength < size && record.headerTextOffset < size &&
           record.reserved < size))
         return 1;
-    // Everything after the record comes in one read into the body's buffer, made large enough
-    // for the header text block that follows the body; the block is read out of it here. The
-    // header is read straight after the body, whatever the recorded offset says.
-    const qint64 rest = std::max<qint64>(size - kRecordSize, 0);
-    body = new unsigned char[std::max<qint64>(bodyLength, rest)];
-    const qint64 got = file.readAt(kRecordSize, body, rest);
+    body = buffer.release();
     // A short read is not looked at here: the body then ends in zeros, and no header text follows.
     if (got < bodyLength)
         std::memset(body + got, 0, size_t(bodyLength - got));
