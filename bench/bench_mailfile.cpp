@@ -19,6 +19,9 @@
 // BM_MailFile_Load/N, BM_RawPosix_Read/N  the reading halves alone (from the page cache), which
 //                           shows the library's own cost apart from the disk's.
 // BM_Header_Serialize / BM_Header_Read  the header text block alone, on a QBuffer.
+// BM_LocalDateTime          one local date-time made from its parts, as each stored date is read:
+//                           Qt asks the C library to check the time zone every time, which, with
+//                           TZ unset, looks at /etc/localtime again.
 //
 // The files live in a fresh directory under $TAVMMS_BENCH_DIR, else under the system's temporary
 // directory, or under the current directory when that one is a tmpfs (which would hide the cost of
@@ -484,6 +487,16 @@ void BM_Header_Read(benchmark::State& state)
     }
 }
 
+void BM_LocalDateTime(benchmark::State& state)
+{
+    const QDate date(2026, 1, 1);
+    const QTime time(12, 0, 0);
+    for (auto _ : state) {
+        const QDateTime local(date, time);
+        benchmark::DoNotOptimize(local.isValid());
+    }
+}
+
 const std::vector<int64_t> kBodySizes{1024, 100 * 1024, 300 * 1024, 600 * 1024};
 
 BENCHMARK(BM_MailFile_WriteLoad)
@@ -526,6 +539,7 @@ BENCHMARK(BM_RawPosix_Read)
     ->Unit(benchmark::kMicrosecond);
 BENCHMARK(BM_Header_Serialize)->Unit(benchmark::kMicrosecond);
 BENCHMARK(BM_Header_Read)->Unit(benchmark::kMicrosecond);
+BENCHMARK(BM_LocalDateTime)->Unit(benchmark::kMicrosecond);
 
 } // namespace
 

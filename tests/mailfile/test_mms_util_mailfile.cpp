@@ -30,17 +30,21 @@
 using namespace tavmms_test;
 
 // Array allocations are watched, so that the readers can be shown never to ask for more memory
-// than the file holds; otherwise they pass straight through to malloc and free.
+// than the file holds, and can be made to fail as on a device out of memory; otherwise they pass
+// straight through to malloc and free.
 namespace
 {
 
 bool watchingArrays = false;
 std::size_t largestArray = 0;
+std::size_t failingArraysFrom = SIZE_MAX;
 
 void* allocateArray(std::size_t size) noexcept
 {
     if (watchingArrays && size > largestArray)
         largestArray = size;
+    if (watchingArrays && size >= failingArraysFrom)
+        return nullptr;
     return std::malloc(size ? size : 1);
 }
 
@@ -82,8 +86,13 @@ public:
         largestArray = 0;
         watchingArrays = true;
     }
-    ~ArrayAllocationWatch() { watchingArrays = false; }
+    ~ArrayAllocationWatch()
+    {
+        watchingArrays = false;
+        failingArraysFrom = SIZE_MAX;
+    }
     std::size_t largest() const { return largestArray; }
+    void failFrom(std::size_t size) { failingArraysFrom = size; }
 };
 
 unsigned char* bytesOf(QByteArray& bytes)
@@ -957,6 +966,26 @@ TEST_F(MailFileTest, LengthsLargerThanTheFileAreRefusedBeforeAllocating)
             EXPECT_LE(watch.largest(), std::size_t(size));
         }
     }
+}
+
+TEST_F(MailFileTest, AFileTooLargeForMemoryFailsTheReadsThatNeedItWhole)
+{
+    const QByteArray body = patternBytes(100000);
+    const QByteArray file = writeSample(path(), body);
+    ArrayAllocationWatch watch;
+    watch.failFrom(std::size_t(body.size()));
+    MMS_UTIL_MailFile mailFile(path());
+    const Loaded loaded = load(mailFile);
+    EXPECT_EQ(loaded.result, 1);
+    EXPECT_EQ(loaded.body, nullptr);
+    EXPECT_EQ(loaded.header, nullptr);
+    const ReadBody read = readBody(mailFile);
+    EXPECT_EQ(read.result, 1);
+    EXPECT_FALSE(read.handedOut);
+    // The header block alone is small enough, and reads.
+    MMS_UTIL_MsgHeaderBase header;
+    EXPECT_EQ(mailFile.readMsgHeader(&header), 0);
+    EXPECT_EQ(readFileBytes(path()), file);
 }
 
 TEST_F(MailFileTest, GarbageInTheHeaderBlockIsSkipped)
