@@ -15,6 +15,7 @@
 class QByteArray;
 class QCommandLineOption;
 class QCommandLineParser;
+class QJsonDocument;
 class QTextStream;
 
 namespace cli
@@ -74,9 +75,17 @@ int fail(const QString& message);
 // returns ExitUsage; an empty context stands for the tool itself.
 int usageError(const QString& context, const QString& message);
 
-// Standard output as UTF-8 text; main() flushes it before the tool exits.
+// Standard output for a person: what is written here is printed, with every character that must
+// not reach a terminal raw escaped (displayText), when flushOutput() runs; main() runs it before
+// the tool exits, and the writers below before they write.
 QTextStream& out();
-// Writes raw bytes to standard output; ExitOk, or ExitFailed after reporting.
+// Prints what out() holds; false when standard output cannot be written.
+bool flushOutput();
+// Prints `document` on standard output, indented, as JSON that shows no raw control or direction
+// character; ExitOk, or ExitFailed after reporting.
+int printJson(const QJsonDocument& document);
+// Writes raw bytes to standard output, asked for on purpose (a body, a part); ExitOk, or
+// ExitFailed after reporting.
 int writeBytes(const void* data, qint64 length);
 
 // The whole content of the file `path`, or of standard input for "-"; reports and gives nothing

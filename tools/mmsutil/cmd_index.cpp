@@ -87,10 +87,8 @@ int runShow(const cli::Command& command, const QStringList& arguments)
         return cli::fail(QStringLiteral("no row %1").arg(id));
     if (r != DB_OK)
         return cli::databaseFailure(QStringLiteral("cannot read row %1").arg(id), r);
-    if (parser.isSet(json)) {
-        cli::out() << QJsonDocument(rowToJson(id, record)).toJson(QJsonDocument::Indented);
-        return cli::ExitOk;
-    }
+    if (parser.isSet(json))
+        return cli::printJson(QJsonDocument(rowToJson(id, record)));
     const QList<DB_BIND_T> fields = store::rowFields();
     int width = 0;
     for (const DB_BIND_T& field : fields)

@@ -92,8 +92,7 @@ int runShow(const cli::Command& command, const QStringList& arguments)
         const QJsonObject document{{QStringLiteral("name"), name},
                                    {QStringLiteral("isDefaultProfile"), isDefault},
                                    {QStringLiteral("values"), cli::valuesToJson(values)}};
-        cli::out() << QJsonDocument(document).toJson(QJsonDocument::Indented);
-        return cli::ExitOk;
+        return cli::printJson(QJsonDocument(document));
     }
     cli::out() << "Profile " << cli::quoted(name)
                << (isDefault ? " (the default profile)\n" : "\n");

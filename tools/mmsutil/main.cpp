@@ -112,6 +112,7 @@ int main(int argc, char** argv)
     QCoreApplication::setApplicationName(QStringLiteral("mmsutil"));
     QCoreApplication::setApplicationVersion(QStringLiteral(TAVMMS_VERSION));
     const int code = run(QCoreApplication::arguments());
-    cli::out().flush();
+    if (!cli::flushOutput() && code == cli::ExitOk)
+        return cli::ExitFailed;
     return code;
 }

@@ -179,9 +179,8 @@ int listRows(const Command& command, const QStringList& arguments, const RowList
             lines.append(list.cells(row.id, row.record));
     }
     if (parser.isSet(json))
-        out() << QJsonDocument(array).toJson(QJsonDocument::Indented);
-    else
-        out() << textout::columns(lines, list.rightAligned);
+        return printJson(QJsonDocument(array));
+    out() << textout::columns(lines, list.rightAligned);
     return ExitOk;
 }
 

@@ -124,7 +124,7 @@ TEST_F(MmsutilIndexTest, ShowPrintsEveryFieldOfTheAddedRowByName)
                                 "\n"
                                 "cmn_fld_from_name:             Ann <+1555>\n"
                                 "cmn_fld_to_name:               bob@example.org\n"
-                                "cmn_fld_subject:               Lunch\\ttoday\n"
+                                "cmn_fld_subject:               Lunch\\x09today\n"
                                 "cmn_fld_time_msg_reach_phone:  0\n"
                                 "cmn_fld_time:                  1700000000 (2023-11-14 22:13:20)\n"
                                 "cmn_fld_msg_usage:             0\n"
@@ -197,13 +197,16 @@ TEST_F(MmsutilIndexTest, ListPrintsAHeaderAndOneLinePerRowInIdOrder)
 
     EXPECT_EQ(listed.exitCode, 0);
     EXPECT_TRUE(listed.err.isEmpty()) << listed.err.toStdString();
-    const QByteArray expected = "ID  FOLDER  FROM         SUBJECT       TIME                 SIZE\n"
-                                " " +
-                                QByteArray::number(first) +
-                                "       3  Ann <+1555>  Lunch\\ttoday  2023-11-14 22:13:20  4096\n"
-                                " " +
-                                QByteArray::number(second) +
-                                "       0  Carl         Second\\nline  1970-01-01 00:00:00    12\n";
+    // A tab and a line break in a subject are shown as escapes, and the columns are as wide as
+    // the escapes.
+    const QByteArray expected =
+        "ID  FOLDER  FROM         SUBJECT             TIME                 SIZE\n"
+        " " +
+        QByteArray::number(first) +
+        "       3  Ann <+1555>  Lunch\\x09today      2023-11-14 22:13:20  4096\n"
+        " " +
+        QByteArray::number(second) +
+        "       0  Carl         Second\\u{2028}line  1970-01-01 00:00:00    12\n";
     EXPECT_EQ(listed.out.toStdString(), expected.toStdString());
 }
 
