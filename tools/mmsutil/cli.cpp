@@ -120,10 +120,26 @@ QString commandTable(const QList<Command>& commands, const QString& prefix)
     return table;
 }
 
+const char* const kExitCodeTable =
+    "Exit status: 0 done; 1 failed; 2 bad usage; 3 the answer is no (not found, nothing matched, "
+    "not blocked, no owner); 4 refused by policy (a blocked sender, over the size limit, a "
+    "duplicate).";
+
 int fail(const QString& message)
 {
     printError(message);
     return ExitFailed;
+}
+
+int notFound(const QString& message)
+{
+    printError(message);
+    return ExitNo;
+}
+
+void warn(const QString& message)
+{
+    printError(message);
 }
 
 int usageError(const QString& context, const QString& message)

@@ -28,8 +28,13 @@ enum ExitCode {
     // The command ran and the answer is no: the address is not blocked, what was to be added
     // was there already so nothing changed, or nothing was found.
     ExitNo = 3,
-    ExitRefused = 4, // an incoming message refused (blocked sender, kept already); nothing stored
+    // Refused by policy: a blocked sender, a body over the size limit, a message kept already;
+    // nothing stored.
+    ExitRefused = 4,
 };
+
+// The exit codes as --help and the README give them.
+extern const char* const kExitCodeTable;
 
 struct Command;
 // Runs a command with the arguments that follow its name; returns the exit code.
@@ -71,6 +76,10 @@ QString asClause(QString text);
 
 // Writes "mmsutil: <message>" to standard error and returns ExitFailed.
 int fail(const QString& message);
+// The same for what was asked about and is not there ("no row 7"); returns ExitNo.
+int notFound(const QString& message);
+// Writes "mmsutil: <message>" to standard error, for a warning that stops nothing.
+void warn(const QString& message);
 // Writes "mmsutil: <context>: <message> (see 'mmsutil <context> --help')" to standard error and
 // returns ExitUsage; an empty context stands for the tool itself.
 int usageError(const QString& context, const QString& message);

@@ -71,20 +71,10 @@ struct MessageOptions {
 
 int reportStored(const store::Added& added)
 {
-    if (added.status.ok()) {
-        cli::out() << added.id << ' ' << added.mailFile << '\n';
-        return cli::ExitOk;
-    }
-    cli::fail(added.status.text);
-    // A message the store's rules refuse is no failure of the store's.
-    switch (added.status.code) {
-    case store::ErrorCode::Blocked:
-    case store::ErrorCode::Duplicate:
-    case store::ErrorCode::TooLarge:
-        return cli::ExitRefused;
-    default:
-        return cli::ExitFailed;
-    }
+    if (!added.status.ok())
+        return cli::storeFailure(added.status);
+    cli::out() << added.id << ' ' << added.mailFile << '\n';
+    return cli::ExitOk;
 }
 
 int runCompose(const cli::Command& command, const QStringList& arguments)
@@ -336,7 +326,7 @@ int runShow(const cli::Command& command, const QStringList& arguments)
     // The body's length is all that is shown of it.
     const store::ReadMessage message = store::MessageStore().read(id, false);
     if (!message.status.ok())
-        return cli::fail(message.status.text);
+        return cli::storeFailure(message.status);
     const MMS_UTIL_DBStruct_T& row = message.row.record;
     if (!message.header)
         cli::fail(message.mailFileError);
@@ -375,7 +365,7 @@ int runDelete(const cli::Command& command, const QStringList& arguments)
         return *stop;
     const store::Removed removed = store::MessageStore().remove(id);
     if (!removed.status.ok())
-        return cli::fail(removed.status.text);
+        return cli::storeFailure(removed.status);
     if (removed.mailFileWasMissing)
         cli::out() << QStringLiteral("Deleted message %1; it had no mail file %2\n")
                           .arg(id)

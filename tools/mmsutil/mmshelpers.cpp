@@ -82,6 +82,22 @@ std::optional<int> readBody(const QString& path, const tavmms::store::SizeLimit&
     return std::nullopt;
 }
 
+int storeFailure(const tavmms::store::Status& status)
+{
+    using tavmms::store::ErrorCode;
+    switch (status.code) {
+    case ErrorCode::NotFound:
+        return notFound(status.text);
+    case ErrorCode::Blocked:
+    case ErrorCode::Duplicate:
+    case ErrorCode::TooLarge:
+        fail(status.text);
+        return ExitRefused;
+    default:
+        return fail(status.text);
+    }
+}
+
 std::optional<LoadedMailFile> loadMailFile(const QString& path)
 {
     QString error;

@@ -394,7 +394,7 @@ int changeSetting(const Setting& setting, const QString& profile, const QVariant
     return changeTogether(what, [&]() -> int {
         if (setting.kind == Kind::ProfileName && !value.toString().isEmpty() &&
             !profileListed(value.toString()))
-            return ExitFailed;
+            return ExitNo;
         return reportChange(callWriter([&] { return setting.write(profile, value); }), kWriterCodes,
                             what);
     });
@@ -404,7 +404,7 @@ bool profileListed(const QString& name)
 {
     if (MMS_UTIL_Setting::getMMSProfiles().contains(name))
         return true;
-    fail(QStringLiteral("no profile %1").arg(quoted(name)));
+    notFound(QStringLiteral("no profile %1").arg(quoted(name)));
     return false;
 }
 

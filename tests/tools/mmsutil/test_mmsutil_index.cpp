@@ -340,7 +340,7 @@ TEST_F(MmsutilIndexTest, FindWithoutARowFails)
 
     const ToolResult found = index({QStringLiteral("find"), QStringLiteral("uri-b")});
 
-    expectFailure(found);
+    expectNotFound(found);
     EXPECT_EQ(found.err, "mmsutil: no row with that URI\n");
 }
 
@@ -354,7 +354,7 @@ TEST_F(MmsutilIndexTest, DeleteRemovesTheRowForGood)
     EXPECT_EQ(result.exitCode, 0) << result.err.toStdString();
     EXPECT_TRUE(result.out.isEmpty());
     EXPECT_EQ(listedIds(), QList<qint64>{kept});
-    expectFailure(index({QStringLiteral("find"), QStringLiteral("gone")}));
+    expectNotFound(index({QStringLiteral("find"), QStringLiteral("gone")}));
     // Ids are never given again.
     EXPECT_EQ(add(), deleted + 1);
 }
@@ -367,7 +367,7 @@ TEST_F(MmsutilIndexTest, ShowAndDeleteOfAMissingRowFail)
     for (const char* command : {"show", "delete"}) {
         SCOPED_TRACE(command);
         const ToolResult result = index({QLatin1String(command), missing});
-        expectFailure(result);
+        expectNotFound(result);
         EXPECT_EQ(result.err, "mmsutil: no row " + missing.toUtf8() + "\n");
     }
     EXPECT_EQ(listedIds(), QList<qint64>{id});

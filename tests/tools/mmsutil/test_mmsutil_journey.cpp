@@ -729,9 +729,9 @@ TEST_F(MmsutilJourneyTest, ShowAndDeleteOfAnUnknownIdFailAndChangeNothing)
     const ToolResult shown = run({QStringLiteral("show"), unknown});
     const ToolResult removed = run({QStringLiteral("delete"), unknown});
 
-    expectFailure(shown);
+    expectNotFound(shown);
     EXPECT_EQ(shown.err, "mmsutil: no message " + unknown.toUtf8() + '\n');
-    expectFailure(removed);
+    expectNotFound(removed);
     EXPECT_EQ(removed.err, "mmsutil: no message " + unknown.toUtf8() + '\n');
     EXPECT_EQ(rowIds(), QList<QByteArray>{QByteArray::number(id)});
     EXPECT_EQ(files(), QStringList{QStringLiteral("%1.mms").arg(id)});
