@@ -102,6 +102,75 @@ std::optional<QList<MMS_UTIL_Entry>> parseAddresses(const QStringList& texts, QS
     return entries;
 }
 
+namespace
+{
+
+// The parameters of the standard MIME form, the text after the first ";": "name=value" pieces
+// separated by ";", a value a token or a quoted string. Joined as the header keeps them: by ";"
+// without blanks, each value unquoted, so that classification finds "type=" where it looks.
+std::optional<QString> mimeParameters(QStringView text, QString* error)
+{
+    QStringList kept;
+    qsizetype i = 0;
+    const auto skipBlanks = [&] {
+        while (i < text.size() && text[i].isSpace())
+            ++i;
+    };
+    while (i < text.size()) {
+        skipBlanks();
+        if (i < text.size() && text[i] == u';') {
+            ++i; // an empty piece, as a trailing ";" leaves
+            continue;
+        }
+        if (i == text.size())
+            break;
+        const qsizetype nameStart = i;
+        while (i < text.size() && text[i] != u'=' && text[i] != u';' && !text[i].isSpace())
+            ++i;
+        const QStringView name = text.sliced(nameStart, i - nameStart);
+        if (name.isEmpty() || i == text.size() || text[i] != u'=') {
+            *error = QStringLiteral("the parameter '%1' is not name=value")
+                         .arg(text.sliced(nameStart).toString().section(u';', 0, 0).trimmed());
+            return std::nullopt;
+        }
+        ++i;
+        QString value;
+        if (i < text.size() && text[i] == u'"') {
+            for (++i; i < text.size() && text[i] != u'"'; ++i) {
+                if (text[i] == u'\\' && i + 1 < text.size())
+                    ++i;
+                value += text[i];
+            }
+            if (i == text.size()) {
+                *error = QStringLiteral("the value of '%1' has no closing quote").arg(name);
+                return std::nullopt;
+            }
+            ++i;
+            // The header keeps parameters unquoted and cut at ";" and blanks.
+            if (value.contains(u';') || value.contains(u' ')) {
+                *error = QStringLiteral("the value of '%1' holds a ';' or a blank, which the "
+                                        "header cannot keep")
+                             .arg(name);
+                return std::nullopt;
+            }
+        } else {
+            const qsizetype valueStart = i;
+            while (i < text.size() && text[i] != u';' && !text[i].isSpace())
+                ++i;
+            value = text.sliced(valueStart, i - valueStart).toString();
+        }
+        skipBlanks();
+        if (i < text.size() && text[i] != u';') {
+            *error = QStringLiteral("a ';' must follow the value of '%1'").arg(name);
+            return std::nullopt;
+        }
+        kept << name.toString() + u'=' + value;
+    }
+    return kept.join(u';');
+}
+
+} // namespace
+
 std::optional<MMS_CONTENT_TYPE_T> parseContentType(const QString& text, QString* error)
 {
     const QString trimmed = text.trimmed();
@@ -109,14 +178,23 @@ std::optional<MMS_CONTENT_TYPE_T> parseContentType(const QString& text, QString*
         *error = QStringLiteral("'%1' holds a control character").arg(oneLine(trimmed));
         return std::nullopt;
     }
-    const qsizetype blank = trimmed.indexOf(QLatin1Char(' '));
-    const QStringList name = trimmed.left(blank).split(QLatin1Char('/'));
+    qsizetype end = 0;
+    while (end < trimmed.size() && trimmed[end] != u';' && trimmed[end] != u' ')
+        ++end;
+    const QStringList name = trimmed.left(end).split(QLatin1Char('/'));
     if (name.size() != 2 || name.at(0).isEmpty() || name.at(1).isEmpty()) {
         *error = QStringLiteral("'%1' is not type/subtype").arg(text);
         return std::nullopt;
     }
+    const QString rest = trimmed.mid(end).trimmed();
+    if (!rest.startsWith(u';')) // the parameters after a blank, kept as they are
+        return MMS_CONTENT_TYPE_T{name.at(0), name.at(1),
+                                  rest.isEmpty() ? QStringLiteral("") : rest};
+    const std::optional<QString> parameters = mimeParameters(QStringView(rest).sliced(1), error);
+    if (!parameters)
+        return std::nullopt;
     return MMS_CONTENT_TYPE_T{name.at(0), name.at(1),
-                              blank < 0 ? QStringLiteral("") : trimmed.mid(blank + 1).trimmed()};
+                              parameters->isEmpty() ? QStringLiteral("") : *parameters};
 }
 
 std::optional<QString> parseBlockAddress(const QString& text, QString* error)

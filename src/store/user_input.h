@@ -42,9 +42,12 @@ TAVMMS_EXPORT std::optional<MMS_UTIL_Entry> parseAddress(const QString& text, QS
 TAVMMS_EXPORT std::optional<QList<MMS_UTIL_Entry>> parseAddresses(const QStringList& texts,
                                                                   QString* error);
 
-// A message's content type: "type/subtype", then optionally a blank and the parameters; blanks
-// around the whole and around the parameters are dropped. Refused: another form, or a control
-// character.
+// A message's content type, in either of two forms:
+// - the standard MIME form, "type/subtype; name=value; name=\"quoted value\"": the parameters are
+//   kept as the header keeps them, joined by ";" without blanks, values unquoted; a quoted value
+//   holding ";" or a blank, which the header cannot keep, is refused;
+// - "type/subtype", a blank and the parameters, kept as they are.
+// Blanks around the whole are dropped. Refused: another form, or a control character.
 TAVMMS_EXPORT std::optional<MMS_CONTENT_TYPE_T> parseContentType(const QString& text,
                                                                  QString* error);
 

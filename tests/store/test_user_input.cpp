@@ -114,6 +114,58 @@ TEST(ContentTypeInputTest, ReadsTypeAndSubtypeAndTheParametersAfterABlank)
     }
 }
 
+TEST(ContentTypeInputTest, ReadsTheStandardMimeFormIntoTheHeadersOwnForm)
+{
+    const struct {
+        const char* text;
+        const char* params;
+    } cases[] = {
+        {"application/vnd.wap.multipart.related; type=application/smil", "type=application/smil"},
+        {"application/vnd.wap.multipart.related;type=application/smil;start=<p1>",
+         "type=application/smil;start=<p1>"},
+        {"multipart/related ; type=\"application/smil\" ;  start=\"<p1>\"",
+         "type=application/smil;start=<p1>"},
+        {"text/plain; charset=utf-8;", "charset=utf-8"},
+        {"text/plain;", ""},
+        {"image/jpeg; name=\"photo.jpg\"", "name=photo.jpg"},
+        {"image/jpeg; name=\"a\\\"b.jpg\"", "name=a\"b.jpg"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.text);
+        QString error;
+        const std::optional<MMS_CONTENT_TYPE_T> read =
+            parseContentType(QString::fromUtf8(c.text), &error);
+        ASSERT_TRUE(read) << error.toStdString();
+        EXPECT_EQ(read->params, QString::fromUtf8(c.params));
+        EXPECT_FALSE(read->params.isNull());
+    }
+    QString error;
+    const std::optional<MMS_CONTENT_TYPE_T> related = parseContentType(
+        QStringLiteral("application/vnd.wap.multipart.related; type=application/smil"), &error);
+    ASSERT_TRUE(related);
+    EXPECT_EQ(related->type, QStringLiteral("application"));
+    EXPECT_EQ(related->subtype, QStringLiteral("vnd.wap.multipart.related"));
+    // The form the header keeps is the one classification reads "type=" from.
+    EXPECT_EQ(MMS_UTIL_Common::getMsgTypeByContentType(*related),
+              MMS_UTIL_Common::MSG_TYPE_RELATED_SMIL);
+    EXPECT_EQ(MMS_UTIL_Common::mimeTypeGetValue(QStringLiteral("application"),
+                                                QStringLiteral("vnd.wap.multipart.related")),
+              MMS_UTIL_Common::mimeTypeGetValue(related->type, related->subtype));
+}
+
+TEST(ContentTypeInputTest, RefusesMimeParametersTheHeaderCannotKeep)
+{
+    for (const char* wrong :
+         {"text/plain; charset", "text/plain; =utf-8", "text/plain; name=\"a;b\"",
+          "text/plain; name=\"a b\"", "text/plain; name=\"open", "text/plain; a=b c=d",
+          "text/plain; a b=c", "text/plain; name=\"x\"y"}) {
+        SCOPED_TRACE(wrong);
+        QString error;
+        EXPECT_FALSE(parseContentType(QString::fromUtf8(wrong), &error));
+        EXPECT_FALSE(error.isEmpty());
+    }
+}
+
 TEST(ContentTypeInputTest, RefusesAControlCharacterWhichWouldBreakTheHeaderLine)
 {
     for (const char* wrong :

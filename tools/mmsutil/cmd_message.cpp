@@ -22,9 +22,11 @@ const QString kEntryHelp =
     QStringLiteral(" An entry \"<name>[EMAIL|PLMN|UNKNOWN]address\" or a bare address (typed PLMN, "
                    "EMAIL or UNKNOWN by its look); an entry without a name takes its contact's. "
                    "May be repeated; a value may hold several entries separated by commas.");
-const QString kContentTypeHelp =
-    QStringLiteral("Content type of the body, \"type/subtype\" and parameters after a blank "
-                   "(default: application/vnd.wap.multipart.mixed).");
+const QString kContentTypeHelp = QStringLiteral(
+    "Content type of the body, in the MIME form \"type/subtype; name=value; "
+    "name=\\\"quoted value\\\"\" (kept as the header keeps it: \"type/subtype "
+    "name=value;name=value\") or as \"type/subtype\" and parameters after a blank (default: "
+    "application/vnd.wap.multipart.mixed).");
 
 // The options that composing and receiving share, and the message they describe.
 struct MessageOptions {

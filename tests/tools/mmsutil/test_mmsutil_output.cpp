@@ -211,6 +211,30 @@ TEST_F(MmsutilOutputTest, CheckJsonListsTheProblemsAndExitsWithThreeWhileSomeRem
     EXPECT_EQ(checked.value(QStringLiteral("remaining")).toInt(), 1);
 }
 
+TEST_F(MmsutilOutputTest, ComposeTakesTheMimeFormOfAContentTypeAndClassifiesIt)
+{
+    ASSERT_EQ(run({QStringLiteral("compose"), QStringLiteral("--to"), QStringLiteral("+15550101"),
+                   QStringLiteral("--subject"), QStringLiteral("s"), QStringLiteral("--body"),
+                   bodyPath(), QStringLiteral("--content-type"),
+                   QStringLiteral("application/vnd.wap.multipart.related; "
+                                  "type=\"application/smil\"; start=<p1>")})
+                  .exitCode,
+              0);
+    const QJsonObject shown = json({QStringLiteral("show"), QStringLiteral("1")}).object();
+    EXPECT_EQ(shown.value(QStringLiteral("header")).toObject().value("Content_Type").toString(),
+              QStringLiteral("application/vnd.wap.multipart.related "
+                             "type=application/smil;start=<p1>"));
+    EXPECT_EQ(shown.value(QStringLiteral("row")).toObject().value("mms_fld_contenttype_name"),
+              MMS_UTIL_Common::mimeTypeGetValue(QStringLiteral("application"),
+                                                QStringLiteral("vnd.wap.multipart.related")));
+    EXPECT_EQ(shown.value(QStringLiteral("messageType")).toInt(),
+              MMS_UTIL_Common::MSG_TYPE_RELATED_SMIL);
+    tavmms_test::expectUsageError(
+        run({QStringLiteral("compose"), QStringLiteral("--to"), QStringLiteral("+15550101"),
+             QStringLiteral("--subject"), QStringLiteral("s"), QStringLiteral("--body"), bodyPath(),
+             QStringLiteral("--content-type"), QStringLiteral("text/plain; name=\"a b\"")}));
+}
+
 TEST_F(MmsutilOutputTest, NotFoundIsExitThreeForEveryCommandThatLooksSomethingUp)
 {
     const QList<QStringList> lookups{
