@@ -23,6 +23,33 @@ MMS_UTIL_ADDR_TYPE_T typeOfBareAddress(const QString& address)
 
 } // namespace
 
+std::optional<quint32> parseIpv4Address(const QString& text)
+{
+    if (!text.contains(u'.'))
+        return parseNumber(text);
+    const QStringList parts = text.split(u'.');
+    if (parts.size() != 4)
+        return std::nullopt;
+    quint32 address = 0;
+    for (const QString& part : parts) {
+        // Three digits at most: "0300" would read as 300 or, to some tools, as octal.
+        const std::optional<unsigned int> value = parseNumber(part, 255);
+        if (!value || part.size() > 3)
+            return std::nullopt;
+        address = address << 8 | *value;
+    }
+    return address;
+}
+
+QString ipv4AddressText(quint32 address)
+{
+    return QStringLiteral("%1.%2.%3.%4")
+        .arg(address >> 24)
+        .arg(address >> 16 & 0xFF)
+        .arg(address >> 8 & 0xFF)
+        .arg(address & 0xFF);
+}
+
 QString oneLine(const QString& text)
 {
     QString line = text;

@@ -23,6 +23,13 @@ namespace tavmms::store
 TAVMMS_EXPORT std::optional<unsigned int> parseNumber(const QString& text,
                                                       unsigned int maximum = 0xFFFFFFFFu);
 
+// An IPv4 address as a profile keeps it (the WAP gateway): the unsigned int whose high byte is the
+// first part of the dotted form. Read from the dotted form "a.b.c.d" (each part decimal, 0 to 255)
+// or from the number itself, as parseNumber() reads it.
+TAVMMS_EXPORT std::optional<quint32> parseIpv4Address(const QString& text);
+// The dotted form of `address`, "192.168.1.1" for 3232235777.
+TAVMMS_EXPORT QString ipv4AddressText(quint32 address);
+
 // `text` on one line, for a message or a listing: each line break ("\r\n", "\n" or "\r") becomes
 // U+2028 LINE SEPARATOR, which displayText() shows as an escape like any other character that
 // must not reach a terminal raw; nothing else changes.

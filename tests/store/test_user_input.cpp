@@ -114,6 +114,27 @@ TEST(ContentTypeInputTest, ReadsTypeAndSubtypeAndTheParametersAfterABlank)
     }
 }
 
+TEST(Ipv4AddressInputTest, ReadsTheDottedFormWithTheFirstPartInTheHighByte)
+{
+    EXPECT_EQ(parseIpv4Address(QStringLiteral("192.168.1.1")), 3232235777u);
+    EXPECT_EQ(parseIpv4Address(QStringLiteral("0.0.0.0")), 0u);
+    EXPECT_EQ(parseIpv4Address(QStringLiteral("255.255.255.255")), 4294967295u);
+    EXPECT_EQ(parseIpv4Address(QStringLiteral("10.0.0.1")), 167772161u);
+    // The number the profile keeps is still taken as it is.
+    EXPECT_EQ(parseIpv4Address(QStringLiteral("3232235777")), 3232235777u);
+    EXPECT_EQ(ipv4AddressText(3232235777u), QStringLiteral("192.168.1.1"));
+    EXPECT_EQ(ipv4AddressText(0), QStringLiteral("0.0.0.0"));
+}
+
+TEST(Ipv4AddressInputTest, RefusesWhatIsNotFourDecimalParts)
+{
+    for (const char* wrong : {"192.168.1", "192.168.1.1.1", "256.0.0.1", "1..2.3", "a.b.c.d",
+                              "-1.0.0.0", "1.2.3.4 ", "0300.0.0.1", "", "4294967296", "1.2.3.+4"}) {
+        SCOPED_TRACE(wrong);
+        EXPECT_FALSE(parseIpv4Address(QString::fromUtf8(wrong)));
+    }
+}
+
 TEST(ContentTypeInputTest, ReadsTheStandardMimeFormIntoTheHeadersOwnForm)
 {
     const struct {

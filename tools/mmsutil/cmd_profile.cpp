@@ -122,7 +122,9 @@ int runSet(const cli::Command& command, const QStringList& arguments)
     for (const cli::Setting& setting : settings)
         options.append(QCommandLineOption(
             QLatin1String(setting.name), QLatin1String(setting.description),
-            setting.kind == cli::Kind::Number ? QStringLiteral("N") : QStringLiteral("TEXT")));
+            setting.kind == cli::Kind::Number        ? QStringLiteral("N")
+            : setting.kind == cli::Kind::Ipv4Address ? QStringLiteral("ADDRESS")
+                                                     : QStringLiteral("TEXT")));
     QCommandLineParser parser;
     parser.setApplicationDescription(command.summary +
                                      QStringLiteral(" Values not given stay as they are. The "

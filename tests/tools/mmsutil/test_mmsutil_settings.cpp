@@ -176,6 +176,22 @@ TEST_F(MmsutilSettingsTest, ShowMarksStoredValuesAndReadsTheDefaultProfiles)
                                  "secure-type                0                          default\n");
 }
 
+TEST_F(MmsutilSettingsTest, TheWapGatewayIsGivenInDottedFormAndShownInBoth)
+{
+    addDefaultProfile();
+    ok({QStringLiteral("settings"), QStringLiteral("set"), QStringLiteral("wap-gateway"),
+        QStringLiteral("192.168.1.1")});
+    EXPECT_EQ(inStore(MMS_UTIL_Setting::getWAPGateway), 3232235777u);
+    const QJsonObject gateway = json({QStringLiteral("settings"), QStringLiteral("show")})
+                                    .value(QStringLiteral("wap-gateway"))
+                                    .toObject();
+    EXPECT_EQ(gateway.value(QStringLiteral("value")).toDouble(), 3232235777.0);
+    EXPECT_EQ(gateway.value(QStringLiteral("address")).toString(), QStringLiteral("192.168.1.1"));
+    ok({QStringLiteral("profile"), QStringLiteral("set"), kProfile, QStringLiteral("--wap-gateway"),
+        QStringLiteral("10.0.0.1")});
+    EXPECT_EQ(inStore(MMS_UTIL_Setting::getWAPGateway), 167772161u);
+}
+
 TEST_F(MmsutilSettingsTest, ShowJsonHasEverySettingWithItsGroupKeyAndSource)
 {
     addDefaultProfile();
@@ -342,6 +358,8 @@ TEST_F(MmsutilSettingsTest, SetRefusesWrongNamesAndValuesWritingNothing)
         {QStringLiteral("max-mo-size"), QStringLiteral("2147483648")},
         {QStringLiteral("expire-after-sec"), QStringLiteral("2147483648")},
         {QStringLiteral("wap-gateway"), QStringLiteral("4294967296")},
+        {QStringLiteral("wap-gateway"), QStringLiteral("192.168.1.256")},
+        {QStringLiteral("wap-gateway"), QStringLiteral("192.168.1")},
         {QStringLiteral("connection-type"), QStringLiteral("256")},
         {QStringLiteral("secure-type"), QStringLiteral("x")},
     };
