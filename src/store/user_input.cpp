@@ -23,6 +23,24 @@ MMS_UTIL_ADDR_TYPE_T typeOfBareAddress(const QString& address)
 
 } // namespace
 
+std::optional<QString> parseProfileName(const QString& text, QString* error)
+{
+    if (text.isEmpty()) {
+        *error = QStringLiteral("the profile name is empty");
+        return std::nullopt;
+    }
+    const bool breaksALine = std::any_of(text.cbegin(), text.cend(), [](QChar c) {
+        const char16_t u = c.unicode();
+        return u < 0x20 || (u >= 0x7F && u <= 0x9F) || u == 0x2028 || u == 0x2029;
+    });
+    if (breaksALine) {
+        *error = QStringLiteral("the profile name '%1' holds a control character or a line break")
+                     .arg(oneLine(text));
+        return std::nullopt;
+    }
+    return text;
+}
+
 std::optional<quint32> parseIpv4Address(const QString& text)
 {
     if (!text.contains(u'.'))

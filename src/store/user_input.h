@@ -23,6 +23,11 @@ namespace tavmms::store
 TAVMMS_EXPORT std::optional<unsigned int> parseNumber(const QString& text,
                                                       unsigned int maximum = 0xFFFFFFFFu);
 
+// The name of a new MMS profile: any text but an empty one, or one that holds a control character
+// (C0, U+007F or C1) or a line or paragraph separator, which would break a list of names one a
+// line.
+TAVMMS_EXPORT std::optional<QString> parseProfileName(const QString& text, QString* error);
+
 // An IPv4 address as a profile keeps it (the WAP gateway): the unsigned int whose high byte is the
 // first part of the dotted form. Read from the dotted form "a.b.c.d" (each part decimal, 0 to 255)
 // or from the number itself, as parseNumber() reads it.

@@ -114,6 +114,23 @@ TEST(ContentTypeInputTest, ReadsTypeAndSubtypeAndTheParametersAfterABlank)
     }
 }
 
+TEST(ProfileNameInputTest, RefusesEmptyNamesAndThoseThatWouldBreakAListOfNames)
+{
+    for (const QString& wrong :
+         {QString(), QStringLiteral("new\nline"), QStringLiteral("tab\there"),
+          QStringLiteral("esc\x1b[2J"), QStringLiteral("del\x7f"), QString(QChar(0x9B)),
+          QStringLiteral("a") + QChar(0x2028) + QStringLiteral("b"), QString(QChar(0x2029))}) {
+        SCOPED_TRACE(wrong.toStdString());
+        QString error;
+        EXPECT_FALSE(parseProfileName(wrong, &error));
+        EXPECT_FALSE(error.isEmpty());
+    }
+    QString error;
+    for (const QString& name : {QStringLiteral("  padded  "), QString::fromUtf8("Ünïcødé 日本 ✉"),
+                                QStringLiteral("a/b\\c,d"), QStringLiteral("Say \"hi\"")})
+        EXPECT_EQ(parseProfileName(name, &error), name) << error.toStdString();
+}
+
 TEST(Ipv4AddressInputTest, ReadsTheDottedFormWithTheFirstPartInTheHighByte)
 {
     EXPECT_EQ(parseIpv4Address(QStringLiteral("192.168.1.1")), 3232235777u);
