@@ -235,6 +235,25 @@ TEST_F(MmsutilOutputTest, ComposeTakesTheMimeFormOfAContentTypeAndClassifiesIt)
              QStringLiteral("--content-type"), QStringLiteral("text/plain; name=\"a b\"")}));
 }
 
+TEST_F(MmsutilOutputTest, ShowSaysWhenTheRowKeepsOnlyTheStartOfTheSubject)
+{
+    const QString subject = QString(38, QLatin1Char('s')) + QStringLiteral("e") + QChar(0x0301) +
+                            QString(1000, QLatin1Char('t'));
+    ASSERT_EQ(run({QStringLiteral("compose"), QStringLiteral("--to"), QStringLiteral("+15550101"),
+                   QStringLiteral("--subject"), subject, QStringLiteral("--body"), bodyPath()})
+                  .exitCode,
+              0);
+    const ToolResult shown = safe({QStringLiteral("show"), QStringLiteral("1")});
+    EXPECT_TRUE(shown.out.contains("The index row keeps the first 38 of the subject's 1040 "
+                                   "characters; the mail file holds the whole text.\n"))
+        << shown.out.toStdString();
+    const QJsonObject json = this->json({QStringLiteral("show"), QStringLiteral("1")}).object();
+    EXPECT_TRUE(json.value(QStringLiteral("subjectCut")).toBool());
+    EXPECT_EQ(json.value(QStringLiteral("header")).toObject().value("Subject").toString(), subject);
+    EXPECT_EQ(json.value(QStringLiteral("row")).toObject().value("cmn_fld_subject").toString(),
+              QString(38, QLatin1Char('s')));
+}
+
 TEST_F(MmsutilOutputTest, NotFoundIsExitThreeForEveryCommandThatLooksSomethingUp)
 {
     const QList<QStringList> lookups{
