@@ -2,6 +2,7 @@
 
 #include "address_type_word.h"
 #include "mms_util_common.h"
+#include "phone_number_match.h"
 
 #include <QRegularExpression>
 
@@ -131,20 +132,81 @@ std::optional<MMS_UTIL_Entry> parseAddress(const QString& text, QString* error)
     return entry;
 }
 
-std::optional<QList<MMS_UTIL_Entry>> parseAddresses(const QStringList& texts, QString* error)
+namespace
+{
+
+// Each address of `texts`, split at commas, as `read` reads it.
+template <typename Read>
+std::optional<QList<MMS_UTIL_Entry>> readEach(const QStringList& texts, Read read)
 {
     QList<MMS_UTIL_Entry> entries;
     for (const QString& text : texts) {
         for (const QString& piece : text.split(QLatin1Char(','), Qt::SkipEmptyParts)) {
             if (piece.trimmed().isEmpty())
                 continue;
-            std::optional<MMS_UTIL_Entry> entry = parseAddress(piece, error);
+            std::optional<MMS_UTIL_Entry> entry = read(piece);
             if (!entry)
                 return std::nullopt;
             entries.append(*entry);
         }
     }
     return entries;
+}
+
+bool isEmailAddress(const QString& text)
+{
+    static const QRegularExpression form(QRegularExpression::anchoredPattern(QStringLiteral(
+        "[^@\\s<>()\\[\\],;:\"]+@[^@\\s<>()\\[\\],;:\".]+(\\.[^@\\s<>()\\[\\],;:\".]+)+")));
+    return form.match(text).hasMatch();
+}
+
+bool isPhoneNumber(const QString& text, const QString& region)
+{
+    static const QRegularExpression form(
+        QRegularExpression::anchoredPattern(QStringLiteral("\\+?[0-9 ().-]+")));
+    return form.match(text).hasMatch() && tavplatform::isPossiblePhoneNumber(text, region);
+}
+
+} // namespace
+
+std::optional<QList<MMS_UTIL_Entry>> parseAddresses(const QStringList& texts, QString* error)
+{
+    return readEach(texts, [error](const QString& text) { return parseAddress(text, error); });
+}
+
+std::optional<MMS_UTIL_Entry> parseRecipient(const QString& text, const QString& region,
+                                             QString* error)
+{
+    std::optional<MMS_UTIL_Entry> entry = parseAddress(text, error);
+    if (!entry)
+        return std::nullopt;
+    const bool email = isEmailAddress(entry->address);
+    const bool phone = !email && isPhoneNumber(entry->address, region);
+    if (!email && !phone) {
+        *error = QStringLiteral("'%1' is neither an e-mail address nor a phone number (region "
+                                "%2)")
+                     .arg(text.trimmed(), region);
+        return std::nullopt;
+    }
+    // A bare address is typed by what it was found to be.
+    if (!text.trimmed().startsWith(u'<'))
+        entry->type = email ? MMS_UTIL_ADDR_EMAIL : MMS_UTIL_ADDR_PLMN;
+    if ((entry->type == MMS_UTIL_ADDR_EMAIL && !email) ||
+        (entry->type == MMS_UTIL_ADDR_PLMN && !phone)) {
+        *error = QStringLiteral("'%1' is typed %2 but is %3")
+                     .arg(text.trimmed(), tavmms::addressTypeWord(entry->type),
+                          email ? QStringLiteral("an e-mail address")
+                                : QStringLiteral("a phone number"));
+        return std::nullopt;
+    }
+    return entry;
+}
+
+std::optional<QList<MMS_UTIL_Entry>> parseRecipients(const QStringList& texts,
+                                                     const QString& region, QString* error)
+{
+    return readEach(texts,
+                    [&](const QString& text) { return parseRecipient(text, region, error); });
 }
 
 namespace

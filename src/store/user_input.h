@@ -54,6 +54,18 @@ TAVMMS_EXPORT std::optional<MMS_UTIL_Entry> parseAddress(const QString& text, QS
 TAVMMS_EXPORT std::optional<QList<MMS_UTIL_Entry>> parseAddresses(const QStringList& texts,
                                                                   QString* error);
 
+// A recipient of a message a person composes: an address as parseAddress() reads it that is an
+// e-mail address (local@domain.tld), or a phone number written with digits, "+", blanks, "-", "."
+// and brackets that reads as a possible number, or a possible short number, of `region` (the
+// address book's). An entry's type must fit its address; UNKNOWN fits both. The address is kept
+// as typed, so that the block list's containment rule still finds it. Anything else is refused,
+// with `error` naming it.
+TAVMMS_EXPORT std::optional<MMS_UTIL_Entry> parseRecipient(const QString& text,
+                                                           const QString& region, QString* error);
+// Texts that each hold one recipient or several separated by commas; empty pieces are dropped.
+TAVMMS_EXPORT std::optional<QList<MMS_UTIL_Entry>>
+parseRecipients(const QStringList& texts, const QString& region, QString* error);
+
 // A message's content type, in either of two forms:
 // - the standard MIME form, "type/subtype; name=value; name=\"quoted value\"": the parameters are
 //   kept as the header keeps them, joined by ";" without blanks, values unquoted; a quoted value

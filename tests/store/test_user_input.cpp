@@ -114,6 +114,55 @@ TEST(ContentTypeInputTest, ReadsTypeAndSubtypeAndTheParametersAfterABlank)
     }
 }
 
+TEST(RecipientInputTest, TakesEmailAddressesAndPossiblePhoneNumbersAsTyped)
+{
+    const struct {
+        const char* text;
+        const char* region;
+        MMS_UTIL_ADDR_TYPE_T type;
+        const char* address;
+    } cases[] = {
+        {"ann@example.org", "DE", MMS_UTIL_ADDR_EMAIL, "ann@example.org"},
+        {"+49 (171) 234-5678", "ZZ", MMS_UTIL_ADDR_PLMN, "+49 (171) 234-5678"},
+        {"0171.2345678", "DE", MMS_UTIL_ADDR_PLMN, "0171.2345678"},
+        {"112", "DE", MMS_UTIL_ADDR_PLMN, "112"},
+        {"<Ann>[PLMN]+15550101", "US", MMS_UTIL_ADDR_PLMN, "+15550101"},
+        {"<Ann>[EMAIL]ann@example.org", "US", MMS_UTIL_ADDR_EMAIL, "ann@example.org"},
+        {"<Ann>[UNKNOWN]+15550101", "US", MMS_UTIL_ADDR_UNKNOWN, "+15550101"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.text);
+        QString error;
+        const std::optional<MMS_UTIL_Entry> entry =
+            parseRecipient(QString::fromUtf8(c.text), QLatin1String(c.region), &error);
+        ASSERT_TRUE(entry) << error.toStdString();
+        EXPECT_EQ(entry->type, c.type);
+        EXPECT_EQ(entry->address, QString::fromUtf8(c.address));
+    }
+}
+
+TEST(RecipientInputTest, RefusesWhatIsNeitherAnEmailAddressNorAPhoneNumberNamingIt)
+{
+    for (const char* wrong :
+         {"Ann Example", "'; DROP TABLE x;--", "0171 2345678", "+49 1", "ann@", "@example.org",
+          "ann@example", "ann@@example.org", "ann @example.org", "<Ann>[EMAIL]+15550101",
+          "<Ann>[PLMN]ann@example.org", "+1555*0101", "<Ann>[UNKNOWN]somewhere"}) {
+        SCOPED_TRACE(wrong);
+        QString error;
+        EXPECT_FALSE(parseRecipient(QString::fromUtf8(wrong), QStringLiteral("ZZ"), &error));
+        EXPECT_FALSE(error.isEmpty());
+    }
+    QString error;
+    EXPECT_FALSE(
+        parseRecipients({QStringLiteral("+15550101,Ann Example")}, QStringLiteral("US"), &error));
+    EXPECT_TRUE(error.contains(QLatin1String("'Ann Example'"))) << error.toStdString();
+    const std::optional<QList<MMS_UTIL_Entry>> both =
+        parseRecipients({QStringLiteral("+15550101, ann@example.org"), QStringLiteral("911")},
+                        QStringLiteral("US"), &error);
+    ASSERT_TRUE(both) << error.toStdString();
+    EXPECT_EQ(both->size(), 3);
+}
+
 TEST(ProfileNameInputTest, RefusesEmptyNamesAndThoseThatWouldBreakAListOfNames)
 {
     for (const QString& wrong :

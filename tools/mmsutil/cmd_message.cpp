@@ -22,6 +22,12 @@ const QString kEntryHelp =
     QStringLiteral(" An entry \"<name>[EMAIL|PLMN|UNKNOWN]address\" or a bare address (typed PLMN, "
                    "EMAIL or UNKNOWN by its look); an entry without a name takes its contact's. "
                    "May be repeated; a value may hold several entries separated by commas.");
+const QString kRecipientHelp = QStringLiteral(
+    " An e-mail address, or a phone number (digits, \"+\", blanks, \"-\", \".\" and brackets) "
+    "that reads as a number, or a short number, of the address book's region ('contacts "
+    "region'); bare or as an entry \"<name>[EMAIL|PLMN|UNKNOWN]address\". Kept as typed; an "
+    "entry without a name takes its contact's. May be repeated; a value may hold several "
+    "separated by commas.");
 const QString kContentTypeHelp = QStringLiteral(
     "Content type of the body, in the MIME form \"type/subtype; name=value; "
     "name=\\\"quoted value\\\"\" (kept as the header keeps it: \"type/subtype "
@@ -37,12 +43,33 @@ struct MessageOptions {
                            QStringLiteral("ENTRY")};
     QCommandLineOption subject{QStringLiteral("subject"), QStringLiteral("Subject."),
                                QStringLiteral("TEXT")};
+    QCommandLineOption subjectFile{
+        QStringLiteral("subject-file"),
+        QStringLiteral("The subject from FILE, without its final line break; - reads standard "
+                       "input. For a subject too long for a command line."),
+        QStringLiteral("FILE")};
     QCommandLineOption contentType{QStringLiteral("content-type"), kContentTypeHelp,
                                    QStringLiteral("TYPE")};
 
-    explicit MessageOptions(const QString& toHelp) { to.setDescription(toHelp + kEntryHelp); }
+    // Recipients of a composed message must be addresses one can send to; a received message
+    // keeps whatever its MMSC gave.
+    const bool composing;
 
-    QList<QCommandLineOption> all() const { return {to, cc, bcc, subject, contentType}; }
+    MessageOptions(const QString& toHelp, bool composing) : composing(composing)
+    {
+        to.setDescription(toHelp + (composing ? kRecipientHelp : kEntryHelp));
+        cc.setDescription(QStringLiteral("Cc recipient.") +
+                          (composing ? kRecipientHelp : kEntryHelp));
+        bcc.setDescription(QStringLiteral("Bcc recipient.") +
+                           (composing ? kRecipientHelp : kEntryHelp));
+        if (composing)
+            subject.setDescription(QStringLiteral("Subject (required, or --subject-file)."));
+    }
+
+    QList<QCommandLineOption> all() const
+    {
+        return {to, cc, bcc, subject, subjectFile, contentType};
+    }
 
     // Fills `message` from the options given and the body file `body`, read up to `limit`; the
     // exit status when the command must stop here.
@@ -56,10 +83,11 @@ struct MessageOptions {
         } lists[] = {{to, &message->to}, {cc, &message->cc}, {bcc, &message->bcc}};
         for (const auto& list : lists) {
             if (const std::optional<int> stop =
-                    cli::entriesOf(parser, list.option, command, list.entries))
+                    cli::entriesOf(parser, list.option, command, list.entries, composing))
                 return stop;
         }
-        message->subject = parser.value(subject);
+        if (const std::optional<int> stop = readSubject(parser, command, body, &message->subject))
+            return stop;
         if (parser.isSet(contentType)) {
             QString error;
             const std::optional<MMS_CONTENT_TYPE_T> type =
@@ -69,6 +97,34 @@ struct MessageOptions {
             message->contentType = *type;
         }
         return cli::readBody(body, limit, &message->body);
+    }
+
+private:
+    std::optional<int> readSubject(const QCommandLineParser& parser, const cli::Command& command,
+                                   const QString& body, QString* text) const
+    {
+        if (!parser.isSet(subjectFile)) {
+            *text = parser.value(subject);
+            return std::nullopt;
+        }
+        const QString path = parser.value(subjectFile);
+        if (parser.isSet(subject))
+            return cli::usageError(
+                command.name, QStringLiteral("--subject and --subject-file exclude each other"));
+        if (path == QLatin1String("-") && body == QLatin1String("-"))
+            return cli::usageError(command.name, QStringLiteral("the body and the subject cannot "
+                                                                "both come from standard input"));
+        std::optional<QByteArray> data = cli::readInput(path, store::MessageStore::kLargestBody);
+        if (!data)
+            return cli::ExitFailed;
+        if (data->size() > store::MessageStore::kLargestBody)
+            return cli::fail(QStringLiteral("the subject in '%1' is longer than %2 bytes")
+                                 .arg(path)
+                                 .arg(store::MessageStore::kLargestBody));
+        if (data->endsWith('\n'))
+            data->chop(data->endsWith("\r\n") ? 2 : 1);
+        *text = QString::fromUtf8(*data);
+        return std::nullopt;
     }
 };
 
@@ -82,7 +138,7 @@ int reportStored(const store::Added& added)
 
 int runCompose(const cli::Command& command, const QStringList& arguments)
 {
-    const MessageOptions options(QStringLiteral("Recipient (required)."));
+    const MessageOptions options(QStringLiteral("Recipient (required)."), true);
     const QCommandLineOption body(QStringLiteral("body"),
                                   QStringLiteral("File holding the encoded body (required); - "
                                                  "reads standard input."),
@@ -107,12 +163,15 @@ int runCompose(const cli::Command& command, const QStringList& arguments)
     parser.addOptions({body, folder});
     if (const std::optional<int> stop = cli::parse(parser, command, arguments, 0))
         return *stop;
-    for (const QCommandLineOption& required : {options.to, options.subject, body}) {
+    for (const QCommandLineOption& required : {options.to, body}) {
         if (!parser.isSet(required))
             return cli::usageError(
                 command.name,
                 QStringLiteral("--%1 is required").arg(required.names().constFirst()));
     }
+    if (!parser.isSet(options.subject) && !parser.isSet(options.subjectFile))
+        return cli::usageError(command.name,
+                               QStringLiteral("--subject or --subject-file is required"));
     std::optional<unsigned int> number;
     if (const std::optional<int> stop = cli::numberOf(parser, folder, command, &number))
         return *stop;
@@ -132,7 +191,8 @@ int runReceive(const cli::Command& command, const QStringList& arguments)
 {
     const MessageOptions options(
         QStringLiteral("Recipient (default: the phone's owner, when the address book knows "
-                       "them)."));
+                       "them)."),
+        false);
     const QCommandLineOption from(
         QStringLiteral("from"),
         QStringLiteral("Sender (required). An entry or a bare address; without a name, the "

@@ -21,7 +21,8 @@ namespace
 } // namespace
 
 std::optional<int> entriesOf(const QCommandLineParser& parser, const QCommandLineOption& option,
-                             const Command& command, QList<MMS_UTIL_Entry>* entries)
+                             const Command& command, QList<MMS_UTIL_Entry>* entries,
+                             bool recipients)
 {
     entries->clear();
     if (!parser.isSet(option))
@@ -29,7 +30,9 @@ std::optional<int> entriesOf(const QCommandLineParser& parser, const QCommandLin
     const QString name = QStringLiteral("--") + option.names().constFirst();
     QString error;
     const std::optional<QList<MMS_UTIL_Entry>> parsed =
-        tavmms::store::parseAddresses(parser.values(option), &error);
+        recipients ? tavmms::store::parseRecipients(parser.values(option),
+                                                    tavmms::store::contactRegion(), &error)
+                   : tavmms::store::parseAddresses(parser.values(option), &error);
     if (!parsed)
         return usageError(command.name, name + QStringLiteral(": ") + error);
     if (parsed->isEmpty())

@@ -28,8 +28,11 @@ namespace cli
 // The entries of an option that lists addresses (--to, --cc, --bcc), in `entries`: none when the
 // option is not given. Gives the exit status of a usage error of `command` when a value is not an
 // address or the option is given without one.
+// With `recipients`, each must be an address one can send to (parseRecipients(), in the address
+// book's region); otherwise any address an MMSC may send from is taken.
 std::optional<int> entriesOf(const QCommandLineParser& parser, const QCommandLineOption& option,
-                             const Command& command, QList<MMS_UTIL_Entry>* entries);
+                             const Command& command, QList<MMS_UTIL_Entry>* entries,
+                             bool recipients = false);
 
 // A content type's number as the content-type command reads it: decimal digits, or hexadecimal
 // digits after "0x" or "0X"; a leading zero does not mean octal. A text not written so is no

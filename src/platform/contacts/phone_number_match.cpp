@@ -1,6 +1,7 @@
 #include "phone_number_match.h"
 
 #include <phonenumbers/phonenumberutil.h>
+#include <phonenumbers/shortnumberinfo.h>
 
 #include <set>
 #include <string>
@@ -13,6 +14,7 @@ namespace
 
 using i18n::phonenumbers::PhoneNumber;
 using i18n::phonenumbers::PhoneNumberUtil;
+using i18n::phonenumbers::ShortNumberInfo;
 
 // What the number keeps when it does not read as a phone number: the characters a keypad dials.
 QString dialCharacters(const QString& number)
@@ -52,6 +54,21 @@ QString phoneNumberKey(const QString& number, const QString& region)
     std::string international;
     util.Format(parsed, PhoneNumberUtil::E164, &international);
     return QString::fromStdString(international);
+}
+
+bool isPossiblePhoneNumber(const QString& number, const QString& region)
+{
+    if (!hasDigit(number))
+        return false;
+    const PhoneNumberUtil& util = *PhoneNumberUtil::GetInstance();
+    PhoneNumber parsed;
+    if (util.Parse(number.toStdString(), region.toStdString(), &parsed) !=
+        PhoneNumberUtil::NO_PARSING_ERROR)
+        return false;
+    static const ShortNumberInfo shortNumbers;
+    return util.IsPossibleNumber(parsed) ||
+           (region != QLatin1String(kNoRegion) &&
+            shortNumbers.IsPossibleShortNumberForRegion(parsed, region.toStdString()));
 }
 
 QString emailKey(const QString& address)

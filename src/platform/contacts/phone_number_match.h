@@ -1,6 +1,8 @@
 #ifndef TAVPLATFORM_PHONE_NUMBER_MATCH_H
 #define TAVPLATFORM_PHONE_NUMBER_MATCH_H
 
+#include "tavplatform_global.h"
+
 #include <QLocale>
 #include <QString>
 
@@ -17,6 +19,11 @@ inline constexpr char kNoRegion[] = "ZZ";
 // (digits, '+', '*', '#'). An MMS address's type suffix ("/TYPE=PLMN") is not part of the number.
 // Empty when the text holds no digit.
 QString phoneNumberKey(const QString& number, const QString& region);
+
+// Whether `number` reads as a phone number one can send to from `region` (a two-letter code, or
+// kNoRegion when only international numbers read): a number whose length fits its country's plan,
+// or a short number (an emergency or service code) of the region.
+TAVPLATFORM_EXPORT bool isPossiblePhoneNumber(const QString& number, const QString& region);
 
 // The key an e-mail address is kept and looked up under: without blanks around it, case-folded.
 QString emailKey(const QString& address);

@@ -17,6 +17,33 @@ using tavplatform::regionOfLocale;
 const QString kGermany = QStringLiteral("DE");
 const QString kNone = QStringLiteral("ZZ");
 
+TEST(PossiblePhoneNumberTest, TakesNumbersAndShortNumbersOfTheRegion)
+{
+    const struct {
+        const char* number;
+        const char* region;
+        bool possible;
+    } cases[] = {
+        {"+49 171 2345678", "ZZ", true},
+        {"+1 (555) 010-0199", "US", true},
+        {"0171 2345678", "DE", true},
+        {"030 1234567", "DE", true},
+        {"112", "DE", true},   // an emergency number
+        {"911", "US", true},   // likewise
+        {"0171 2345678", "ZZ", false}, // national, and no region to read it in
+        {"+49 1", "DE", false},
+        {"12345678901234567890", "DE", false},
+        {"", "DE", false},
+        {"Ann Example", "DE", false},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(std::string(c.number) + " in " + c.region);
+        EXPECT_EQ(tavplatform::isPossiblePhoneNumber(QString::fromUtf8(c.number),
+                                                     QLatin1String(c.region)),
+                  c.possible);
+    }
+}
+
 TEST(PhoneNumberKeyTest, NationalAndInternationalFormsGiveOneKey)
 {
     for (const char* form :

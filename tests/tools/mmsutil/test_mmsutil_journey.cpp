@@ -232,35 +232,103 @@ TEST_F(MmsutilJourneyTest, ComposeThatFailsKeepsNothingAndSaysWhyInOneLine)
     EXPECT_EQ(files(), QStringList());
 }
 
+TEST_F(MmsutilJourneyTest, ComposeRefusesRecipientsOneCannotSendToNamingThem)
+{
+    for (const char* wrong : {"Ann Example", "'; DROP TABLE x;--", "+49 1", "ann@example"}) {
+        SCOPED_TRACE(wrong);
+        const ToolResult result =
+            run({QStringLiteral("compose"), QStringLiteral("--to"), QStringLiteral("+15550101"),
+                 QStringLiteral("--cc"), QString::fromUtf8(wrong), QStringLiteral("--subject"),
+                 QStringLiteral("Hi"), QStringLiteral("--body"), bodyPath()});
+        expectUsageError(result);
+        EXPECT_TRUE(result.err.contains("'" + QByteArray(wrong) + "'")) << result.err.toStdString();
+    }
+    EXPECT_EQ(rowIds(), QList<QByteArray>());
+    // An MMSC may send from any address, alphanumeric ones too.
+    EXPECT_NE(receive(QStringLiteral("Operator News")), 0u);
+}
+
+TEST_F(MmsutilJourneyTest, ComposeKeepsRecipientsAsTyped)
+{
+    const unsigned id = compose({QStringLiteral("--to"), QStringLiteral("+1 (555) 010-0199")});
+    ASSERT_NE(id, 0u);
+    const QJsonObject shown =
+        QJsonDocument::fromJson(
+            ok({QStringLiteral("show"), QString::number(id), QStringLiteral("--json")}))
+            .object();
+    const QJsonArray to = shown.value(QStringLiteral("header")).toObject().value("To").toArray();
+    ASSERT_EQ(to.size(), 3);
+    EXPECT_EQ(to.at(2).toObject().value("address").toString(), QStringLiteral("+1 (555) 010-0199"));
+    EXPECT_EQ(to.at(2).toObject().value("type").toString(), QStringLiteral("PLMN"));
+}
+
+TEST_F(MmsutilJourneyTest, ASubjectTooLongForACommandLineComesFromAFileOrStandardInput)
+{
+    const QString subject = QString(1024 * 1024, QLatin1Char('s'));
+    const QString file = dir.filePath(QStringLiteral("subject.txt"));
+    ASSERT_TRUE(tavmms_test::writeFileBytes(file, subject.toUtf8() + "\n"));
+    const unsigned fromFile =
+        stored(run({QStringLiteral("compose"), QStringLiteral("--to"), QStringLiteral("+15550101"),
+                    QStringLiteral("--subject-file"), file, QStringLiteral("--body"), bodyPath()}));
+    const unsigned fromInput =
+        stored(run({QStringLiteral("compose"), QStringLiteral("--to"), QStringLiteral("+15550101"),
+                    QStringLiteral("--subject-file"), QStringLiteral("-"), QStringLiteral("--body"),
+                    bodyPath()},
+                   QByteArray("Lunch?\r\n")));
+    ASSERT_NE(fromFile, 0u);
+    ASSERT_NE(fromInput, 0u);
+    const auto subjectOf = [&](unsigned id) {
+        return QJsonDocument::fromJson(
+                   ok({QStringLiteral("show"), QString::number(id), QStringLiteral("--json")}))
+            .object()
+            .value(QStringLiteral("header"))
+            .toObject()
+            .value(QStringLiteral("Subject"))
+            .toString();
+    };
+    EXPECT_EQ(subjectOf(fromFile), subject);
+    EXPECT_EQ(subjectOf(fromInput), QStringLiteral("Lunch?"));
+    expectUsageError(
+        run({QStringLiteral("compose"), QStringLiteral("--to"), QStringLiteral("+15550101"),
+             QStringLiteral("--subject"), QStringLiteral("x"), QStringLiteral("--subject-file"),
+             file, QStringLiteral("--body"), bodyPath()}));
+    expectUsageError(run({QStringLiteral("compose"), QStringLiteral("--to"),
+                          QStringLiteral("+15550101"), QStringLiteral("--subject-file"),
+                          QStringLiteral("-"), QStringLiteral("--body"), QStringLiteral("-")}));
+    const QByteArray help = ok({QStringLiteral("compose"), QStringLiteral("--help")});
+    EXPECT_TRUE(help.contains("Recipient (required)")) << help.toStdString();
+    EXPECT_TRUE(help.contains("Subject (required, or --subject-file)")) << help.toStdString();
+}
+
 TEST_F(MmsutilJourneyTest, ComposeRefusesAWrongCommandLineAndWritesNothing)
 {
     const QString body = bodyPath();
     const QList<QStringList> wrong = {
         {QStringLiteral("--subject"), QStringLiteral("Hi"), QStringLiteral("--body"), body},
-        {QStringLiteral("--to"), QStringLiteral("1"), QStringLiteral("--body"), body},
-        {QStringLiteral("--to"), QStringLiteral("1"), QStringLiteral("--subject"),
+        {QStringLiteral("--to"), QStringLiteral("+15550101"), QStringLiteral("--body"), body},
+        {QStringLiteral("--to"), QStringLiteral("+15550101"), QStringLiteral("--subject"),
          QStringLiteral("Hi")},
         {QStringLiteral("--to"), QStringLiteral(","), QStringLiteral("--subject"),
          QStringLiteral("Hi"), QStringLiteral("--body"), body},
         {QStringLiteral("--to"), QStringLiteral("<Ann>[FAX]1"), QStringLiteral("--subject"),
          QStringLiteral("Hi"), QStringLiteral("--body"), body},
-        {QStringLiteral("--to"), QStringLiteral("1"), QStringLiteral("--subject"),
+        {QStringLiteral("--to"), QStringLiteral("+15550101"), QStringLiteral("--subject"),
          QStringLiteral("Hi"), QStringLiteral("--body"), body, QStringLiteral("--folder"),
          QStringLiteral("-1")},
         // a composed message goes to the outbox or the drafts
-        {QStringLiteral("--to"), QStringLiteral("1"), QStringLiteral("--subject"),
+        {QStringLiteral("--to"), QStringLiteral("+15550101"), QStringLiteral("--subject"),
          QStringLiteral("Hi"), QStringLiteral("--body"), body, QStringLiteral("--folder"),
          QStringLiteral("1")},
-        {QStringLiteral("--to"), QStringLiteral("1"), QStringLiteral("--subject"),
+        {QStringLiteral("--to"), QStringLiteral("+15550101"), QStringLiteral("--subject"),
          QStringLiteral("Hi"), QStringLiteral("--body"), body, QStringLiteral("--content-type"),
          QStringLiteral("text")},
-        {QStringLiteral("--to"), QStringLiteral("1"), QStringLiteral("--subject"),
+        {QStringLiteral("--to"), QStringLiteral("+15550101"), QStringLiteral("--subject"),
          QStringLiteral("Hi"), QStringLiteral("--body"), body, QStringLiteral("--content-type"),
          QStringLiteral("text/ plain")},
-        {QStringLiteral("--to"), QStringLiteral("1"), QStringLiteral("--subject"),
+        {QStringLiteral("--to"), QStringLiteral("+15550101"), QStringLiteral("--subject"),
          QStringLiteral("Hi"), QStringLiteral("--body"), body, QStringLiteral("extra")},
         // Line breaks that would end the header line: refused before anything is written.
-        {QStringLiteral("--to"), QStringLiteral("1"), QStringLiteral("--subject"),
+        {QStringLiteral("--to"), QStringLiteral("+15550101"), QStringLiteral("--subject"),
          QStringLiteral("Hi"), QStringLiteral("--body"), body, QStringLiteral("--content-type"),
          QStringLiteral("image/jpeg x\nPriority: Low")},
         {QStringLiteral("--to"), QStringLiteral("bob@example.org\nAnn"),
@@ -271,7 +339,7 @@ TEST_F(MmsutilJourneyTest, ComposeRefusesAWrongCommandLineAndWritesNothing)
         expectUsageError(run(QStringList{QStringLiteral("compose")} + options));
     }
     const ToolResult missing =
-        run({QStringLiteral("compose"), QStringLiteral("--to"), QStringLiteral("1"),
+        run({QStringLiteral("compose"), QStringLiteral("--to"), QStringLiteral("+15550101"),
              QStringLiteral("--subject"), QStringLiteral("Hi"), QStringLiteral("--body"),
              dir.filePath(QStringLiteral("missing"))});
     expectFailure(missing);
