@@ -178,37 +178,64 @@ void fillHeader(MMS_UTIL_MsgHeaderBase* header, const NewMessage& message)
     header->messageSize = uint(message.body.size());
 }
 
-// The smallest id of a row whose `field` holds `text` (cut as the row keeps it), in the
-// transaction open now; nothing when no row does.
-std::optional<unsigned int> firstRowWith(const char* field, const QByteArray& text, int* result)
+// The text of the URI or the Message-ID field of `row`, as it is kept.
+QByteArray fieldText(const MMS_UTIL_DBStruct_T& row, const char* field)
 {
+    const bool uri = qstrcmp(field, kUriField) == 0;
+    const char* text = uri ? row.mms_fld_msguri_name : row.mms_fld_msgid_name;
+    return QByteArray(text, qsizetype(qstrnlen(text, uri ? sizeof row.mms_fld_msguri_name
+                                                         : sizeof row.mms_fld_msgid_name)));
+}
+
+// The ids of the rows whose `field` holds `text` (cut as the row keeps it), in the transaction
+// open now, in the cursor's order.
+QList<unsigned int> rowsWith(const char* field, const QByteArray& text, int* result)
+{
+    QList<unsigned int> ids;
     Transaction txn;
     *result = txn.begin();
     if (*result != DB_OK)
-        return std::nullopt;
+        return ids;
     void* cursorHandle = nullptr;
     *result = DB_CURSOR_Open(txn.handle(), &MMS_UTIL_DBTable::mmsTableHandle, DB_CURSOR_ASCENDING,
                              field, &cursorHandle);
     if (*result != DB_OK)
-        return std::nullopt;
+        return ids;
     const Handle cursor(cursorHandle, DB_CURSOR_Close);
     const Handle term(DB_TERM_Open(), DB_TERM_Close);
     if (!term) {
         *result = DB_ERR_NO_MEMORY;
-        return std::nullopt;
+        return ids;
     }
-    unsigned int id = 0;
     *result = DB_TERM_CHAR_Equal(term.get(), field, text.constData());
     if (*result == DB_OK)
         *result = DB_CURSOR_Locate(cursor.get(), term.get());
-    if (*result == DB_OK)
+    // The cursor runs in the field's order: the rows that hold the text follow the first.
+    while (*result == DB_OK) {
+        unsigned int id = 0;
+        MMS_UTIL_DBStruct_T row;
         *result =
             DB_CURSOR_GetCurrentRecordInfo(cursor.get(), &id, &MMS_UTIL_DBTable::mmsTableHandle);
-    if (*result == DB_ERR_NOT_FOUND) {
-        *result = DB_OK;
-        return std::nullopt;
+        if (*result == DB_OK)
+            *result = MMS_UTIL_DBTable::readRecord(id, &row);
+        if (*result != DB_OK || fieldText(row, field) != text)
+            break;
+        ids.append(id);
+        *result = DB_CURSOR_MoveNext(cursor.get());
     }
-    return *result == DB_OK ? std::optional<unsigned int>(id) : std::nullopt;
+    if (*result == DB_ERR_NOT_FOUND)
+        *result = DB_OK;
+    return ids;
+}
+
+// Whether the kept message `id`, whose row holds `messageId` as far as its field goes, has that
+// Message-ID whole: its mail file says, and one that cannot be read is taken to have it.
+bool holdsMessageId(unsigned int id, const QString& messageId)
+{
+    MMS_UTIL_MsgHeaderBase header;
+    if (MMS_UTIL_MailFile(MMS_UTIL_Common::msgDBIDToMailFileName(id)).readMsgHeader(&header) != 0)
+        return true;
+    return header.messageId == messageId;
 }
 
 } // namespace
@@ -305,26 +332,31 @@ Added MessageStore::Impl::keep(MMS_UTIL_MsgHeaderBase& header, const NewMessage&
         const struct {
             const char* field;
             QByteArray text;
+            QString whole; // what the row may have cut, to be confirmed in the mail file
         } keys[] = {
             // a URI made here is new: only one the message came with is looked for
-            {kUriField, message.uri.isEmpty() ? QByteArray() : QByteArray(row.mms_fld_msguri_name)},
-            {kMessageIdField, QByteArray(row.mms_fld_msgid_name)}};
+            {kUriField, message.uri.isEmpty() ? QByteArray() : QByteArray(row.mms_fld_msguri_name),
+             QString()},
+            {kMessageIdField, QByteArray(row.mms_fld_msgid_name), header.messageId}};
         for (const auto& key : keys) {
             if (key.text.isEmpty())
                 continue;
-            const std::optional<unsigned int> first = firstRowWith(key.field, key.text, &r);
+            const bool cut = !key.whole.isEmpty() && key.whole.toUtf8() != key.text;
+            const QList<unsigned int> ids = rowsWith(key.field, key.text, &r);
             if (r != DB_OK) {
                 added.status = databaseFailure(QStringLiteral("cannot look for the message"), r);
                 return added;
             }
-            if (first && *first != added.id) {
+            for (const unsigned int id : ids) {
+                if (id == added.id || (cut && !holdsMessageId(id, key.whole)))
+                    continue;
                 added.status = Status::failure(
                     ErrorCode::Duplicate,
                     QStringLiteral(
                         "message %1 has the same %2 '%3'; the message was not kept again")
-                        .arg(*first)
+                        .arg(id)
                         .arg(QLatin1String(key.field == kUriField ? "URI" : "Message-ID"),
-                             QString::fromUtf8(key.text)));
+                             cut ? key.whole : QString::fromUtf8(key.text)));
                 return added;
             }
         }
@@ -477,7 +509,7 @@ Added MessageStore::compose(const NewMessage& message, Folder folder)
                    folder == Folder::Drafts ? State::Draft : State::ToSend, false);
 }
 
-Added MessageStore::receive(const NewMessage& message)
+Added MessageStore::receive(const NewMessage& message, bool allowDuplicate)
 {
     Added added;
     const SETUP_SET_Manager reading(AM_Global::APP_MMS, false);
@@ -502,7 +534,7 @@ Added MessageStore::receive(const NewMessage& message)
     }
     MMS_UTIL_MsgHeaderBase header;
     fillHeader(&header, received);
-    return d->keep(header, received, Folder::Inbox, State::Received, true);
+    return d->keep(header, received, Folder::Inbox, State::Received, !allowDuplicate);
 }
 
 Added MessageStore::writeMailFile(unsigned int id, MMS_UTIL_MsgHeaderBase& header,

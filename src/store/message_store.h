@@ -63,9 +63,10 @@ public:
     // Keeps a received message in Folder::Inbox (state Received, unread), addressed to the owner
     // when `message.to` is empty. Blocked, with nothing written, when the block list is in use
     // (feature flag 49) and holds the sender's address as received; Duplicate when a kept
-    // message has the same URI or Message-ID (both as their row fields hold them); TooLarge for a
-    // body over receiveLimit().
-    Added receive(const NewMessage& message);
+    // message has the same URI or Message-ID (a Message-ID longer than its row field holds is
+    // confirmed in the kept message's mail file), unless `allowDuplicate`; TooLarge for a body
+    // over receiveLimit().
+    Added receive(const NewMessage& message, bool allowDuplicate = false);
 
     // Writes the mail file of the message with row `id`. NotFound without a row; Exists when it
     // has a mail file and `replace` is false. A new file is saved as an add saves it; a file

@@ -484,8 +484,9 @@ TEST_F(MessageStoreTest, ReceiveFailingAtAnyDatabaseCallKeepsNothing)
     const NewMessage message = fetchedMessage();
     const int calls = failEachDatabaseCallInTurn(
         [&](MessageStore& messages) { return messages.receive(message); });
-    // As compose, and a search by URI and one by Message-ID of 9 calls each.
-    EXPECT_EQ(calls, 32);
+    // As compose, and a search by URI and one by Message-ID of 15 calls each, which find the row
+    // just added, read it and go on to the next.
+    EXPECT_EQ(calls, 44);
 }
 
 // On a small file system of its own, filled up, over the mail file directory: the mail file
@@ -1035,6 +1036,40 @@ TEST_F(MessageStoreTest, ReceiveRefusesAMessageWhoseUriOrMessageIdIsKeptAlready)
     EXPECT_EQ(store.rowCount(), 1);
     EXPECT_EQ(store.files(), QStringList{QStringLiteral("%1.mms").arg(kept.id)});
     EXPECT_EQ(MMS_UTIL_DBTable::mmsTxn, nullptr);
+}
+
+TEST_F(MessageStoreTest, ALongMessageIdIsADuplicateOnlyWhenTheMailFileHoldsItWhole)
+{
+    // The row keeps 39 bytes of a Message-ID; ids that share them are told apart by the mail
+    // files, which keep them whole.
+    const QString common = QString(39, QLatin1Char('m'));
+    NewMessage first = receivedMessage();
+    first.messageId = common + QStringLiteral("-first@mmsc.example");
+    NewMessage second = receivedMessage();
+    second.messageId = common + QStringLiteral("-second@mmsc.example");
+    const Added one = messages.receive(first);
+    const Added two = messages.receive(second);
+    ASSERT_TRUE(one.status.ok()) << one.status.text.toStdString();
+    ASSERT_TRUE(two.status.ok()) << two.status.text.toStdString();
+
+    // The same id as the second: found though the first row shares its start.
+    const Added again = messages.receive(second);
+    EXPECT_EQ(again.status.code, ErrorCode::Duplicate);
+    EXPECT_TRUE(again.status.text.startsWith(
+        QStringLiteral("message %1 has the same Message-ID").arg(two.id)))
+        << again.status.text.toStdString();
+    EXPECT_EQ(store.rowCount(), 2);
+}
+
+TEST_F(MessageStoreTest, ReceiveKeepsADuplicateWhenAskedTo)
+{
+    NewMessage message = fetchedMessage();
+    ASSERT_TRUE(messages.receive(message).status.ok());
+
+    const Added again = messages.receive(message, true);
+
+    EXPECT_TRUE(again.status.ok()) << again.status.text.toStdString();
+    EXPECT_EQ(store.rowCount(), 2);
 }
 
 TEST_F(MessageStoreTest, ReceiveWithoutUriOrMessageIdIsNoDuplicate)

@@ -205,6 +205,10 @@ int runReceive(const cli::Command& command, const QStringList& arguments)
                                  QStringLiteral("Where the message was fetched from, kept as the "
                                                 "row's message URI (default: a new urn:uuid)."),
                                  QStringLiteral("URI"));
+    const QCommandLineOption allowDuplicate(
+        QStringLiteral("allow-duplicate"),
+        QStringLiteral("Keeps the message even when a kept message has the same URI or "
+                       "Message-ID."));
     QCommandLineParser parser;
     parser.setApplicationDescription(
         command.summary +
@@ -218,7 +222,7 @@ int runReceive(const cli::Command& command, const QStringList& arguments)
             .arg(cli::ExitRefused));
     parser.addOption(from);
     parser.addOptions(options.all());
-    parser.addOptions({messageId, uri});
+    parser.addOptions({messageId, uri, allowDuplicate});
     parser.addPositionalArgument(QStringLiteral("FILE"),
                                  QStringLiteral("The encoded body; - reads standard input."));
     if (const std::optional<int> stop = cli::parse(parser, command, arguments, 1))
@@ -238,7 +242,7 @@ int runReceive(const cli::Command& command, const QStringList& arguments)
             options.read(parser, command, parser.positionalArguments().constFirst(),
                          store::MessageStore::receiveLimit(), &message))
         return *stop;
-    return reportStored(store::MessageStore().receive(message));
+    return reportStored(store::MessageStore().receive(message, parser.isSet(allowDuplicate)));
 }
 
 QString folderText(unsigned int folder)

@@ -33,6 +33,7 @@ namespace
 using namespace std::chrono_literals;
 using tavmms_test::ChildVerdict;
 using tavmms_test::expectFailure;
+using tavmms_test::expectOneLineReport;
 using tavmms_test::expectUsageError;
 using tavmms_test::ToolResult;
 
@@ -246,6 +247,23 @@ TEST_F(MmsutilJourneyTest, ComposeRefusesRecipientsOneCannotSendToNamingThem)
     EXPECT_EQ(rowIds(), QList<QByteArray>());
     // An MMSC may send from any address, alphanumeric ones too.
     EXPECT_NE(receive(QStringLiteral("Operator News")), 0u);
+}
+
+TEST_F(MmsutilJourneyTest, ReceivingAKeptMessageIdSaysWhichMessageHoldsItUnlessAllowed)
+{
+    const QStringList receive{QStringLiteral("receive"),      bodyPath(),
+                              QStringLiteral("--from"),       QStringLiteral("+15550199"),
+                              QStringLiteral("--message-id"), QStringLiteral("dup@mmsc")};
+    const unsigned first = stored(run(receive));
+
+    const ToolResult again = run(receive);
+
+    expectOneLineReport(again, 4);
+    EXPECT_EQ(again.err.toStdString(), "mmsutil: message " + std::to_string(first) +
+                                           " has the same Message-ID 'dup@mmsc'; the message was "
+                                           "not kept again\n");
+    EXPECT_NE(stored(run(receive + QStringList{QStringLiteral("--allow-duplicate")})), 0u);
+    EXPECT_EQ(rowIds().size(), 2);
 }
 
 TEST_F(MmsutilJourneyTest, ComposeKeepsRecipientsAsTyped)
@@ -797,9 +815,9 @@ TEST_F(MmsutilJourneyTest, ShowAndDeleteOfAnUnknownIdFailAndChangeNothing)
     const ToolResult shown = run({QStringLiteral("show"), unknown});
     const ToolResult removed = run({QStringLiteral("delete"), unknown});
 
-    expectNotFound(shown);
+    tavmms_test::expectNotFound(shown);
     EXPECT_EQ(shown.err, "mmsutil: no message " + unknown.toUtf8() + '\n');
-    expectNotFound(removed);
+    tavmms_test::expectNotFound(removed);
     EXPECT_EQ(removed.err, "mmsutil: no message " + unknown.toUtf8() + '\n');
     EXPECT_EQ(rowIds(), QList<QByteArray>{QByteArray::number(id)});
     EXPECT_EQ(files(), QStringList{QStringLiteral("%1.mms").arg(id)});
