@@ -27,6 +27,7 @@
 #include <QStringList>
 #include <QUuid>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
@@ -91,6 +92,40 @@ Status settingsWereRead(const char* outcome)
 Status notFound(unsigned int id)
 {
     return Status::failure(ErrorCode::NotFound, QStringLiteral("no message %1").arg(id));
+}
+
+// Whether `field` holds `text`, ignoring case; an empty text is in every field.
+bool holds(const QString& field, const QString& text)
+{
+    return text.isEmpty() || field.contains(text, Qt::CaseInsensitive);
+}
+
+bool passes(const ListFilter& filter, const MessageRow& row)
+{
+    if (filter.read && row.isRead() != *filter.read)
+        return false;
+    if (!holds(row.from(), filter.from) || !holds(row.to(), filter.to) ||
+        !holds(row.subject(), filter.subject))
+        return false;
+    if (!filter.since.isValid() && !filter.until.isValid())
+        return true;
+    const qint64 time = row.record.cmn_fld_time;
+    return time != 0 && (!filter.since.isValid() || time >= filter.since.toSecsSinceEpoch()) &&
+           (!filter.until.isValid() || time <= filter.until.toSecsSinceEpoch());
+}
+
+// Puts `rows`, which come in id order, in the filter's order and keeps the page it asks for.
+void orderAndPage(QList<MessageRow>* rows, const ListFilter& filter)
+{
+    if (filter.order == ListOrder::Date)
+        std::stable_sort(rows->begin(), rows->end(), [](const MessageRow& a, const MessageRow& b) {
+            return a.record.cmn_fld_time < b.record.cmn_fld_time;
+        });
+    if (filter.reverse)
+        std::reverse(rows->begin(), rows->end());
+    rows->remove(0, qBound(qsizetype(0), filter.offset, rows->size()));
+    if (filter.limit >= 0 && filter.limit < rows->size())
+        rows->resize(filter.limit);
 }
 
 bool isKnownFolder(Folder folder)
@@ -613,12 +648,16 @@ Listed MessageStore::list(const ListFilter& filter)
     const std::optional<unsigned int> folder =
         filter.anyFolder ? std::nullopt : std::optional<unsigned int>(filter.folder);
     const int r = forEachRow(folder, [&](unsigned int id, const MMS_UTIL_DBStruct_T& record) {
-        listed.rows.append(MessageRow{id, record});
+        MessageRow row{id, record};
+        if (passes(filter, row))
+            listed.rows.append(row);
     });
     if (r != DB_OK) {
         listed.rows.clear();
         listed.status = databaseFailure(QStringLiteral("cannot read the message index"), r);
+        return listed;
     }
+    orderAndPage(&listed.rows, filter);
     return listed;
 }
 

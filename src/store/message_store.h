@@ -78,7 +78,7 @@ public:
     // The message's row, and its mail file's header and body; without `withBody`, the body's
     // length alone (a listing or a summary needs no copy of a large body).
     ReadMessage read(unsigned int id, bool withBody = true);
-    // The rows `filter` lets through, in id order.
+    // The rows `filter` lets through, in its order, the page it asks for.
     Listed list(const ListFilter& filter = {});
     Status setRead(unsigned int id, bool read);
     // Moves the message to `folder`; its state stays. Invalid for a number outside Folder.
@@ -89,7 +89,6 @@ public:
     Removed remove(unsigned int id);
     // Deletes each message in turn; a failure stops none of the others.
     QList<Removed> remove(const QList<unsigned int>& ids);
-
     std::chrono::milliseconds lockTimeout() const;
 
 private:

@@ -1158,6 +1158,147 @@ TEST_F(MessageStoreTest, ListGivesTheRowsInIdOrderAndOnlyThoseOfAFolder)
     EXPECT_EQ(onlyDrafts.rows.at(0).id, third.id);
 }
 
+// ---- list: filters, order, pages ----
+
+// A message whose row says it was sent at `when` (no time for an invalid one), with `subject`.
+unsigned int keptAt(MessageStore& messages, const QDateTime& when, const QString& subject,
+                    bool received = false)
+{
+    NewMessage message = received ? receivedMessage() : sampleMessage();
+    message.subject = subject;
+    const Added added = received ? messages.receive(message) : messages.compose(message);
+    EXPECT_TRUE(added.status.ok()) << added.status.text.toStdString();
+    const tavmms::store::ReadMessage read = messages.read(added.id);
+    EXPECT_TRUE(read.header);
+    if (!read.header)
+        return added.id;
+    read.header->sendDate = when;
+    EXPECT_TRUE(messages.writeMailFile(added.id, *read.header, read.body, true).status.ok());
+    return added.id;
+}
+
+QList<unsigned int> idsOf(const tavmms::store::Listed& listed)
+{
+    EXPECT_TRUE(listed.status.ok()) << listed.status.text.toStdString();
+    QList<unsigned int> ids;
+    for (const tavmms::store::MessageRow& row : listed.rows)
+        ids.append(row.id);
+    return ids;
+}
+
+QDateTime utc(const char* text)
+{
+    return QDateTime::fromString(QLatin1String(text), Qt::ISODate);
+}
+
+TEST_F(MessageStoreTest, ListGivesOnlyTheReadOrOnlyTheUnreadRows)
+{
+    const unsigned int sent = keptAt(messages, utc("2026-01-01T10:00:00Z"), QStringLiteral("a"));
+    const unsigned int received =
+        keptAt(messages, utc("2026-01-02T10:00:00Z"), QStringLiteral("b"), true);
+    tavmms::store::ListFilter filter;
+
+    filter.read = true;
+    EXPECT_EQ(idsOf(messages.list(filter)), QList<unsigned int>{sent});
+    filter.read = false;
+    EXPECT_EQ(idsOf(messages.list(filter)), QList<unsigned int>{received});
+}
+
+TEST_F(MessageStoreTest, ListFindsTextInTheSenderRecipientsAndSubjectIgnoringCase)
+{
+    const unsigned int lunch =
+        keptAt(messages, utc("2026-01-01T10:00:00Z"), QStringLiteral("Lunch today?"));
+    const unsigned int received =
+        keptAt(messages, utc("2026-01-02T10:00:00Z"), QStringLiteral("Dinner"), true);
+    const auto listed = [this](QString tavmms::store::ListFilter::*member, const char* text) {
+        tavmms::store::ListFilter filter;
+        filter.*member = QString::fromUtf8(text);
+        return idsOf(messages.list(filter));
+    };
+
+    EXPECT_EQ(listed(&tavmms::store::ListFilter::subject, "LUNCH"), QList<unsigned int>{lunch});
+    EXPECT_EQ(listed(&tavmms::store::ListFilter::subject, "dinner"), QList<unsigned int>{received});
+    EXPECT_EQ(listed(&tavmms::store::ListFilter::subject, "breakfast"), QList<unsigned int>());
+    EXPECT_EQ(listed(&tavmms::store::ListFilter::from, "550199"), QList<unsigned int>{received});
+    EXPECT_EQ(listed(&tavmms::store::ListFilter::to, "bobby"),
+              (QList<unsigned int>{lunch, received}));
+    EXPECT_EQ(listed(&tavmms::store::ListFilter::to, "nobody"), QList<unsigned int>());
+
+    tavmms::store::ListFilter both;
+    both.to = QStringLiteral("bobby");
+    both.subject = QStringLiteral("lunch");
+    EXPECT_EQ(idsOf(messages.list(both)), QList<unsigned int>{lunch});
+}
+
+TEST_F(MessageStoreTest, ListKeepsTheRowsFromSinceToUntilBothIncluded)
+{
+    const unsigned int early = keptAt(messages, utc("2026-01-01T09:59:59Z"), QStringLiteral("a"));
+    const unsigned int first = keptAt(messages, utc("2026-01-01T10:00:00Z"), QStringLiteral("b"));
+    const unsigned int last = keptAt(messages, utc("2026-01-01T12:00:00Z"), QStringLiteral("c"));
+    const unsigned int late = keptAt(messages, utc("2026-01-01T12:00:01Z"), QStringLiteral("d"));
+    const unsigned int timeless = keptAt(messages, QDateTime(), QStringLiteral("e"));
+    ASSERT_EQ(store.row(timeless).cmn_fld_time, 0u);
+    tavmms::store::ListFilter filter;
+    filter.since = utc("2026-01-01T11:00:00+01:00");
+    filter.until = utc("2026-01-01T12:00:00Z");
+
+    EXPECT_EQ(idsOf(messages.list(filter)), (QList<unsigned int>{first, last}));
+    filter.until = QDateTime();
+    EXPECT_EQ(idsOf(messages.list(filter)), (QList<unsigned int>{first, last, late}));
+    filter.since = QDateTime();
+    filter.until = utc("2026-01-01T10:00:00Z");
+    EXPECT_EQ(idsOf(messages.list(filter)), (QList<unsigned int>{early, first}));
+    EXPECT_EQ(idsOf(messages.list()).size(), 5);
+}
+
+TEST_F(MessageStoreTest, ListOrdersByIdOrByDateWithTiesByIdAndTurnsEitherRound)
+{
+    const unsigned int newest = keptAt(messages, utc("2026-03-01T00:00:00Z"), QStringLiteral("a"));
+    const unsigned int oldest = keptAt(messages, utc("2026-01-01T00:00:00Z"), QStringLiteral("b"));
+    const unsigned int tieA = keptAt(messages, utc("2026-02-01T00:00:00Z"), QStringLiteral("c"));
+    const unsigned int tieB = keptAt(messages, utc("2026-02-01T00:00:00Z"), QStringLiteral("d"));
+    const unsigned int timeless = keptAt(messages, QDateTime(), QStringLiteral("e"));
+    tavmms::store::ListFilter filter;
+
+    EXPECT_EQ(idsOf(messages.list(filter)),
+              (QList<unsigned int>{newest, oldest, tieA, tieB, timeless}));
+    filter.reverse = true;
+    EXPECT_EQ(idsOf(messages.list(filter)),
+              (QList<unsigned int>{timeless, tieB, tieA, oldest, newest}));
+    filter.order = tavmms::store::ListOrder::Date;
+    filter.reverse = false;
+    EXPECT_EQ(idsOf(messages.list(filter)),
+              (QList<unsigned int>{timeless, oldest, tieA, tieB, newest}));
+    filter.reverse = true;
+    EXPECT_EQ(idsOf(messages.list(filter)),
+              (QList<unsigned int>{newest, tieB, tieA, oldest, timeless}));
+}
+
+TEST_F(MessageStoreTest, ListGivesThePageAfterFilteringAndOrdering)
+{
+    QList<unsigned int> ids;
+    for (const char* when : {"2026-01-05T00:00:00Z", "2026-01-04T00:00:00Z", "2026-01-03T00:00:00Z",
+                             "2026-01-02T00:00:00Z"})
+        ids.append(keptAt(messages, utc(when), QStringLiteral("page")));
+    keptAt(messages, utc("2026-01-01T00:00:00Z"), QStringLiteral("other"));
+    tavmms::store::ListFilter filter;
+    filter.subject = QStringLiteral("page");
+    filter.order = tavmms::store::ListOrder::Date;
+
+    filter.offset = 1;
+    filter.limit = 2;
+    EXPECT_EQ(idsOf(messages.list(filter)), (QList<unsigned int>{ids[2], ids[1]}));
+    filter.limit = -1;
+    EXPECT_EQ(idsOf(messages.list(filter)), (QList<unsigned int>{ids[2], ids[1], ids[0]}));
+    filter.limit = 0;
+    EXPECT_EQ(idsOf(messages.list(filter)), QList<unsigned int>());
+    filter.offset = 4;
+    filter.limit = 10;
+    EXPECT_EQ(idsOf(messages.list(filter)), QList<unsigned int>());
+    filter.offset = 3;
+    EXPECT_EQ(idsOf(messages.list(filter)), QList<unsigned int>{ids[0]});
+}
+
 TEST_F(MessageStoreTest, SetReadAndMoveChangeTheirFieldAndNothingElse)
 {
     const NewMessage received = receivedMessage();
