@@ -148,6 +148,12 @@ struct TAVMMS_EXPORT Listed {
     QList<MessageRow> rows; // in the filter's order
 };
 
+// A change of several messages, made to all of them or to none.
+struct TAVMMS_EXPORT Changed {
+    Status status;               // NotFound when an id has no row
+    QList<unsigned int> missing; // those ids, in the order given
+};
+
 // A message read whole: its row, and its mail file's header and body when the file loads.
 struct TAVMMS_EXPORT ReadMessage {
     Status status; // NotFound when there is no row
@@ -169,6 +175,15 @@ struct TAVMMS_EXPORT Removed {
     unsigned int id = 0;
     QString mailFile;
     bool mailFileWasMissing = false; // the row had no mail file
+};
+
+// Several messages deleted together, or why not.
+struct TAVMMS_EXPORT RemovedAll {
+    Status status;               // NotFound when an id has no row: nothing was deleted
+    QList<unsigned int> missing; // those ids, in the order given
+    // One for each message, in the order given; a status that is not done says that its row went
+    // but a file of it stays.
+    QList<Removed> removed;
 };
 
 } // namespace tavmms::store
