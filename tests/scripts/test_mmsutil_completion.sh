@@ -60,6 +60,7 @@ cd "$work" || exit 1
 
 # Commands, from the tool's list; a group's word takes one of the group's commands.
 expect "mailfile" ma
+expect "--unread" list --unr
 expect "content-type" content
 for command in mailfile index settings profile block sending flex paths; do
     expect_among "$command" ""

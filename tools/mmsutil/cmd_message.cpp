@@ -206,12 +206,17 @@ QString stateText(const MMS_UTIL_DBStruct_T& row)
 // A message's date as the row and the mail file give it; empty when it has none.
 QString dateText(const QDateTime& date)
 {
-    return date.isValid() ? date.toString(QStringLiteral("yyyy-MM-dd hh:mm:ss")) : QString();
+    return textout::dateTimeText(date);
 }
 
 QString rowTime(quint32 seconds)
 {
     return seconds ? textout::timeText(seconds) : QString();
+}
+
+QString jsonRowTime(quint32 seconds)
+{
+    return seconds ? textout::jsonTimeText(seconds) : QString();
 }
 
 QJsonObject messageToJson(unsigned int id, const MMS_UTIL_DBStruct_T& row)
@@ -220,7 +225,7 @@ QJsonObject messageToJson(unsigned int id, const MMS_UTIL_DBStruct_T& row)
         {QStringLiteral("id"), qint64(id)},
         {QStringLiteral("folder"), qint64(row.cmn_fld_folder_id)},
         {QStringLiteral("time"), qint64(row.cmn_fld_time)},
-        {QStringLiteral("date"), rowTime(row.cmn_fld_time)},
+        {QStringLiteral("date"), jsonRowTime(row.cmn_fld_time)},
         {QStringLiteral("from"), store::text16(row.cmn_fld_from_name)},
         {QStringLiteral("to"), store::text16(row.cmn_fld_to_name)},
         {QStringLiteral("subject"), store::text16(row.cmn_fld_subject)},
@@ -235,12 +240,16 @@ int runList(const cli::Command& command, const QStringList& arguments)
     return cli::listRows(
         command, arguments,
         {command.summary +
-             QStringLiteral(" Texts are those of the rows, cut to their fields. Folders: %1 "
-                            "inbox, %2 outbox, %3 sent, %4 drafts.")
+             QStringLiteral(" Texts are those of the rows, cut to their fields; dates are "
+                            "local time with its offset from UTC. Folders: %1 inbox, %2 outbox, "
+                            "%3 sent, %4 drafts. The options select together; when no message "
+                            "is left, the heading alone (or [] with --json) is printed and the "
+                            "exit status is %5.")
                  .arg(unsigned(store::Folder::Inbox))
                  .arg(unsigned(store::Folder::Outbox))
                  .arg(unsigned(store::Folder::Sent))
-                 .arg(unsigned(store::Folder::Drafts)),
+                 .arg(unsigned(store::Folder::Drafts))
+                 .arg(cli::ExitNo),
          QStringLiteral("messages"),
          QStringLiteral("{id, folder, time, date, from, to, subject, size, read, mailFile}"),
          {QStringLiteral("ID"), QStringLiteral("FOLDER"), QStringLiteral("DATE"),
@@ -254,7 +263,8 @@ int runList(const cli::Command& command, const QStringList& arguments)
                                 textout::oneLine(store::text16(row.cmn_fld_to_name)),
                                 textout::oneLine(store::text16(row.cmn_fld_subject))};
          },
-         messageToJson});
+         messageToJson,
+         true});
 }
 
 QString contentTypeNumberText(unsigned int number)

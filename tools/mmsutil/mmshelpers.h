@@ -75,7 +75,13 @@ std::optional<int> parseRowId(QCommandLineParser& parser, const Command& command
                               unsigned int* id);
 // Reports "<what>: <the database result in words>" and returns ExitFailed.
 int databaseFailure(const QString& what, int code);
-// How a command that lists rows of the message index (with --folder N and --json) shows them.
+// The folder given to `option` (e.g. --folder), as parseFolder() reads it, in `folder`, which
+// stays as it is when the option is not given; gives the exit status of a usage error of `command`
+// when it is no folder.
+std::optional<int> folderOf(const QCommandLineParser& parser, const QCommandLineOption& option,
+                            const Command& command, std::optional<unsigned int>* folder);
+
+// How a command that lists rows of the message index (with --folder and --json) shows them.
 struct RowList {
     QString description; // of the command; empty for its summary
     QString what;        // what is listed, e.g. "rows", for the options' help
@@ -84,6 +90,9 @@ struct RowList {
     QList<int> rightAligned;
     std::function<QStringList(unsigned int id, const MMS_UTIL_DBStruct_T& row)> cells;
     std::function<QJsonObject(unsigned int id, const MMS_UTIL_DBStruct_T& row)> json;
+    // The command also takes --read, --unread, --from, --to, --subject, --since, --until, --sort,
+    // --reverse, --limit and --offset, and answers no (ExitNo) when no row is listed.
+    bool selects = false;
 };
 // Runs such a command: the heading and one line of cells a row, in columns, or a JSON array.
 int listRows(const Command& command, const QStringList& arguments, const RowList& list);
