@@ -11,6 +11,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <limits>
 
 namespace cli
 {
@@ -153,6 +154,31 @@ std::optional<int> folderOf(const QCommandLineParser& parser, const QCommandLine
         return std::nullopt;
     return usageError(command.name,
                       QStringLiteral("--%1: ").arg(option.names().constFirst()) + error);
+}
+
+std::optional<int> parseMessageIds(QCommandLineParser& parser, const Command& command,
+                                   const QStringList& arguments, QList<unsigned int>* ids)
+{
+    parser.addPositionalArgument(QStringLiteral("ID..."), QStringLiteral("The messages' ids."));
+    if (const std::optional<int> stop =
+            parse(parser, command, arguments, 1, std::numeric_limits<int>::max()))
+        return stop;
+    for (const QString& text : parser.positionalArguments()) {
+        const std::optional<unsigned int> id = parseNumber(text);
+        if (!id)
+            return usageError(
+                command.name,
+                QStringLiteral("'%1' is not a message id").arg(textout::oneLine(text)));
+        ids->append(*id);
+    }
+    return std::nullopt;
+}
+
+int reportMissing(const QList<unsigned int>& missing)
+{
+    for (const unsigned int id : missing)
+        fail(QStringLiteral("no message %1").arg(id));
+    return ExitNo;
 }
 
 namespace

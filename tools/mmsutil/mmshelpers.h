@@ -81,6 +81,13 @@ int databaseFailure(const QString& what, int code);
 std::optional<int> folderOf(const QCommandLineParser& parser, const QCommandLineOption& option,
                             const Command& command, std::optional<unsigned int>* folder);
 
+// Parses a command whose arguments, one or more, are message ids into `ids`; gives the exit
+// status when the command must stop here (a malformed id is a usage error).
+std::optional<int> parseMessageIds(QCommandLineParser& parser, const Command& command,
+                                   const QStringList& arguments, QList<unsigned int>* ids);
+// Reports each id of `missing` as "no message N" on standard error and gives ExitNo.
+int reportMissing(const QList<unsigned int>& missing);
+
 // How a command that lists rows of the message index (with --folder and --json) shows them.
 struct RowList {
     QString description; // of the command; empty for its summary

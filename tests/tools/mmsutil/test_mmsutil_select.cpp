@@ -1,5 +1,6 @@
-// mmsutil list with its filters, order and pages, run as a child process on a temporary store:
-// what it prints, its exit codes and its JSON.
+// mmsutil list with its filters, order and pages, and mark, move and delete of several messages,
+// run as a child process on a temporary store: what they print, their exit codes, their JSON, and
+// the rows and mail files they leave.
 
 #include "support/message_store.h"
 #include "support/tool_process.h"
@@ -263,6 +264,178 @@ TEST_F(MmsutilSelectTest, ListPrintsLocalTimesWithTheirOffset)
     EXPECT_EQ(row.value(QStringLiteral("date")).toString(),
               QStringLiteral("2023-11-15T03:43:20+05:30"));
     EXPECT_EQ(row.value(QStringLiteral("time")).toInteger(), 1700000000);
+}
+
+// ---- mark and move ----
+
+TEST_F(MmsutilSelectTest, MarkSetsTheReadMarkOfEveryMessageGiven)
+{
+    addThree();
+
+    const ToolResult unread = run({QStringLiteral("mark"), QString::number(sent),
+                                   QString::number(draft), QStringLiteral("--unread")});
+    EXPECT_EQ(unread.exitCode, 0) << unread.err.toStdString();
+    EXPECT_EQ(unread.out, QStringLiteral("Marked message %1 unread\nMarked message %2 unread\n")
+                              .arg(sent)
+                              .arg(draft)
+                              .toUtf8());
+    EXPECT_EQ(listed({QStringLiteral("--unread")}), (QList<qint64>{inbox, sent, draft}));
+
+    const ToolResult read =
+        run({QStringLiteral("mark"), QStringLiteral("--read"), QString::number(inbox)});
+    EXPECT_EQ(read.exitCode, 0) << read.err.toStdString();
+    EXPECT_EQ(row(inbox).cmn_fld_msg_attr_read, 1);
+}
+
+TEST_F(MmsutilSelectTest, MarkAndMoveWithAnUnknownIdChangeNothingAndNameIt)
+{
+    addThree();
+    const QString unknown = QString::number(draft + 1);
+
+    const ToolResult marked = run({QStringLiteral("mark"), QStringLiteral("--read"),
+                                   QString::number(inbox), unknown, QStringLiteral("99")});
+    const ToolResult moved = run({QStringLiteral("move"), QString::number(inbox), unknown,
+                                  QStringLiteral("--folder"), QStringLiteral("drafts")});
+
+    EXPECT_EQ(marked.exitCode, kExitNo);
+    EXPECT_TRUE(marked.out.isEmpty()) << marked.out.toStdString();
+    EXPECT_EQ(marked.err, "mmsutil: no message " + unknown.toUtf8() + "\nmmsutil: no message 99\n");
+    EXPECT_EQ(moved.exitCode, kExitNo);
+    EXPECT_EQ(moved.err, "mmsutil: no message " + unknown.toUtf8() + '\n');
+    EXPECT_EQ(row(inbox).cmn_fld_msg_attr_read, 0);
+    EXPECT_EQ(row(inbox).cmn_fld_folder_id, 1u);
+}
+
+TEST_F(MmsutilSelectTest, MarkRefusesAnythingButOneOfReadAndUnreadAndIdsThatAreNoNumbers)
+{
+    addThree();
+    for (const QStringList& arguments : QList<QStringList>{
+             {QString::number(inbox)},
+             {QString::number(inbox), QStringLiteral("--read"), QStringLiteral("--unread")},
+             {QStringLiteral("--read")},
+             {QStringLiteral("--read"), QString::number(inbox), QStringLiteral("x")},
+             {QStringLiteral("--read"), QStringLiteral("-1")}}) {
+        SCOPED_TRACE(arguments.join(QLatin1Char(' ')).toStdString());
+        expectUsageError(run(QStringList{QStringLiteral("mark")} + arguments));
+    }
+    EXPECT_EQ(row(inbox).cmn_fld_msg_attr_read, 0);
+}
+
+TEST_F(MmsutilSelectTest, MoveTakesTheFolderByNameOrNumberAndKeepsTheState)
+{
+    addThree();
+    const unsigned short state = row(inbox).cmn_fld_send_receive_state;
+
+    const ToolResult byName =
+        run({QStringLiteral("move"), QString::number(inbox), QString::number(sent),
+             QStringLiteral("--folder"), QStringLiteral("Drafts")});
+    EXPECT_EQ(byName.exitCode, 0) << byName.err.toStdString();
+    EXPECT_EQ(byName.out, QStringLiteral("Moved message %1 to 4 (drafts)\nMoved message %2 to 4 "
+                                         "(drafts)\n")
+                              .arg(inbox)
+                              .arg(sent)
+                              .toUtf8());
+    EXPECT_EQ(listed({QStringLiteral("--folder"), QStringLiteral("drafts")}),
+              (QList<qint64>{inbox, sent, draft}));
+
+    const ToolResult byNumber = run({QStringLiteral("move"), QString::number(inbox),
+                                     QStringLiteral("--folder"), QStringLiteral("1")});
+    EXPECT_EQ(byNumber.exitCode, 0) << byNumber.err.toStdString();
+    EXPECT_EQ(row(inbox).cmn_fld_folder_id, 1u);
+    EXPECT_EQ(row(inbox).cmn_fld_send_receive_state, state);
+}
+
+TEST_F(MmsutilSelectTest, MoveToAFolderThatIsNotOneIsAUsageErrorAndChangesNothing)
+{
+    addThree();
+    for (const QStringList& arguments : QList<QStringList>{
+             {QString::number(inbox), QStringLiteral("--folder"), QStringLiteral("trash")},
+             {QString::number(inbox), QStringLiteral("--folder"), QStringLiteral("9")},
+             {QString::number(inbox), QStringLiteral("--folder"), QStringLiteral("0")},
+             {QString::number(inbox)},
+             {QStringLiteral("--folder"), QStringLiteral("1")},
+             {QStringLiteral("one"), QStringLiteral("--folder"), QStringLiteral("1")}}) {
+        SCOPED_TRACE(arguments.join(QLatin1Char(' ')).toStdString());
+        expectUsageError(run(QStringList{QStringLiteral("move")} + arguments));
+    }
+    EXPECT_EQ(row(inbox).cmn_fld_folder_id, 1u);
+}
+
+// ---- delete ----
+
+TEST_F(MmsutilSelectTest, DeleteOfSeveralDeletesEachRowAndMailFile)
+{
+    const unsigned first = compose();
+    const unsigned second = compose();
+    const unsigned kept = compose();
+    ASSERT_TRUE(QFile::remove(mailFile(second)));
+
+    const ToolResult result =
+        run({QStringLiteral("delete"), QString::number(first), QString::number(second)});
+
+    EXPECT_EQ(result.exitCode, 0) << result.err.toStdString();
+    EXPECT_EQ(result.out, QStringLiteral("Deleted message %1 and its mail file %2\n"
+                                         "Deleted message %3; it had no mail file %4\n")
+                              .arg(first)
+                              .arg(mailFile(first))
+                              .arg(second)
+                              .arg(mailFile(second))
+                              .toUtf8());
+    EXPECT_EQ(rowIds(), QList<QByteArray>{QByteArray::number(kept)});
+    EXPECT_FALSE(QFile::exists(mailFile(first)));
+    EXPECT_TRUE(QFile::exists(mailFile(kept)));
+}
+
+TEST_F(MmsutilSelectTest, DeleteWithAnUnknownIdDeletesNothingAndNamesIt)
+{
+    const unsigned first = compose();
+    const unsigned second = compose();
+    const QString unknown = QString::number(second + 1);
+
+    const ToolResult result =
+        run({QStringLiteral("delete"), QString::number(first), unknown, QString::number(second)});
+
+    EXPECT_EQ(result.exitCode, kExitNo);
+    EXPECT_TRUE(result.out.isEmpty()) << result.out.toStdString();
+    EXPECT_EQ(result.err, "mmsutil: no message " + unknown.toUtf8() + '\n');
+    EXPECT_EQ(rowIds(), (QList<QByteArray>{QByteArray::number(first), QByteArray::number(second)}));
+    EXPECT_TRUE(QFile::exists(mailFile(first)));
+    EXPECT_TRUE(QFile::exists(mailFile(second)));
+}
+
+TEST_F(MmsutilSelectTest, DeleteDryRunSaysWhatWouldGoAndChangesNothing)
+{
+    const unsigned first = compose();
+    const unsigned second = compose();
+    ASSERT_TRUE(QFile::remove(mailFile(second)));
+
+    const ToolResult result = run({QStringLiteral("delete"), QStringLiteral("--dry-run"),
+                                   QString::number(first), QString::number(second)});
+    const ToolResult unknown =
+        run({QStringLiteral("delete"), QStringLiteral("--dry-run"), QStringLiteral("99")});
+
+    EXPECT_EQ(result.exitCode, 0) << result.err.toStdString();
+    EXPECT_EQ(result.out, QStringLiteral("Would delete message %1 and its mail file %2\n"
+                                         "Would delete message %3; it has no mail file %4\n")
+                              .arg(first)
+                              .arg(mailFile(first))
+                              .arg(second)
+                              .arg(mailFile(second))
+                              .toUtf8());
+    EXPECT_EQ(unknown.exitCode, kExitNo);
+    EXPECT_EQ(unknown.err, "mmsutil: no message 99\n");
+    EXPECT_EQ(rowIds(), (QList<QByteArray>{QByteArray::number(first), QByteArray::number(second)}));
+    EXPECT_TRUE(QFile::exists(mailFile(first)));
+}
+
+TEST_F(MmsutilSelectTest, DeleteOfAMalformedIdOrNoneIsAUsageError)
+{
+    const unsigned id = compose();
+
+    expectUsageError(run({QStringLiteral("delete")}));
+    expectUsageError(run({QStringLiteral("delete"), QString::number(id), QStringLiteral("2x")}));
+    expectUsageError(run({QStringLiteral("delete"), QStringLiteral("--dry-run")}));
+    EXPECT_EQ(rowIds(), QList<QByteArray>{QByteArray::number(id)});
 }
 
 TEST_F(MmsutilSelectTest, HelpOfListSaysWhatTheTextsAreMatchedAgainst)
