@@ -489,8 +489,12 @@ Changed MessageStore::Impl::changeRows(const QList<unsigned int>& ids,
     }
     if (r == DB_OK)
         r = txn.commit();
-    if (r != DB_OK)
+    if (r != DB_OK) {
         changed.status = databaseFailure(QStringLiteral("cannot change the messages"), r);
+        return changed;
+    }
+    for (const auto& [id, record] : records)
+        changed.changed.append(id);
     return changed;
 }
 
@@ -747,10 +751,12 @@ Changed MessageStore::setRead(const QList<unsigned int>& ids, bool read)
 
 Changed MessageStore::move(const QList<unsigned int>& ids, Folder folder)
 {
-    if (!isKnownFolder(folder))
-        return {Status::failure(ErrorCode::Invalid,
-                                QStringLiteral("there is no folder %1").arg(unsigned(folder))),
-                {}};
+    if (!isKnownFolder(folder)) {
+        Changed refused;
+        refused.status = Status::failure(
+            ErrorCode::Invalid, QStringLiteral("there is no folder %1").arg(unsigned(folder)));
+        return refused;
+    }
     return d->changeRows(ids, [folder](MMS_UTIL_DBStruct_T* record) {
         record->cmn_fld_folder_id = unsigned(folder);
     });

@@ -152,6 +152,7 @@ struct TAVMMS_EXPORT Listed {
 struct TAVMMS_EXPORT Changed {
     Status status;               // NotFound when an id has no row
     QList<unsigned int> missing; // those ids, in the order given
+    QList<unsigned int> changed; // when done: each id once, in the order given
 };
 
 // A message read whole: its row, and its mail file's header and body when the file loads.

@@ -1312,7 +1312,9 @@ TEST_F(MessageStoreTest, SetReadAndMoveOfSeveralChangeEachOfThem)
     const tavmms::store::Changed moved = messages.move({second, first}, Folder::Drafts);
 
     EXPECT_TRUE(marked.status.ok()) << marked.status.text.toStdString();
+    EXPECT_EQ(marked.changed, (QList<unsigned int>{first, second}));
     EXPECT_TRUE(moved.status.ok()) << moved.status.text.toStdString();
+    EXPECT_EQ(moved.changed, (QList<unsigned int>{second, first}));
     for (const unsigned int id : {first, second}) {
         EXPECT_EQ(store.row(id).cmn_fld_msg_attr_read, 1);
         EXPECT_EQ(store.row(id).cmn_fld_folder_id, unsigned(Folder::Drafts));
@@ -1334,6 +1336,7 @@ TEST_F(MessageStoreTest, SetReadAndMoveOfSeveralWithAnUnknownIdChangeNoneAndName
     EXPECT_EQ(marked.status.code, ErrorCode::NotFound);
     EXPECT_EQ(marked.status.text, QStringLiteral("no messages 42, 43"));
     EXPECT_EQ(marked.missing, (QList<unsigned int>{42, 43}));
+    EXPECT_TRUE(marked.changed.isEmpty());
     EXPECT_EQ(moved.status.code, ErrorCode::NotFound);
     EXPECT_EQ(moved.status.text, QStringLiteral("no message 42"));
     for (const unsigned int id : {first, second}) {

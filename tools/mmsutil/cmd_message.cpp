@@ -403,7 +403,7 @@ int runMark(const cli::Command& command, const QStringList& arguments)
     const store::Changed changed = store::MessageStore().setRead(ids, parser.isSet(read));
     if (!changed.status.ok())
         return reportChanged(changed);
-    for (const unsigned int id : ids)
+    for (const unsigned int id : changed.changed)
         cli::out() << QStringLiteral("Marked message %1 %2\n")
                           .arg(id)
                           .arg(parser.isSet(read) ? QStringLiteral("read")
@@ -444,7 +444,7 @@ int runMove(const cli::Command& command, const QStringList& arguments)
         return cli::usageError(command.name, QStringLiteral("--folder: ") + changed.status.text);
     if (!changed.status.ok())
         return reportChanged(changed);
-    for (const unsigned int id : ids)
+    for (const unsigned int id : changed.changed)
         cli::out() << QStringLiteral("Moved message %1 to %2\n").arg(id).arg(folderText(*number));
     return cli::ExitOk;
 }

@@ -272,8 +272,9 @@ TEST_F(MmsutilSelectTest, MarkSetsTheReadMarkOfEveryMessageGiven)
 {
     addThree();
 
-    const ToolResult unread = run({QStringLiteral("mark"), QString::number(sent),
-                                   QString::number(draft), QStringLiteral("--unread")});
+    const ToolResult unread =
+        run({QStringLiteral("mark"), QString::number(sent), QString::number(draft),
+             QString::number(sent), QStringLiteral("--unread")});
     EXPECT_EQ(unread.exitCode, 0) << unread.err.toStdString();
     EXPECT_EQ(unread.out, QStringLiteral("Marked message %1 unread\nMarked message %2 unread\n")
                               .arg(sent)
