@@ -23,6 +23,7 @@
 #include "contact_book.h"
 #include "device_db_api.h"
 #include "device_db_result.h"
+#include "display_text.h"
 #include "index_row_fields.h"
 #include "index_row_text.h"
 #include "mail_file_reader.h"

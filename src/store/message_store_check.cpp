@@ -476,6 +476,11 @@ CheckReport checkStore(const CheckOptions& asked)
         report.status = readDirectory(&report, &store, &missing);
     if (!report.status.ok())
         return report;
+    // Without a working directory there was no lock to take. A program that made the store
+    // meanwhile may have been seen half way through keeping its first message, which must not be
+    // judged: look again, under the lock now.
+    if (!lock.isHeld() && QFileInfo::exists(MMS_UTIL_Common::getWorkDir()))
+        return checkStore(asked);
     // Rows against a directory that is not there are more likely a wrong TAV_LOCAL_DOWNLOAD_PATH
     // than messages that all went missing, and mail files without any index a wrong
     // TAV_PLATFORM_DIR: nothing is judged, and nothing deleted.

@@ -27,17 +27,10 @@ MMS_UTIL_ADDR_TYPE_T typeOfBareAddress(const QString& address)
 
 QString oneLine(const QString& text)
 {
-    QString line;
-    for (const QChar c : text) {
-        if (c == QLatin1Char('\n'))
-            line += QStringLiteral("\\n");
-        else if (c == QLatin1Char('\t'))
-            line += QStringLiteral("\\t");
-        else if (c.unicode() < 0x20 || c.unicode() == 0x7f)
-            line += QStringLiteral("\\x%1").arg(c.unicode(), 2, 16, QLatin1Char('0'));
-        else
-            line += c;
-    }
+    QString line = text;
+    line.replace(QStringLiteral("\r\n"), QStringLiteral("\u2028"));
+    line.replace(QLatin1Char('\n'), QChar(0x2028));
+    line.replace(QLatin1Char('\r'), QChar(0x2028));
     return line;
 }
 

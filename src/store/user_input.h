@@ -24,8 +24,9 @@ namespace tavmms::store
 TAVMMS_EXPORT std::optional<unsigned int> parseNumber(const QString& text,
                                                       unsigned int maximum = 0xFFFFFFFFu);
 
-// `text` on one line, for a message about it: control characters are shown as escapes ("\n",
-// "\t", "\xNN").
+// `text` on one line, for a message or a listing: each line break ("\r\n", "\n" or "\r") becomes
+// U+2028 LINE SEPARATOR, which displayText() shows as an escape like any other character that
+// must not reach a terminal raw; nothing else changes.
 TAVMMS_EXPORT QString oneLine(const QString& text);
 
 // Whether `text` holds a control character (below U+0020, or U+007F): a line break in a value that

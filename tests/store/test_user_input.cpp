@@ -82,11 +82,12 @@ TEST(AddressInputTest, SplitsTextsAtCommasAndDropsEmptyPieces)
     EXPECT_TRUE(parseAddresses({}, &error).value().isEmpty());
 }
 
-TEST(OneLineTest, ShowsControlCharactersAsEscapes)
+TEST(OneLineTest, TurnsEachLineBreakIntoALineSeparatorAndKeepsTheRest)
 {
-    EXPECT_EQ(oneLine(QStringLiteral("a\nb\tc\x01"
-                                     "d\x7f")),
-              QStringLiteral("a\\nb\\tc\\x01d\\x7f"));
+    EXPECT_EQ(oneLine(QStringLiteral("a\nb\r\nc\rd\te\x01"
+                                     "f\x7f")),
+              QStringLiteral("a\u2028b\u2028c\u2028d\te\x01"
+                             "f\x7f"));
     EXPECT_EQ(oneLine(QStringLiteral("jörg €")), QStringLiteral("jörg €"));
     EXPECT_FALSE(hasControlCharacter(QStringLiteral("jörg €")));
     EXPECT_TRUE(hasControlCharacter(QStringLiteral("a\x7f")));

@@ -38,22 +38,28 @@ ToolResult runTool(const QString& program, const QStringList& arguments,
     return result;
 }
 
-void expectUsageError(const ToolResult& result)
+void expectOneLineReport(const ToolResult& result, int exitCode)
 {
-    EXPECT_EQ(result.exitCode, 2);
+    EXPECT_EQ(result.exitCode, exitCode);
     EXPECT_TRUE(result.out.isEmpty()) << result.out.toStdString();
     EXPECT_TRUE(result.err.startsWith("mmsutil: ")) << result.err.toStdString();
     EXPECT_EQ(result.err.count('\n'), 1) << result.err.toStdString();
     EXPECT_TRUE(result.err.endsWith('\n'));
 }
 
+void expectUsageError(const ToolResult& result)
+{
+    expectOneLineReport(result, 2);
+}
+
 void expectFailure(const ToolResult& result)
 {
-    EXPECT_EQ(result.exitCode, 1);
-    EXPECT_TRUE(result.out.isEmpty()) << result.out.toStdString();
-    EXPECT_TRUE(result.err.startsWith("mmsutil: ")) << result.err.toStdString();
-    EXPECT_EQ(result.err.count('\n'), 1) << result.err.toStdString();
-    EXPECT_TRUE(result.err.endsWith('\n'));
+    expectOneLineReport(result, 1);
+}
+
+void expectNotFound(const ToolResult& result)
+{
+    expectOneLineReport(result, 3);
 }
 
 } // namespace tavmms_test

@@ -30,6 +30,10 @@ void expectUsageError(const ToolResult& result);
 // The operation failed: exit 1, nothing on standard output, one line on standard error naming
 // the tool.
 void expectFailure(const ToolResult& result);
+// What was asked about is not there: the same, with exit 3.
+void expectNotFound(const ToolResult& result);
+// Nothing on standard output, one line on standard error naming the tool, and `exitCode`.
+void expectOneLineReport(const ToolResult& result, int exitCode);
 
 } // namespace tavmms_test
 

@@ -1,8 +1,11 @@
 #include "cli.h"
 
+#include <display_text.h>
+
 #include <QCommandLineParser>
 #include <QCoreApplication>
 #include <QFile>
+#include <QJsonDocument>
 #include <QRegularExpression>
 #include <QTextStream>
 
@@ -18,9 +21,32 @@ namespace
 
 const QString kTool = QStringLiteral("mmsutil");
 
+// What the commands have written for standard output and not yet printed.
+QString& pendingOutput()
+{
+    static QString text;
+    return text;
+}
+
+bool writeTo(std::FILE* stream, const QByteArray& bytes)
+{
+    return std::fwrite(bytes.constData(), 1, size_t(bytes.size()), stream) ==
+               size_t(bytes.size()) &&
+           std::fflush(stream) == 0;
+}
+
+// Every line for a person passes here: a message or a contact may hold any character, and none
+// of them may reach the terminal raw. The line breaks are the printer's own.
+bool print(std::FILE* stream, const QString& text)
+{
+    return writeTo(stream, tavmms::store::displayText(text, true).toUtf8());
+}
+
 void printError(const QString& message)
 {
-    std::fputs(qPrintable(kTool + QStringLiteral(": ") + message + QLatin1Char('\n')), stderr);
+    flushOutput(); // what came before the error stays before it
+    print(stderr,
+          kTool + QStringLiteral(": ") + tavmms::store::oneLine(message) + QLatin1Char('\n'));
 }
 
 } // namespace
@@ -94,10 +120,26 @@ QString commandTable(const QList<Command>& commands, const QString& prefix)
     return table;
 }
 
+const char* const kExitCodeTable =
+    "Exit status: 0 done; 1 failed; 2 bad usage; 3 the answer is no (not found, nothing matched, "
+    "not blocked, no owner); 4 refused by policy (a blocked sender, over the size limit, a "
+    "duplicate).";
+
 int fail(const QString& message)
 {
     printError(message);
     return ExitFailed;
+}
+
+int notFound(const QString& message)
+{
+    printError(message);
+    return ExitNo;
+}
+
+void warn(const QString& message)
+{
+    printError(message);
 }
 
 int usageError(const QString& context, const QString& message)
@@ -111,14 +153,30 @@ int usageError(const QString& context, const QString& message)
 
 QTextStream& out()
 {
-    static QTextStream stream(stdout);
+    static QTextStream stream(&pendingOutput());
     return stream;
+}
+
+bool flushOutput()
+{
+    out().flush();
+    const bool printed = print(stdout, pendingOutput());
+    pendingOutput().clear();
+    return printed;
+}
+
+int printJson(const QJsonDocument& document)
+{
+    if (!flushOutput() ||
+        !writeTo(stdout, tavmms::store::displayJson(document.toJson(QJsonDocument::Indented))))
+        return fail(QStringLiteral("cannot write to standard output"));
+    return ExitOk;
 }
 
 int writeBytes(const void* data, qint64 length)
 {
-    out().flush();
-    if (std::fwrite(data, 1, size_t(length), stdout) != size_t(length) || std::fflush(stdout) != 0)
+    if (!flushOutput() ||
+        !writeTo(stdout, QByteArray::fromRawData(static_cast<const char*>(data), length)))
         return fail(QStringLiteral("cannot write to standard output"));
     return ExitOk;
 }

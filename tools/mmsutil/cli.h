@@ -15,6 +15,7 @@
 class QByteArray;
 class QCommandLineOption;
 class QCommandLineParser;
+class QJsonDocument;
 class QTextStream;
 
 namespace cli
@@ -27,8 +28,13 @@ enum ExitCode {
     // The command ran and the answer is no: the address is not blocked, what was to be added
     // was there already so nothing changed, or nothing was found.
     ExitNo = 3,
-    ExitRefused = 4, // an incoming message refused (blocked sender, kept already); nothing stored
+    // Refused by policy: a blocked sender, a body over the size limit, a message kept already;
+    // nothing stored.
+    ExitRefused = 4,
 };
+
+// The exit codes as --help and the README give them.
+extern const char* const kExitCodeTable;
 
 struct Command;
 // Runs a command with the arguments that follow its name; returns the exit code.
@@ -70,13 +76,25 @@ QString asClause(QString text);
 
 // Writes "mmsutil: <message>" to standard error and returns ExitFailed.
 int fail(const QString& message);
+// The same for what was asked about and is not there ("no row 7"); returns ExitNo.
+int notFound(const QString& message);
+// Writes "mmsutil: <message>" to standard error, for a warning that stops nothing.
+void warn(const QString& message);
 // Writes "mmsutil: <context>: <message> (see 'mmsutil <context> --help')" to standard error and
 // returns ExitUsage; an empty context stands for the tool itself.
 int usageError(const QString& context, const QString& message);
 
-// Standard output as UTF-8 text; main() flushes it before the tool exits.
+// Standard output for a person: what is written here is printed, with every character that must
+// not reach a terminal raw escaped (displayText), when flushOutput() runs; main() runs it before
+// the tool exits, and the writers below before they write.
 QTextStream& out();
-// Writes raw bytes to standard output; ExitOk, or ExitFailed after reporting.
+// Prints what out() holds; false when standard output cannot be written.
+bool flushOutput();
+// Prints `document` on standard output, indented, as JSON that shows no raw control or direction
+// character; ExitOk, or ExitFailed after reporting.
+int printJson(const QJsonDocument& document);
+// Writes raw bytes to standard output, asked for on purpose (a body, a part); ExitOk, or
+// ExitFailed after reporting.
 int writeBytes(const void* data, qint64 length);
 
 // The whole content of the file `path`, or of standard input for "-"; reports and gives nothing

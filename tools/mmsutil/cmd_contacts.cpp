@@ -61,7 +61,7 @@ int runImport(const cli::Command& command, const QStringList& arguments)
             lines.lines == 1
                 ? QString::number(lines.line)
                 : QStringLiteral("%1-%2").arg(lines.line).arg(lines.line + lines.lines - 1);
-        cli::out() << QStringLiteral("%1:%2: %3\n").arg(lines.file, where, lines.reason);
+        cli::warn(QStringLiteral("%1:%2: %3").arg(lines.file, where, lines.reason));
         skipped += lines.lines;
     }
     cli::out() << QStringLiteral("%1 imported (%2 new, %3 replaced), %4 skipped\n")

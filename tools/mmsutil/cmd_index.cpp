@@ -84,13 +84,11 @@ int runShow(const cli::Command& command, const QStringList& arguments)
     MMS_UTIL_DBStruct_T record;
     const int r = MMS_UTIL_DBTable::readRecord(id, &record);
     if (r == DB_ERR_NOT_FOUND)
-        return cli::fail(QStringLiteral("no row %1").arg(id));
+        return cli::notFound(QStringLiteral("no row %1").arg(id));
     if (r != DB_OK)
         return cli::databaseFailure(QStringLiteral("cannot read row %1").arg(id), r);
-    if (parser.isSet(json)) {
-        cli::out() << QJsonDocument(rowToJson(id, record)).toJson(QJsonDocument::Indented);
-        return cli::ExitOk;
-    }
+    if (parser.isSet(json))
+        return cli::printJson(QJsonDocument(rowToJson(id, record)));
     const QList<DB_BIND_T> fields = store::rowFields();
     int width = 0;
     for (const DB_BIND_T& field : fields)
@@ -117,7 +115,7 @@ int runFind(const cli::Command& command, const QStringList& arguments)
     QByteArray uri = parser.positionalArguments().constFirst().toUtf8();
     const unsigned int id = MMS_UTIL_DBTable::findMsgURI(uri.data());
     if (id == kNoRecord)
-        return cli::fail(QStringLiteral("no row with that URI"));
+        return cli::notFound(QStringLiteral("no row with that URI"));
     cli::out() << id << '\n';
     return cli::ExitOk;
 }
@@ -136,7 +134,7 @@ int runDelete(const cli::Command& command, const QStringList& arguments)
     const QString what = QStringLiteral("cannot delete row %1").arg(id);
     const int r = MMS_UTIL_DBTable::del(id);
     if (r == DB_ERR_NOT_FOUND)
-        return cli::fail(QStringLiteral("no row %1").arg(id));
+        return cli::notFound(QStringLiteral("no row %1").arg(id));
     if (r != DB_OK)
         return cli::databaseFailure(what, r);
     if (const int r = store::commitOrAbort())

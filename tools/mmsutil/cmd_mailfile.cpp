@@ -177,7 +177,7 @@ QString dateText(const QDateTime& date)
     return date.isValid() ? date.toString() : QString();
 }
 
-void printJson(const cli::LoadedMailFile& mail)
+int printMailFileJson(const cli::LoadedMailFile& mail)
 {
     const MMS_UTIL_MsgHeaderBase& h = *mail.header;
     const QJsonObject record{
@@ -205,7 +205,7 @@ void printJson(const cli::LoadedMailFile& mail)
     const QJsonObject document{{QStringLiteral("record"), record},
                                {QStringLiteral("header"), header},
                                {QStringLiteral("bodyLength"), qint64(mail.bodyLength)}};
-    cli::out() << QJsonDocument(document).toJson(QJsonDocument::Indented);
+    return cli::printJson(QJsonDocument(document));
 }
 
 void printText(const cli::LoadedMailFile& mail)
@@ -263,9 +263,8 @@ int runShow(const cli::Command& command, const QStringList& arguments)
     if (!mail)
         return cli::ExitFailed;
     if (parser.isSet(json))
-        printJson(*mail);
-    else
-        printText(*mail);
+        return printMailFileJson(*mail);
+    printText(*mail);
     return cli::ExitOk;
 }
 

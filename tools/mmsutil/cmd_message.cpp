@@ -71,20 +71,10 @@ struct MessageOptions {
 
 int reportStored(const store::Added& added)
 {
-    if (added.status.ok()) {
-        cli::out() << added.id << ' ' << added.mailFile << '\n';
-        return cli::ExitOk;
-    }
-    cli::fail(added.status.text);
-    // A message the store's rules refuse is no failure of the store's.
-    switch (added.status.code) {
-    case store::ErrorCode::Blocked:
-    case store::ErrorCode::Duplicate:
-    case store::ErrorCode::TooLarge:
-        return cli::ExitRefused;
-    default:
-        return cli::ExitFailed;
-    }
+    if (!added.status.ok())
+        return cli::storeFailure(added.status);
+    cli::out() << added.id << ' ' << added.mailFile << '\n';
+    return cli::ExitOk;
 }
 
 int runCompose(const cli::Command& command, const QStringList& arguments)
@@ -346,7 +336,7 @@ int runShow(const cli::Command& command, const QStringList& arguments)
     // The body's length is all that is shown of it.
     const store::ReadMessage message = store::MessageStore().read(id, false);
     if (!message.status.ok())
-        return cli::fail(message.status.text);
+        return cli::storeFailure(message.status);
     const MMS_UTIL_DBStruct_T& row = message.row.record;
     if (!message.header)
         cli::fail(message.mailFileError);
@@ -378,7 +368,7 @@ int reportChanged(const store::Changed& changed)
 {
     if (changed.status.code == store::ErrorCode::NotFound)
         return cli::reportMissing(changed.missing);
-    return cli::fail(changed.status.text);
+    return cli::storeFailure(changed.status);
 }
 
 int runMark(const cli::Command& command, const QStringList& arguments)
@@ -473,7 +463,7 @@ int runDelete(const cli::Command& command, const QStringList& arguments)
     if (removed.status.code == store::ErrorCode::NotFound)
         return cli::reportMissing(removed.missing);
     if (removed.removed.isEmpty() && !removed.status.ok())
-        return cli::fail(removed.status.text);
+        return cli::storeFailure(removed.status);
     int exit = cli::ExitOk;
     for (const store::Removed& one : removed.removed) {
         if (!one.status.ok()) {

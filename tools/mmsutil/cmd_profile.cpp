@@ -61,7 +61,7 @@ int runDel(const cli::Command& command, const QStringList& arguments)
     // The name leaves the list and its values go with it, or nothing changes.
     return cli::changeTogether(what, [&]() -> int {
         if (!cli::profileListed(name))
-            return cli::ExitFailed;
+            return cli::ExitNo;
         return cli::reportChange(
             cli::callWriter([&] { return MMS_UTIL_Setting::delProfile(name); }), cli::kWriterCodes,
             what);
@@ -82,7 +82,7 @@ int runShow(const cli::Command& command, const QStringList& arguments)
         return *stop;
     const QString name = parser.positionalArguments().constFirst();
     if (!cli::profileListed(name))
-        return cli::ExitFailed;
+        return cli::ExitNo;
     QList<cli::ShownValue> values;
     for (const cli::Setting& setting : cli::profileSettings())
         values.append(cli::showSetting(setting, name));
@@ -92,8 +92,7 @@ int runShow(const cli::Command& command, const QStringList& arguments)
         const QJsonObject document{{QStringLiteral("name"), name},
                                    {QStringLiteral("isDefaultProfile"), isDefault},
                                    {QStringLiteral("values"), cli::valuesToJson(values)}};
-        cli::out() << QJsonDocument(document).toJson(QJsonDocument::Indented);
-        return cli::ExitOk;
+        return cli::printJson(QJsonDocument(document));
     }
     cli::out() << "Profile " << cli::quoted(name)
                << (isDefault ? " (the default profile)\n" : "\n");
@@ -134,7 +133,7 @@ int runSet(const cli::Command& command, const QStringList& arguments)
     return cli::changeTogether(
         QStringLiteral("cannot set profile %1").arg(cli::quoted(name)), [&]() -> int {
             if (!cli::profileListed(name))
-                return cli::ExitFailed;
+                return cli::ExitNo;
             for (const auto& [setting, value] : changes) {
                 if (const int status = cli::changeSetting(*setting, name, value))
                     return status;

@@ -73,10 +73,8 @@ int run(const QStringList& arguments)
         QStringLiteral("Reads and writes the mail files, the message index and the MMS settings "
                        "of the MMS utility library.\n\nCommands:\n") +
         cli::commandTable(allCommands()) +
-        QStringLiteral("\n'mmsutil <command> --help' describes a command.\n\nExit status: 0 "
-                       "done, 1 failed, 2 wrong command line, 3 the answer is no (not blocked, "
-                       "already there, or nothing found), 4 a received message was refused (a "
-                       "blocked sender, or a message kept already)."));
+        QStringLiteral("\n'mmsutil <command> --help' describes a command.\n\n") +
+        QLatin1String(cli::kExitCodeTable));
     const QCommandLineOption help = cli::helpOption();
     const QCommandLineOption version(QStringList{QStringLiteral("v"), QStringLiteral("version")},
                                      QStringLiteral("Displays the version."));
@@ -112,6 +110,7 @@ int main(int argc, char** argv)
     QCoreApplication::setApplicationName(QStringLiteral("mmsutil"));
     QCoreApplication::setApplicationVersion(QStringLiteral(TAVMMS_VERSION));
     const int code = run(QCoreApplication::arguments());
-    cli::out().flush();
+    if (!cli::flushOutput() && code == cli::ExitOk)
+        return cli::ExitFailed;
     return code;
 }

@@ -78,6 +78,22 @@ std::optional<int> readBody(const QString& path, const tavmms::store::SizeLimit&
     return std::nullopt;
 }
 
+int storeFailure(const tavmms::store::Status& status)
+{
+    using tavmms::store::ErrorCode;
+    switch (status.code) {
+    case ErrorCode::NotFound:
+        return notFound(status.text);
+    case ErrorCode::Blocked:
+    case ErrorCode::Duplicate:
+    case ErrorCode::TooLarge:
+        fail(status.text);
+        return ExitRefused;
+    default:
+        return fail(status.text);
+    }
+}
+
 std::optional<LoadedMailFile> loadMailFile(const QString& path)
 {
     QString error;
@@ -177,7 +193,7 @@ std::optional<int> parseMessageIds(QCommandLineParser& parser, const Command& co
 int reportMissing(const QList<unsigned int>& missing)
 {
     for (const unsigned int id : missing)
-        fail(QStringLiteral("no message %1").arg(id));
+        notFound(QStringLiteral("no message %1").arg(id));
     return ExitNo;
 }
 
@@ -328,10 +344,13 @@ int listRows(const Command& command, const QStringList& arguments, const RowList
         else
             lines.append(list.cells(row.id, row.record));
     }
-    if (parser.isSet(json))
-        out() << QJsonDocument(array).toJson(QJsonDocument::Indented);
-    else
+    if (parser.isSet(json)) {
+        const int printed = printJson(QJsonDocument(array));
+        if (printed != ExitOk)
+            return printed;
+    } else {
         out() << textout::columns(lines, list.rightAligned);
+    }
     return list.selects && listed.rows.isEmpty() ? ExitNo : ExitOk;
 }
 

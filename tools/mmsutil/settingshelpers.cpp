@@ -238,8 +238,7 @@ std::optional<unsigned char> parsePriority(const QString& text)
 
 QString quoted(const QString& text)
 {
-    const QByteArray array = QJsonDocument(QJsonArray{text}).toJson(QJsonDocument::Compact);
-    return QString::fromUtf8(array.mid(1, array.size() - 2));
+    return QLatin1Char('"') + textout::oneLine(text) + QLatin1Char('"');
 }
 
 ShownValue flagValue(const QString& name, const QString& group, const QString& key, int value)
@@ -309,9 +308,8 @@ int showValues(QList<ShownValue> values, bool asJson)
 {
     markStored(&values);
     if (asJson)
-        out() << QJsonDocument(valuesToJson(values)).toJson(QJsonDocument::Indented);
-    else
-        printValues(values);
+        return printJson(QJsonDocument(valuesToJson(values)));
+    printValues(values);
     return ExitOk;
 }
 
@@ -396,7 +394,7 @@ int changeSetting(const Setting& setting, const QString& profile, const QVariant
     return changeTogether(what, [&]() -> int {
         if (setting.kind == Kind::ProfileName && !value.toString().isEmpty() &&
             !profileListed(value.toString()))
-            return ExitFailed;
+            return ExitNo;
         return reportChange(callWriter([&] { return setting.write(profile, value); }), kWriterCodes,
                             what);
     });
@@ -406,7 +404,7 @@ bool profileListed(const QString& name)
 {
     if (MMS_UTIL_Setting::getMMSProfiles().contains(name))
         return true;
-    fail(QStringLiteral("no profile %1").arg(quoted(name)));
+    notFound(QStringLiteral("no profile %1").arg(quoted(name)));
     return false;
 }
 

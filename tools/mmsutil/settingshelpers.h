@@ -107,7 +107,7 @@ QJsonObject valuesToJson(const QList<ShownValue>& values);
 // indented object; the exit status of a "show" command.
 int showValues(QList<ShownValue> values, bool asJson);
 
-// A text as a quoted, escaped JSON string, so that blanks and empty texts show.
+// A text in double quotes and on one line, so that blanks and empty texts show.
 QString quoted(const QString& text);
 
 // ---- The single-value settings ----

@@ -1,5 +1,7 @@
 #include "textout.h"
 
+#include <display_text.h>
+
 #include <QDateTime>
 
 namespace textout
@@ -51,21 +53,26 @@ QString dateTimeText(const QDateTime& time)
 
 QString columns(const QList<QStringList>& rows, const QList<int>& rightAligned)
 {
+    // A cell is as wide as the printer shows it, escapes included.
+    const auto shownWidth = [](const QString& cell) {
+        return tavmms::store::displayText(cell).size();
+    };
     QList<qsizetype> widths;
     for (const QStringList& row : rows) {
         widths.resize(qMax(widths.size(), row.size()), 0);
         for (qsizetype i = 0; i < row.size(); ++i)
-            widths[i] = qMax(widths[i], row.at(i).size());
+            widths[i] = qMax(widths[i], shownWidth(row.at(i)));
     }
     QString text;
     for (const QStringList& row : rows) {
         QStringList cells;
         for (qsizetype i = 0; i < row.size(); ++i) {
-            const int width = int(widths.at(i));
+            const QString& cell = row.at(i);
+            const QString padding(widths.at(i) - shownWidth(cell), QLatin1Char(' '));
             if (rightAligned.contains(int(i)))
-                cells << row.at(i).rightJustified(width);
+                cells << padding + cell;
             else
-                cells << (i + 1 < row.size() ? row.at(i).leftJustified(width) : row.at(i));
+                cells << (i + 1 < row.size() ? cell + padding : cell);
         }
         QString line = cells.join(QStringLiteral("  "));
         // A last cell that is empty would leave the blanks before it.
