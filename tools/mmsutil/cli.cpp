@@ -66,6 +66,12 @@ QCommandLineOption helpOption()
                               QStringLiteral("Displays this help."));
 }
 
+QCommandLineOption jsonOption(const QString& what)
+{
+    return QCommandLineOption(QStringLiteral("json"),
+                              QStringLiteral("Prints %1 as JSON.").arg(what));
+}
+
 bool isHelpOption(const QString& argument)
 {
     return argument == QLatin1String("-h") || argument == QLatin1String("--help");

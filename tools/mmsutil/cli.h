@@ -48,6 +48,8 @@ struct Command {
 
 // -h, --help, which every command and group takes.
 QCommandLineOption helpOption();
+// --json, for a command that prints records: "Prints <what> as JSON."
+QCommandLineOption jsonOption(const QString& what);
 bool isHelpOption(const QString& argument);
 
 // Adds --help and the usage line to `parser`, then parses `arguments`. The help shows the

@@ -6,6 +6,8 @@
 #include <tavmmsutility.h>
 
 #include <QCommandLineParser>
+#include <QJsonArray>
+#include <QJsonDocument>
 #include <QTextStream>
 
 namespace
@@ -38,14 +40,20 @@ std::optional<int> parseAddress(QCommandLineParser& parser, const cli::Command& 
 
 int runList(const cli::Command& command, const QStringList& arguments)
 {
+    const QCommandLineOption json =
+        cli::jsonOption(QStringLiteral("an array of the blocked senders, each a string"));
     QCommandLineParser parser;
+    parser.addOption(json);
     if (const std::optional<int> stop = cli::parse(parser, command, arguments, 0))
         return *stop;
     if (const std::optional<int> stop = cli::failWhenSettingsUnreadable())
         return *stop;
     const QString list = MMS_UTIL_Setting::getBlockList();
-    if (!list.isEmpty())
-        cli::out() << QString(list).replace(QLatin1Char(','), QLatin1Char('\n')) << '\n';
+    const QStringList senders = list.isEmpty() ? QStringList() : list.split(QLatin1Char(','));
+    if (parser.isSet(json))
+        return cli::printJson(QJsonDocument(QJsonArray::fromStringList(senders)));
+    for (const QString& sender : senders)
+        cli::out() << sender << '\n';
     return cli::ExitOk;
 }
 

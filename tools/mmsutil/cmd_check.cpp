@@ -7,7 +7,12 @@
 
 #include <tavmmsutility.h>
 
+#include <algorithm>
+
 #include <QCommandLineParser>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
 #include <QTextStream>
 
 namespace
@@ -17,6 +22,43 @@ namespace store = tavmms::store;
 
 // One line per problem, each with what became of it when repairing; a repair that failed says
 // why on standard error first.
+const char* outcomeWord(store::CheckProblem::Outcome outcome)
+{
+    switch (outcome) {
+    case store::CheckProblem::Found:
+        return "found";
+    case store::CheckProblem::Repaired:
+        return "repaired";
+    case store::CheckProblem::RepairFailed:
+        return "repairFailed";
+    case store::CheckProblem::Kept:
+        return "kept";
+    }
+    return "";
+}
+
+QJsonObject reportToJson(const store::CheckReport& report)
+{
+    QJsonArray problems;
+    for (const store::CheckProblem& problem : report.problems)
+        problems.append(
+            QJsonObject{{QStringLiteral("text"), problem.text},
+                        {QStringLiteral("outcome"), QLatin1String(outcomeWord(problem.outcome))},
+                        {QStringLiteral("note"), problem.note},
+                        {QStringLiteral("error"), problem.error}});
+    QJsonArray others;
+    for (const store::OtherEntry& other : report.others)
+        others.append(
+            QJsonObject{{QStringLiteral("name"), other.name}, {QStringLiteral("why"), other.why}});
+    return QJsonObject{{QStringLiteral("directory"), report.directory},
+                       {QStringLiteral("rows"), report.rows},
+                       {QStringLiteral("mailFiles"), report.mailFiles},
+                       {QStringLiteral("problems"), problems},
+                       {QStringLiteral("others"), others},
+                       {QStringLiteral("repaired"), report.repaired()},
+                       {QStringLiteral("remaining"), report.remaining()}};
+}
+
 void printProblems(const store::CheckReport& report)
 {
     QTextStream& out = cli::out();
@@ -79,9 +121,13 @@ int runCheck(const cli::Command& command, const QStringList& arguments)
                        "cannot be read, or whose header does not match its row, is left alone.\n"
                        "Mail files without a message index stop the check, but for --rebuild.\n"
                        "\n"
-                       "Exit status: 0 the store is consistent or was repaired fully, 1 problems\n"
-                       "remain or the check failed, 2 wrong command line."));
-    parser.addOptions({repair, force, rebuild});
+                       "Exit status: 0 the store is consistent or was repaired fully, 1 the check\n"
+                       "or a repair failed, 2 bad usage, 3 problems remain."));
+    const QCommandLineOption json = cli::jsonOption(QStringLiteral(
+        "an object {directory, rows, mailFiles, problems, others, repaired, remaining}, each "
+        "problem an object {text, outcome (found, repaired, repairFailed or kept), note, error}, "
+        "each other name {name, why}"));
+    parser.addOptions({repair, force, rebuild, json});
     if (const std::optional<int> stop = cli::parse(parser, command, arguments, 0))
         return *stop;
     if (parser.isSet(force) && !parser.isSet(repair) && !parser.isSet(rebuild))
@@ -95,6 +141,17 @@ int runCheck(const cli::Command& command, const QStringList& arguments)
     const store::CheckReport report = store::checkStore(options);
     if (!report.status.ok())
         return cli::fail(report.status.text);
+    // A store with problems left is an answer, not a failure; a repair that failed is one.
+    const bool repairFailed = std::any_of(report.problems.begin(), report.problems.end(),
+                                          [](const store::CheckProblem& p) {
+                                              return p.outcome == store::CheckProblem::RepairFailed;
+                                          });
+    const int status =
+        repairFailed ? cli::ExitFailed : (report.remaining() == 0 ? cli::ExitOk : cli::ExitNo);
+    if (parser.isSet(json)) {
+        const int printed = cli::printJson(QJsonDocument(reportToJson(report)));
+        return printed == cli::ExitOk ? status : printed;
+    }
     printProblems(report);
     for (const store::OtherEntry& other : report.others)
         cli::out() << other.name << ": " << other.why << ", left alone\n";
@@ -111,7 +168,7 @@ int runCheck(const cli::Command& command, const QStringList& arguments)
     else
         out << textout::counted(problems, "problem") << ", " << report.repaired() << " repaired, "
             << remaining << " remain" << (remaining == 1 ? "s" : "") << '\n';
-    return remaining == 0 ? cli::ExitOk : cli::ExitFailed;
+    return status;
 }
 
 } // namespace

@@ -9,6 +9,9 @@
 #include <tavmmsutility.h>
 
 #include <QCommandLineParser>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
 #include <QTextStream>
 
 #include <cerrno>
@@ -25,7 +28,7 @@ QString contactTitle(const store::Contact& contact)
     QString title = contact.name.isEmpty() ? QStringLiteral("(no name)") : contact.name;
     if (!contact.organization.isEmpty())
         title += QStringLiteral(" (") + contact.organization + QLatin1Char(')');
-    return title;
+    return textout::oneLine(title);
 }
 
 int runImport(const cli::Command& command, const QStringList& arguments)
@@ -72,6 +75,27 @@ int runImport(const cli::Command& command, const QStringList& arguments)
     return cli::ExitOk;
 }
 
+QJsonArray addressesToJson(const QList<store::ContactAddress>& addresses)
+{
+    QJsonArray array;
+    for (const store::ContactAddress& address : addresses)
+        array.append(QJsonObject{{QStringLiteral("value"), address.value},
+                                 {QStringLiteral("label"), address.label}});
+    return array;
+}
+
+QJsonArray contactsToJson(const QList<store::Contact>& contacts)
+{
+    QJsonArray array;
+    for (const store::Contact& contact : contacts)
+        array.append(QJsonObject{{QStringLiteral("uid"), contact.uid},
+                                 {QStringLiteral("name"), contact.name},
+                                 {QStringLiteral("organization"), contact.organization},
+                                 {QStringLiteral("numbers"), addressesToJson(contact.numbers)},
+                                 {QStringLiteral("emails"), addressesToJson(contact.emails)}});
+    return array;
+}
+
 int runList(const cli::Command& command, const QStringList& arguments)
 {
     QCommandLineParser parser;
@@ -79,16 +103,23 @@ int runList(const cli::Command& command, const QStringList& arguments)
         command.summary + QStringLiteral(" Each contact's name (and organization) is followed by "
                                          "its numbers and then its e-mail addresses, one a line "
                                          "after their labels."));
+    const QCommandLineOption json = cli::jsonOption(QStringLiteral(
+        "an array of the contacts, each an object {uid, name, organization, numbers, emails}, "
+        "the numbers and addresses each an object {value, label}"));
+    parser.addOption(json);
     if (const std::optional<int> stop = cli::parse(parser, command, arguments, 0))
         return *stop;
     QString error;
     const std::optional<QList<store::Contact>> contacts = store::listContacts(&error);
     if (!contacts)
         return cli::fail(error);
+    if (parser.isSet(json))
+        return cli::printJson(QJsonDocument(contactsToJson(*contacts)));
     for (const store::Contact& contact : *contacts) {
         cli::out() << contactTitle(contact) << '\n';
         for (const store::ContactAddress& item : contact.numbers + contact.emails)
-            cli::out() << "  " << item.label << ": " << item.value << '\n';
+            cli::out() << "  " << textout::oneLine(item.label) << ": "
+                       << textout::oneLine(item.value) << '\n';
     }
     return cli::ExitOk;
 }
@@ -120,7 +151,7 @@ int runLookup(const cli::Command& command, const QStringList& arguments)
         cli::out() << "not found\n";
         return cli::ExitNo;
     }
-    cli::out() << match->name << " (" << match->label << ")\n";
+    cli::out() << textout::oneLine(match->name) << " (" << textout::oneLine(match->label) << ")\n";
     return cli::ExitOk;
 }
 

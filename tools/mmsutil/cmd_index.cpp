@@ -23,16 +23,6 @@ namespace store = tavmms::store;
 const unsigned int kNoRecord = unsigned(-1);
 const QString kRowIdHelp = QStringLiteral("The row's id.");
 
-// "id" and every field of the record by its database name.
-QJsonObject rowToJson(unsigned int id, const MMS_UTIL_DBStruct_T& record)
-{
-    QJsonObject row{{QStringLiteral("id"), qint64(id)}};
-    for (const DB_BIND_T& field : store::rowFields())
-        row.insert(QLatin1String(field.name),
-                   QJsonValue::fromVariant(store::rowFieldValue(record, field)));
-    return row;
-}
-
 // A field value as show prints it; times also as local time.
 QString valueText(const MMS_UTIL_DBStruct_T& record, const DB_BIND_T& field)
 {
@@ -63,7 +53,7 @@ int runList(const cli::Command& command, const QStringList& arguments)
                                 textout::timeText(record.cmn_fld_time),
                                 QString::number(record.mms_fld_msgsize_name)};
          },
-         rowToJson});
+         cli::rowToJson});
 }
 
 int runShow(const cli::Command& command, const QStringList& arguments)
@@ -88,7 +78,7 @@ int runShow(const cli::Command& command, const QStringList& arguments)
     if (r != DB_OK)
         return cli::databaseFailure(QStringLiteral("cannot read row %1").arg(id), r);
     if (parser.isSet(json))
-        return cli::printJson(QJsonDocument(rowToJson(id, record)));
+        return cli::printJson(QJsonDocument(cli::rowToJson(id, record)));
     const QList<DB_BIND_T> fields = store::rowFields();
     int width = 0;
     for (const DB_BIND_T& field : fields)

@@ -154,56 +154,15 @@ int runWrite(const cli::Command& command, const QStringList& arguments)
     return cli::ExitOk;
 }
 
-QJsonObject entryToJson(const MMS_UTIL_Entry& entry)
-{
-    return QJsonObject{{QStringLiteral("name"), entry.name},
-                       {QStringLiteral("type"), tavmms::addressTypeWord(entry.type)},
-                       {QStringLiteral("address"), entry.address}};
-}
-
-QJsonArray entriesToJson(const MMS_UTIL_EntryList& list)
-{
-    QJsonArray array;
-    for (const MMS_UTIL_Entry* entry : list) {
-        if (entry)
-            array.append(entryToJson(*entry));
-    }
-    return array;
-}
-
-// Dates as the mail file writes them; a date it would not write is shown empty.
-QString dateText(const QDateTime& date)
-{
-    return date.isValid() ? date.toString() : QString();
-}
-
 int printMailFileJson(const cli::LoadedMailFile& mail)
 {
-    const MMS_UTIL_MsgHeaderBase& h = *mail.header;
     const QJsonObject record{
         {QStringLiteral("headerTextOffset"), qint64(mail.record.headerTextOffset)},
         {QStringLiteral("reserved"), qint64(mail.record.reserved)},
         {QStringLiteral("bodyOffset"), qint64(mail.record.bodyOffset)},
         {QStringLiteral("bodyLength"), qint64(mail.record.bodyLength)}};
-    const QJsonObject header{
-        {QStringLiteral("From"), entryToJson(h.from)},
-        {QStringLiteral("To"), entriesToJson(h.toList)},
-        {QStringLiteral("CC"), entriesToJson(h.ccList)},
-        {QStringLiteral("BCC"), entriesToJson(h.bccList)},
-        {QStringLiteral("Subject"), h.subject},
-        {QStringLiteral("Send_Date"), dateText(h.sendDate)},
-        {QStringLiteral("Delivery"), dateText(h.deliveryTime)},
-        {QStringLiteral("Expiry"), qint64(h.expiry)},
-        {QStringLiteral("Message_ID"), h.messageId},
-        {QStringLiteral("Content_Type"), MMS_UTIL_Common::contentTypeToString(h.contentType)},
-        {QStringLiteral("Priority"), MMS_UTIL_Common::priorityToString(h.priority)},
-        {QStringLiteral("Sender_Visibility"), h.senderVisibility},
-        {QStringLiteral("DeliveryReport"), h.deliveryReport},
-        {QStringLiteral("ReadReplyReport"), h.readReplyReport},
-        {QStringLiteral("Message_Size"), qint64(h.messageSize)},
-    };
     const QJsonObject document{{QStringLiteral("record"), record},
-                               {QStringLiteral("header"), header},
+                               {QStringLiteral("header"), cli::headerToJson(*mail.header)},
                                {QStringLiteral("bodyLength"), qint64(mail.bodyLength)}};
     return cli::printJson(QJsonDocument(document));
 }
@@ -235,8 +194,8 @@ void printText(const cli::LoadedMailFile& mail)
     line("CC:", MMS_UTIL_Common::entryListToString(h.ccList));
     line("BCC:", MMS_UTIL_Common::entryListToString(h.bccList));
     line("Subject:", h.subject);
-    line("Send_Date:", dateText(h.sendDate));
-    line("Delivery:", dateText(h.deliveryTime));
+    line("Send_Date:", cli::mailFileDateText(h.sendDate));
+    line("Delivery:", cli::mailFileDateText(h.deliveryTime));
     line("Expiry:", QString::number(h.expiry));
     line("Message_ID:", h.messageId);
     line("Content_Type:", MMS_UTIL_Common::contentTypeToString(h.contentType));

@@ -9,6 +9,7 @@
 #include <tavmmsutility.h>
 
 #include <QCommandLineParser>
+#include <QJsonDocument>
 #include <QJsonObject>
 #include <QTextStream>
 
@@ -317,6 +318,33 @@ QString messageTypeText(const MMS_CONTENT_TYPE_T& contentType)
     return QStringLiteral("%1: %2").arg(code).arg(cli::messageTypeMeaning(code));
 }
 
+QJsonObject messageToJson(unsigned int id, const store::ReadMessage& message)
+{
+    const MMS_UTIL_DBStruct_T& row = message.row.record;
+    QJsonObject object{
+        {QStringLiteral("id"), qint64(id)},
+        {QStringLiteral("folder"), qint64(row.cmn_fld_folder_id)},
+        {QStringLiteral("folderName"), store::folderName(row.cmn_fld_folder_id)},
+        {QStringLiteral("state"), qint64(row.cmn_fld_send_receive_state)},
+        {QStringLiteral("stateName"), store::stateName(row.cmn_fld_send_receive_state)},
+        {QStringLiteral("read"), row.cmn_fld_msg_attr_read != 0},
+        {QStringLiteral("uri"), message.row.uri()},
+        {QStringLiteral("mailFile"), message.row.mailFile()},
+        {QStringLiteral("row"), cli::rowToJson(id, row)},
+        {QStringLiteral("header"), QJsonValue::Null},
+        {QStringLiteral("bodyLength"), qint64(message.bodyLength)},
+        {QStringLiteral("mailFileError"), message.mailFileError},
+        {QStringLiteral("mailFileDamage"), message.mailFileDamage},
+    };
+    if (message.header) {
+        const int code = MMS_UTIL_Common::getMsgTypeByContentType(message.header->contentType);
+        object.insert(QStringLiteral("header"), cli::headerToJson(*message.header));
+        object.insert(QStringLiteral("messageType"), code);
+        object.insert(QStringLiteral("messageTypeMeaning"), cli::messageTypeMeaning(code));
+    }
+    return object;
+}
+
 int runShow(const cli::Command& command, const QStringList& arguments)
 {
     QCommandLineParser parser;
@@ -328,6 +356,12 @@ int runShow(const cli::Command& command, const QStringList& arguments)
                        "is printed alone and the tool exits with 1. When it is damaged (cut "
                        "short, or its header does not match its row), it says how on standard "
                        "error, shows what it holds and exits with 1."));
+    const QCommandLineOption json = cli::jsonOption(QStringLiteral(
+        "an object {id, folder, folderName, state, stateName, read, uri, mailFile, row, header, "
+        "bodyLength, messageType, messageTypeMeaning, mailFileError, mailFileDamage}: the row "
+        "with every field by its database name, the header by its keys (null when the mail file "
+        "does not load)"));
+    parser.addOption(json);
     unsigned int id = 0;
     if (const std::optional<int> stop =
             cli::parseRowId(parser, command, arguments, QStringLiteral("The message's id."), &id))
@@ -337,6 +371,12 @@ int runShow(const cli::Command& command, const QStringList& arguments)
     const store::ReadMessage message = store::MessageStore().read(id, false);
     if (!message.status.ok())
         return cli::storeFailure(message.status);
+    const int status =
+        message.header && message.mailFileDamage.isEmpty() ? cli::ExitOk : cli::ExitFailed;
+    if (parser.isSet(json)) {
+        const int printed = cli::printJson(QJsonDocument(messageToJson(id, message)));
+        return printed == cli::ExitOk ? status : printed;
+    }
     const MMS_UTIL_DBStruct_T& row = message.row.record;
     if (!message.header)
         cli::fail(message.mailFileError);
@@ -354,12 +394,12 @@ int runShow(const cli::Command& command, const QStringList& arguments)
     });
     out << '\n' << textout::columns(sideBySide(row, message.header.get())) << '\n';
     if (!message.header)
-        return cli::ExitFailed;
+        return status;
     out << textout::columns({
         {QStringLiteral("Body:"), QStringLiteral("%1 bytes").arg(message.bodyLength)},
         {QStringLiteral("Message type:"), messageTypeText(message.header->contentType)},
     });
-    return message.mailFileDamage.isEmpty() ? cli::ExitOk : cli::ExitFailed;
+    return status;
 }
 
 // What the commands that change several messages say of ids without a message, and of a change

@@ -2,11 +2,14 @@
 
 #include "commands.h"
 #include "settingshelpers.h"
+#include "textout.h"
 
 #include <tavmmsutility.h>
 
 #include <QCommandLineParser>
+#include <QJsonArray>
 #include <QJsonDocument>
+#include <QJsonObject>
 #include <QTextStream>
 
 namespace
@@ -29,13 +32,25 @@ std::optional<int> parseNamed(QCommandLineParser& parser, const cli::Command& co
 
 int runList(const cli::Command& command, const QStringList& arguments)
 {
+    const QCommandLineOption json = cli::jsonOption(
+        QStringLiteral("an array of the profiles, each an object {name, isDefaultProfile}"));
     QCommandLineParser parser;
+    parser.addOption(json);
     if (const std::optional<int> stop = cli::parse(parser, command, arguments, 0))
         return *stop;
     if (const std::optional<int> stop = cli::failWhenSettingsUnreadable())
         return *stop;
-    for (const QString& name : MMS_UTIL_Setting::getMMSProfiles())
-        cli::out() << name << '\n';
+    const QStringList names = MMS_UTIL_Setting::getMMSProfiles();
+    if (parser.isSet(json)) {
+        const QString defaultName = MMS_UTIL_Setting::getDefaultMMSProfile();
+        QJsonArray profiles;
+        for (const QString& name : names)
+            profiles.append(QJsonObject{{QStringLiteral("name"), name},
+                                        {QStringLiteral("isDefaultProfile"), name == defaultName}});
+        return cli::printJson(QJsonDocument(profiles));
+    }
+    for (const QString& name : names)
+        cli::out() << textout::oneLine(name) << '\n';
     return cli::ExitOk;
 }
 

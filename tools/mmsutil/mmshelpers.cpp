@@ -78,6 +78,63 @@ std::optional<int> readBody(const QString& path, const tavmms::store::SizeLimit&
     return std::nullopt;
 }
 
+QJsonObject rowToJson(unsigned int id, const MMS_UTIL_DBStruct_T& record)
+{
+    QJsonObject row{{QStringLiteral("id"), qint64(id)}};
+    for (const DB_BIND_T& field : tavmms::store::rowFields())
+        row.insert(QLatin1String(field.name),
+                   QJsonValue::fromVariant(tavmms::store::rowFieldValue(record, field)));
+    return row;
+}
+
+namespace
+{
+
+QJsonObject entryToJson(const MMS_UTIL_Entry& entry)
+{
+    return QJsonObject{{QStringLiteral("name"), entry.name},
+                       {QStringLiteral("type"), tavmms::addressTypeWord(entry.type)},
+                       {QStringLiteral("address"), entry.address}};
+}
+
+QJsonArray entriesToJson(const MMS_UTIL_EntryList& list)
+{
+    QJsonArray array;
+    for (const MMS_UTIL_Entry* entry : list) {
+        if (entry)
+            array.append(entryToJson(*entry));
+    }
+    return array;
+}
+
+} // namespace
+
+QString mailFileDateText(const QDateTime& date)
+{
+    return date.isValid() ? date.toString() : QString();
+}
+
+QJsonObject headerToJson(const MMS_UTIL_MsgHeaderBase& h)
+{
+    return QJsonObject{
+        {QStringLiteral("From"), entryToJson(h.from)},
+        {QStringLiteral("To"), entriesToJson(h.toList)},
+        {QStringLiteral("CC"), entriesToJson(h.ccList)},
+        {QStringLiteral("BCC"), entriesToJson(h.bccList)},
+        {QStringLiteral("Subject"), h.subject},
+        {QStringLiteral("Send_Date"), mailFileDateText(h.sendDate)},
+        {QStringLiteral("Delivery"), mailFileDateText(h.deliveryTime)},
+        {QStringLiteral("Expiry"), qint64(h.expiry)},
+        {QStringLiteral("Message_ID"), h.messageId},
+        {QStringLiteral("Content_Type"), MMS_UTIL_Common::contentTypeToString(h.contentType)},
+        {QStringLiteral("Priority"), MMS_UTIL_Common::priorityToString(h.priority)},
+        {QStringLiteral("Sender_Visibility"), h.senderVisibility},
+        {QStringLiteral("DeliveryReport"), h.deliveryReport},
+        {QStringLiteral("ReadReplyReport"), h.readReplyReport},
+        {QStringLiteral("Message_Size"), qint64(h.messageSize)},
+    };
+}
+
 int storeFailure(const tavmms::store::Status& status)
 {
     using tavmms::store::ErrorCode;

@@ -51,6 +51,13 @@ using tavmms::store::LoadedMailFile;
 std::optional<int> readBody(const QString& path, const tavmms::store::SizeLimit& limit,
                             QByteArray* body);
 
+// "id" and every field of the index row by its database name.
+QJsonObject rowToJson(unsigned int id, const MMS_UTIL_DBStruct_T& record);
+// A mail file's header by its keys, entries as {name, type, address}.
+QJsonObject headerToJson(const MMS_UTIL_MsgHeaderBase& header);
+// A date as the mail file writes it; a date it would not write is empty.
+QString mailFileDateText(const QDateTime& date);
+
 // Loads the mail file `path`; reports why and gives nothing when it cannot be loaded.
 std::optional<LoadedMailFile> loadMailFile(const QString& path);
 

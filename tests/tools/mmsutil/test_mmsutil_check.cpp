@@ -327,9 +327,9 @@ TEST_F(MmsutilCheckTest, ARowWithoutMailFileIsDeletedOnlyWithForce)
     counts = QStringLiteral("2 rows and 1 mail file");
     const QString line = QStringLiteral("row %1: no mail file %2").arg(ids[1]).arg(name(ids[1]));
 
-    expectReport({}, {line}, QStringLiteral("1 problem"), 1);
+    expectReport({}, {line}, QStringLiteral("1 problem"), 3);
     expectReport(kRepair, {line + QStringLiteral(" -> kept (--force deletes the row)")},
-                 QStringLiteral("1 problem, 0 repaired, 1 remains"), 1);
+                 QStringLiteral("1 problem, 0 repaired, 1 remains"), 3);
     EXPECT_EQ(rowsAmong(ids), ids);
 
     expectReport(kForce, {line + QStringLiteral(" -> row deleted")},
@@ -347,11 +347,11 @@ TEST_F(MmsutilCheckTest, AMailFileWithoutRowIsQuarantinedOnlyWithForce)
     counts = QStringLiteral("1 row and 2 mail files");
     const QString line = QStringLiteral("%1: no row").arg(name(stray));
 
-    expectReport({}, {line}, QStringLiteral("1 problem"), 1);
+    expectReport({}, {line}, QStringLiteral("1 problem"), 3);
     expectReport(kRepair,
                  {line + QStringLiteral(" -> kept (--force moves it to the quarantine; --rebuild "
                                         "makes a row for it)")},
-                 QStringLiteral("1 problem, 0 repaired, 1 remains"), 1);
+                 QStringLiteral("1 problem, 0 repaired, 1 remains"), 3);
     EXPECT_EQ(bytesOf(name(stray)), mail);
 
     expectReport(kForce, {movedLine(line, name(stray))},
@@ -395,11 +395,11 @@ TEST_F(MmsutilCheckTest, EachWayAFileFailsToLoadIsNamedAndOnlyForceQuarantinesIt
     }
     counts = QStringLiteral("%1 rows and %1 mail files").arg(count);
 
-    expectReport({}, lines, QStringLiteral("%1 problems").arg(count), 1);
+    expectReport({}, lines, QStringLiteral("%1 problems").arg(count), 3);
     QStringList kept;
     for (const QString& line : lines)
         kept << line + QStringLiteral(" -> kept (--force moves it to the quarantine)");
-    expectReport(kRepair, kept, QStringLiteral("%1 problems, 0 repaired, %1 remain").arg(count), 1);
+    expectReport(kRepair, kept, QStringLiteral("%1 problems, 0 repaired, %1 remain").arg(count), 3);
     for (int i = 0; i < count; ++i)
         EXPECT_EQ(bytesOf(name(ids[i])), broken[i].bytes) << i;
     EXPECT_EQ(rowsAmong(ids), ids);
@@ -431,7 +431,7 @@ TEST_F(MmsutilCheckTest, APlainCheckChangesNothing)
 
     const ToolResult result = check();
 
-    EXPECT_EQ(result.exitCode, 1);
+    EXPECT_EQ(result.exitCode, 3);
     EXPECT_EQ(entries(), before);
     EXPECT_EQ(bytesOf(name(ids[0])), mail.chopped(1));
     EXPECT_EQ(bytesOf(name(ids[1], ".mms.tmp")), mail);
@@ -453,7 +453,7 @@ TEST_F(MmsutilCheckTest, AWholeLeftoverWhoseMailFileIsMissingIsRenamedIntoPlace)
 
     expectReport({},
                  {line, QStringLiteral("row %1: no mail file %2").arg(ids[0]).arg(name(ids[0]))},
-                 QStringLiteral("2 problems"), 1);
+                 QStringLiteral("2 problems"), 3);
     expectReport(kRepair, {line + QStringLiteral(" -> renamed to ") + name(ids[0])},
                  QStringLiteral("1 problem, 1 repaired, 0 remain"), 0);
     EXPECT_EQ(entries(), QStringList{name(ids[0])});
@@ -478,7 +478,7 @@ TEST_F(MmsutilCheckTest, AWholeLeftoverWithoutRowIsRenamedAndThenCountsAsAMailFi
                  {line + QStringLiteral(" -> renamed to ") + name(id),
                   name(id) + QStringLiteral(": no row -> kept (--force moves it to the quarantine; "
                                             "--rebuild makes a row for it)")},
-                 QStringLiteral("2 problems, 1 repaired, 1 remains"), 1);
+                 QStringLiteral("2 problems, 1 repaired, 1 remains"), 3);
     EXPECT_EQ(entries(), QStringList{name(id)});
     EXPECT_EQ(bytesOf(name(id)), mail);
 }
@@ -492,7 +492,7 @@ TEST_F(MmsutilCheckTest, ALeftoverBesideItsMailFileIsRemoved)
     const QString line = QStringLiteral("%1: left by an interrupted save beside %2")
                              .arg(name(ids[0], ".mms.tmp"), name(ids[0]));
 
-    expectReport({}, {line}, QStringLiteral("1 problem"), 1);
+    expectReport({}, {line}, QStringLiteral("1 problem"), 3);
     expectReport(kRepair, {line + QStringLiteral(" -> removed")},
                  QStringLiteral("1 problem, 1 repaired, 0 remain"), 0);
     EXPECT_EQ(entries(), QStringList{name(ids[0])});
@@ -510,11 +510,11 @@ TEST_F(MmsutilCheckTest, ALeftoverThatDoesNotLoadIsRemovedAndItsRowKeptWithoutFo
             .arg(name(ids[0], ".mms.tmp"));
     const QString rowLine = QStringLiteral("row %1: no mail file %2").arg(ids[0]).arg(name(ids[0]));
 
-    expectReport({}, {leftoverLine, rowLine}, QStringLiteral("2 problems"), 1);
+    expectReport({}, {leftoverLine, rowLine}, QStringLiteral("2 problems"), 3);
     expectReport(kRepair,
                  {leftoverLine + QStringLiteral(" -> removed"),
                   rowLine + QStringLiteral(" -> kept (--force deletes the row)")},
-                 QStringLiteral("2 problems, 1 repaired, 1 remains"), 1);
+                 QStringLiteral("2 problems, 1 repaired, 1 remains"), 3);
     EXPECT_EQ(entries(), QStringList());
     EXPECT_EQ(rowsAmong(ids), ids);
 }
@@ -536,7 +536,7 @@ TEST_F(MmsutilCheckTest, AWholeLeftoverBesideABrokenMailFileIsKeptAndTakesItsPla
                   start + QStringLiteral(" beside %1, which does not load; this loads completely "
                                          "-> kept (--force puts it in place of %1)")
                               .arg(name(ids[0]))},
-                 QStringLiteral("2 problems, 0 repaired, 2 remain"), 1);
+                 QStringLiteral("2 problems, 0 repaired, 2 remain"), 3);
     EXPECT_EQ(bytesOf(name(ids[0])), broken);
     EXPECT_EQ(bytesOf(name(ids[0], ".mms.tmp")), mail);
 
@@ -566,7 +566,7 @@ TEST_F(MmsutilCheckTest, AMailFileADeleteSetAsideIsPutBackWhileItsRowIsThere)
 
     expectReport({},
                  {line, QStringLiteral("row %1: no mail file %2").arg(ids[0]).arg(name(ids[0]))},
-                 QStringLiteral("2 problems"), 1);
+                 QStringLiteral("2 problems"), 3);
     expectReport(kRepair, {line + QStringLiteral(" -> put back as ") + name(ids[0])},
                  QStringLiteral("1 problem, 1 repaired, 0 remain"), 0);
     EXPECT_EQ(entries(), QStringList{name(ids[0])});
@@ -582,7 +582,7 @@ TEST_F(MmsutilCheckTest, AMailFileADeleteSetAsideIsRemovedOnceItsRowIsGone)
     const QString line =
         QStringLiteral("%1: left by an interrupted delete").arg(name(7, ".mms.deleted"));
 
-    expectReport({}, {line}, QStringLiteral("1 problem"), 1);
+    expectReport({}, {line}, QStringLiteral("1 problem"), 3);
     expectReport(kRepair, {line + QStringLiteral(" -> removed")},
                  QStringLiteral("1 problem, 1 repaired, 0 remain"), 0);
     EXPECT_EQ(entries(), QStringList());
@@ -649,7 +649,7 @@ TEST_F(MmsutilCheckTest, TheReportGoesByIdThenOtherNamesAndRepairsAsItGoes)
         QStringLiteral("%1.mms: no row").arg(ids[3] + 1),
         QStringLiteral("a.txt: not a mail file name, left alone"),
     };
-    expectReport({}, report, QStringLiteral("6 problems"), 1);
+    expectReport({}, report, QStringLiteral("6 problems"), 3);
 
     const QStringList repaired{
         report[0] + QStringLiteral(" -> removed"),
@@ -660,7 +660,7 @@ TEST_F(MmsutilCheckTest, TheReportGoesByIdThenOtherNamesAndRepairsAsItGoes)
                                    "makes a row for it)"),
         report[6],
     };
-    expectReport(kRepair, repaired, QStringLiteral("5 problems, 2 repaired, 3 remain"), 1);
+    expectReport(kRepair, repaired, QStringLiteral("5 problems, 2 repaired, 3 remain"), 3);
     EXPECT_EQ(entries(), QStringList({name(ids[0]), name(ids[1]), name(ids[2]), name(ids[3] + 1),
                                       QStringLiteral("a.txt")}));
 
@@ -792,10 +792,10 @@ TEST_F(MmsutilCheckTest, AMailFileThatCannotBeReadIsNamedKeptEvenWithForceAndThe
     ChildProcess child([&](ChildProcess&) {
         if (const std::string why = dropDirectoryOverrides(); !why.empty())
             return ChildVerdict::skip("cannot give up reading every file: " + why);
-        const ChildVerdict plain = judge(check(), 1, line + '\n' + summary + '\n');
+        const ChildVerdict plain = judge(check(), 3, line + '\n' + summary + '\n');
         if (plain.kind != ChildVerdict::Passed)
             return plain;
-        return judge(check(kForce), 1,
+        return judge(check(kForce), 3,
                      line +
                          QStringLiteral(" -> kept (a file that cannot be read is never "
                                         "moved)\n") +

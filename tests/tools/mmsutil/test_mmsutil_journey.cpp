@@ -738,7 +738,7 @@ TEST_F(MmsutilJourneyTest, CheckRebuildMakesALostIndexAgainFromTheMailFiles)
     EXPECT_EQ(run({QStringLiteral("check")}).exitCode, 0);
 }
 
-TEST_F(MmsutilJourneyTest, ShowOfAnUnknownIdFailsAndDeleteOfOneAnswersNoAndChangeNothing)
+TEST_F(MmsutilJourneyTest, ShowAndDeleteOfAnUnknownIdAnswerNoAndChangeNothing)
 {
     const unsigned id = compose();
     const QString unknown = QString::number(id + 1);
