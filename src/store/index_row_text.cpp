@@ -2,6 +2,9 @@
 
 #include "mms_util_tool.h"
 
+#include <QTextBoundaryFinder>
+
+#include <algorithm>
 #include <cstring>
 #include <memory>
 
@@ -29,18 +32,36 @@ QString cut16(const QString& text, qsizetype units)
 {
     if (text.size() <= units)
         return text;
-    if (units > 0 && text.at(units - 1).isHighSurrogate())
-        --units;
-    return text.left(units);
+    // The last boundary between characters as a person sees them (a letter and its combining
+    // marks, a surrogate pair) that the field holds.
+    // Whether `units` is a boundary depends on the characters around it alone, so a long text is
+    // not looked at whole.
+    const QString around = text.left(units + 16);
+    QTextBoundaryFinder boundaries(QTextBoundaryFinder::Grapheme, around);
+    boundaries.setPosition(units);
+    if (!boundaries.isAtBoundary())
+        boundaries.toPreviousBoundary();
+    return text.left(std::max<qsizetype>(boundaries.position(), 0));
 }
 
 QByteArray cut8(const QByteArray& text, qsizetype size)
 {
     if (text.size() <= size)
         return text;
-    while (size > 0 && (static_cast<unsigned char>(text.at(size)) & 0xC0) == 0x80)
-        --size;
-    return text.left(size);
+    // Cut as the text's characters are cut, then as many whole bytes as they take.
+    const QString decoded = QString::fromUtf8(text);
+    qsizetype units = 0;
+    for (qsizetype bytes = 0; units < decoded.size();) {
+        const bool pair = decoded.at(units).isHighSurrogate() && units + 1 < decoded.size() &&
+                          decoded.at(units + 1).isLowSurrogate();
+        const char16_t unit = decoded.at(units).unicode();
+        const qsizetype length = pair ? 4 : unit < 0x80 ? 1 : unit < 0x800 ? 2 : 3;
+        if (bytes + length > size)
+            break;
+        bytes += length;
+        units += pair ? 2 : 1;
+    }
+    return cut16(decoded, units).toUtf8();
 }
 
 void setText16(unsigned short* field, size_t units, const QString& text)

@@ -26,9 +26,11 @@ template <size_t N> QString text8(const char (&field)[N])
 {
     return text8(field, N);
 }
-// The first `units` units of `text`, or fewer so that no surrogate pair is cut in half.
+// The first `units` units of `text`, or fewer so that no character as a person sees it (a
+// surrogate pair, a letter with its combining marks) is cut in half.
 TAVMMS_EXPORT QString cut16(const QString& text, qsizetype units);
-// The first `size` bytes of UTF-8 `text`, or fewer so that no character is cut in half.
+// The first `size` bytes of UTF-8 `text`, or fewer so that no character is cut in half, as cut16()
+// cuts them.
 TAVMMS_EXPORT QByteArray cut8(const QByteArray& text, qsizetype size);
 // Writes `text` into a 16-bit field, cut so that its terminator fits; the rest of the field is
 // zero.

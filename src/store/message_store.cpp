@@ -576,6 +576,8 @@ Added MessageStore::compose(const NewMessage& message, Folder folder)
         MMS_UTIL_Common::getOwnerEntry(composed.from);
     MMS_UTIL_MsgHeaderBase header;
     header.loadGlobalSetting();
+    // Not among the sending options loadGlobalSetting() reads; a non-zero setting shows the sender.
+    header.senderVisibility = MMS_UTIL_Setting::getSenderVisibility() != 0;
     added.status = settingsWereRead("the message was not kept");
     if (added.status.ok())
         added.status = checkSize(message.body, limit);

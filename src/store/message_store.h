@@ -54,7 +54,8 @@ public:
     MessageStore& operator=(const MessageStore&) = delete;
 
     // Keeps a composed message in Folder::Outbox (state ToSend) or Folder::Drafts (state Draft):
-    // the header takes its reports, expiry and priority from the stored sending options, its
+    // the header takes its reports, expiry and priority from the stored sending options and its
+    // sender visibility from the "MMS_Sender_Visible" setting (non-zero shows the sender), its
     // sender is the phone's owner when `message.from` is empty, and recipients without a name take
     // their contact's. Invalid for another folder; TooLarge for a body over composeLimit(), with
     // nothing written.

@@ -25,6 +25,51 @@ MMS_UTIL_ADDR_TYPE_T typeOfBareAddress(const QString& address)
 
 } // namespace
 
+std::optional<QString> parseProfileName(const QString& text, QString* error)
+{
+    if (text.isEmpty()) {
+        *error = QStringLiteral("the profile name is empty");
+        return std::nullopt;
+    }
+    const bool breaksALine = std::any_of(text.cbegin(), text.cend(), [](QChar c) {
+        const char16_t u = c.unicode();
+        return u < 0x20 || (u >= 0x7F && u <= 0x9F) || u == 0x2028 || u == 0x2029;
+    });
+    if (breaksALine) {
+        *error = QStringLiteral("the profile name '%1' holds a control character or a line break")
+                     .arg(oneLine(text));
+        return std::nullopt;
+    }
+    return text;
+}
+
+std::optional<quint32> parseIpv4Address(const QString& text)
+{
+    if (!text.contains(u'.'))
+        return parseNumber(text);
+    const QStringList parts = text.split(u'.');
+    if (parts.size() != 4)
+        return std::nullopt;
+    quint32 address = 0;
+    for (const QString& part : parts) {
+        // Three digits at most: "0300" would read as 300 or, to some tools, as octal.
+        const std::optional<unsigned int> value = parseNumber(part, 255);
+        if (!value || part.size() > 3)
+            return std::nullopt;
+        address = address << 8 | *value;
+    }
+    return address;
+}
+
+QString ipv4AddressText(quint32 address)
+{
+    return QStringLiteral("%1.%2.%3.%4")
+        .arg(address >> 24)
+        .arg(address >> 16 & 0xFF)
+        .arg(address >> 8 & 0xFF)
+        .arg(address & 0xFF);
+}
+
 QString oneLine(const QString& text)
 {
     QString line = text;
@@ -104,6 +149,75 @@ std::optional<QList<MMS_UTIL_Entry>> parseAddresses(const QStringList& texts, QS
     return entries;
 }
 
+namespace
+{
+
+// The parameters of the standard MIME form, the text after the first ";": "name=value" pieces
+// separated by ";", a value a token or a quoted string. Joined as the header keeps them: by ";"
+// without blanks, each value unquoted, so that classification finds "type=" where it looks.
+std::optional<QString> mimeParameters(QStringView text, QString* error)
+{
+    QStringList kept;
+    qsizetype i = 0;
+    const auto skipBlanks = [&] {
+        while (i < text.size() && text[i].isSpace())
+            ++i;
+    };
+    while (i < text.size()) {
+        skipBlanks();
+        if (i < text.size() && text[i] == u';') {
+            ++i; // an empty piece, as a trailing ";" leaves
+            continue;
+        }
+        if (i == text.size())
+            break;
+        const qsizetype nameStart = i;
+        while (i < text.size() && text[i] != u'=' && text[i] != u';' && !text[i].isSpace())
+            ++i;
+        const QStringView name = text.sliced(nameStart, i - nameStart);
+        if (name.isEmpty() || i == text.size() || text[i] != u'=') {
+            *error = QStringLiteral("the parameter '%1' is not name=value")
+                         .arg(text.sliced(nameStart).toString().section(u';', 0, 0).trimmed());
+            return std::nullopt;
+        }
+        ++i;
+        QString value;
+        if (i < text.size() && text[i] == u'"') {
+            for (++i; i < text.size() && text[i] != u'"'; ++i) {
+                if (text[i] == u'\\' && i + 1 < text.size())
+                    ++i;
+                value += text[i];
+            }
+            if (i == text.size()) {
+                *error = QStringLiteral("the value of '%1' has no closing quote").arg(name);
+                return std::nullopt;
+            }
+            ++i;
+            // The header keeps parameters unquoted and cut at ";" and blanks.
+            if (value.contains(u';') || value.contains(u' ')) {
+                *error = QStringLiteral("the value of '%1' holds a ';' or a blank, which the "
+                                        "header cannot keep")
+                             .arg(name);
+                return std::nullopt;
+            }
+        } else {
+            const qsizetype valueStart = i;
+            while (i < text.size() && text[i] != u';' && !text[i].isSpace())
+                ++i;
+            value = text.sliced(valueStart, i - valueStart).toString();
+        }
+        skipBlanks();
+        if (i < text.size() && text[i] != u';') {
+            *error = QStringLiteral("a ';' must follow the value of '%1'").arg(name);
+            return std::nullopt;
+        }
+        kept << name.toString() + u'=' + value;
+    }
+    return kept.join(u';');
+}
+
+} // namespace
+
 std::optional<MMS_CONTENT_TYPE_T> parseContentType(const QString& text, QString* error)
 {
     const QString trimmed = text.trimmed();
@@ -111,14 +225,23 @@ std::optional<MMS_CONTENT_TYPE_T> parseContentType(const QString& text, QString*
         *error = QStringLiteral("'%1' holds a control character").arg(oneLine(trimmed));
         return std::nullopt;
     }
-    const qsizetype blank = trimmed.indexOf(QLatin1Char(' '));
-    const QStringList name = trimmed.left(blank).split(QLatin1Char('/'));
+    qsizetype end = 0;
+    while (end < trimmed.size() && trimmed[end] != u';' && trimmed[end] != u' ')
+        ++end;
+    const QStringList name = trimmed.left(end).split(QLatin1Char('/'));
     if (name.size() != 2 || name.at(0).isEmpty() || name.at(1).isEmpty()) {
         *error = QStringLiteral("'%1' is not type/subtype").arg(text);
         return std::nullopt;
     }
+    const QString rest = trimmed.mid(end).trimmed();
+    if (!rest.startsWith(u';')) // the parameters after a blank, kept as they are
+        return MMS_CONTENT_TYPE_T{name.at(0), name.at(1),
+                                  rest.isEmpty() ? QStringLiteral("") : rest};
+    const std::optional<QString> parameters = mimeParameters(QStringView(rest).sliced(1), error);
+    if (!parameters)
+        return std::nullopt;
     return MMS_CONTENT_TYPE_T{name.at(0), name.at(1),
-                              blank < 0 ? QStringLiteral("") : trimmed.mid(blank + 1).trimmed()};
+                              parameters->isEmpty() ? QStringLiteral("") : *parameters};
 }
 
 std::optional<QString> parseBlockAddress(const QString& text, QString* error)

@@ -24,6 +24,18 @@ namespace tavmms::store
 TAVMMS_EXPORT std::optional<unsigned int> parseNumber(const QString& text,
                                                       unsigned int maximum = 0xFFFFFFFFu);
 
+// The name of a new MMS profile: any text but an empty one, or one that holds a control character
+// (C0, U+007F or C1) or a line or paragraph separator, which would break a list of names one a
+// line.
+TAVMMS_EXPORT std::optional<QString> parseProfileName(const QString& text, QString* error);
+
+// An IPv4 address as a profile keeps it (the WAP gateway): the unsigned int whose high byte is the
+// first part of the dotted form. Read from the dotted form "a.b.c.d" (each part decimal, 0 to 255)
+// or from the number itself, as parseNumber() reads it.
+TAVMMS_EXPORT std::optional<quint32> parseIpv4Address(const QString& text);
+// The dotted form of `address`, "192.168.1.1" for 3232235777.
+TAVMMS_EXPORT QString ipv4AddressText(quint32 address);
+
 // `text` on one line, for a message or a listing: each line break ("\r\n", "\n" or "\r") becomes
 // U+2028 LINE SEPARATOR, which displayText() shows as an escape like any other character that
 // must not reach a terminal raw; nothing else changes.
@@ -43,9 +55,12 @@ TAVMMS_EXPORT std::optional<MMS_UTIL_Entry> parseAddress(const QString& text, QS
 TAVMMS_EXPORT std::optional<QList<MMS_UTIL_Entry>> parseAddresses(const QStringList& texts,
                                                                   QString* error);
 
-// A message's content type: "type/subtype", then optionally a blank and the parameters; blanks
-// around the whole and around the parameters are dropped. Refused: another form, or a control
-// character.
+// A message's content type, in either of two forms:
+// - the standard MIME form, "type/subtype; name=value; name=\"quoted value\"": the parameters are
+//   kept as the header keeps them, joined by ";" without blanks, values unquoted; a quoted value
+//   holding ";" or a blank, which the header cannot keep, is refused;
+// - "type/subtype", a blank and the parameters, kept as they are.
+// Blanks around the whole are dropped. Refused: another form, or a control character.
 TAVMMS_EXPORT std::optional<MMS_CONTENT_TYPE_T> parseContentType(const QString& text,
                                                                  QString* error);
 

@@ -1,6 +1,7 @@
 // The fields of an index row by their database names: read and set from text.
 
 #include "index_row_fields.h"
+#include "index_row_text.h"
 
 #include "support/index_table_helpers.h"
 
@@ -28,6 +29,26 @@ TEST(RowFieldsTest, SetsTextsCutToFitAndNumbersThatFitTheField)
                             QStringLiteral("4294967295"), &error));
     EXPECT_EQ(record.cmn_fld_folder_id, 4294967295u);
     EXPECT_TRUE(error.isEmpty()) << error.toStdString();
+}
+
+TEST(RowTextTest, ACutTextEndsAtACharacterBoundary)
+{
+    // A surrogate pair, and a letter with its combining accent, are never parted.
+    const QString smile = QString::fromUtf8("\xF0\x9F\x98\x80");
+    EXPECT_EQ(cut16(QString(38, QLatin1Char('s')) + smile, 39), QString(38, QLatin1Char('s')));
+    const QString accented = QStringLiteral("e") + QChar(0x0301);
+    EXPECT_EQ(cut16(QString(38, QLatin1Char('s')) + accented, 39), QString(38, QLatin1Char('s')));
+    EXPECT_EQ(cut16(QString(37, QLatin1Char('s')) + accented, 39),
+              QString(37, QLatin1Char('s')) + accented);
+    EXPECT_EQ(cut16(QStringLiteral("short"), 39), QStringLiteral("short"));
+    EXPECT_EQ(cut8(QByteArray(7, 's') + "e\xCC\x81", 8), QByteArray(7, 's'));
+    EXPECT_EQ(cut8(QByteArray(7, 's') + "\xC3\xA9", 8), QByteArray(7, 's'));
+    EXPECT_EQ(cut8(QByteArray("abc"), 8), QByteArray("abc"));
+
+    MMS_UTIL_DBStruct_T record{};
+    setText16(record.cmn_fld_subject,
+              QString(38, QLatin1Char('s')) + accented + QStringLiteral("x"));
+    EXPECT_EQ(tavmms_test::text16(record.cmn_fld_subject), QString(38, QLatin1Char('s')));
 }
 
 TEST(RowFieldsTest, RefusesAnUnknownNameAndANumberThatDoesNotFitAndKeepsTheOtherFields)

@@ -289,6 +289,22 @@ TEST_F(MessageStoreTest, ComposeTakesTheStoredSendingOptions)
     EXPECT_EQ(mail.header->priority, 130);
 }
 
+TEST_F(MessageStoreTest, ComposeShowsTheSenderAsTheSenderVisibilitySettingSays)
+{
+    for (const int setting : {0, 1, 7}) {
+        SCOPED_TRACE(setting);
+        ASSERT_EQ(MMS_UTIL_Setting::setSenderVisibility(setting), 0);
+
+        const Added outcome = messages.compose(sampleMessage());
+
+        ASSERT_TRUE(outcome.status.ok()) << outcome.status.text.toStdString();
+        EXPECT_EQ(store.row(outcome.id).mms_fld_sendervisibility_name, setting != 0 ? 1u : 0u);
+        const Loaded mail = load(outcome.mailFile);
+        ASSERT_EQ(mail.result, MMS_UTIL_MAILFILE_OK);
+        EXPECT_EQ(mail.header->senderVisibility, setting != 0);
+    }
+}
+
 TEST_F(MessageStoreTest, ComposeTakesTheDefaultsOfSendingOptionsTheStoreDoesNotHold)
 {
     ASSERT_EQ(MMS_UTIL_Setting::setSendingOption(true, true, 300, 130), 0);

@@ -118,6 +118,96 @@ TEST(ContentTypeInputTest, ReadsTypeAndSubtypeAndTheParametersAfterABlank)
     }
 }
 
+TEST(ProfileNameInputTest, RefusesEmptyNamesAndThoseThatWouldBreakAListOfNames)
+{
+    for (const QString& wrong :
+         {QString(), QStringLiteral("new\nline"), QStringLiteral("tab\there"),
+          QStringLiteral("esc\x1b[2J"), QStringLiteral("del\x7f"), QString(QChar(0x9B)),
+          QStringLiteral("a") + QChar(0x2028) + QStringLiteral("b"), QString(QChar(0x2029))}) {
+        SCOPED_TRACE(wrong.toStdString());
+        QString error;
+        EXPECT_FALSE(parseProfileName(wrong, &error));
+        EXPECT_FALSE(error.isEmpty());
+    }
+    QString error;
+    for (const QString& name : {QStringLiteral("  padded  "), QString::fromUtf8("Ünïcødé 日本 ✉"),
+                                QStringLiteral("a/b\\c,d"), QStringLiteral("Say \"hi\"")})
+        EXPECT_EQ(parseProfileName(name, &error), name) << error.toStdString();
+}
+
+TEST(Ipv4AddressInputTest, ReadsTheDottedFormWithTheFirstPartInTheHighByte)
+{
+    EXPECT_EQ(parseIpv4Address(QStringLiteral("192.168.1.1")), 3232235777u);
+    EXPECT_EQ(parseIpv4Address(QStringLiteral("0.0.0.0")), 0u);
+    EXPECT_EQ(parseIpv4Address(QStringLiteral("255.255.255.255")), 4294967295u);
+    EXPECT_EQ(parseIpv4Address(QStringLiteral("10.0.0.1")), 167772161u);
+    // The number the profile keeps is still taken as it is.
+    EXPECT_EQ(parseIpv4Address(QStringLiteral("3232235777")), 3232235777u);
+    EXPECT_EQ(ipv4AddressText(3232235777u), QStringLiteral("192.168.1.1"));
+    EXPECT_EQ(ipv4AddressText(0), QStringLiteral("0.0.0.0"));
+}
+
+TEST(Ipv4AddressInputTest, RefusesWhatIsNotFourDecimalParts)
+{
+    for (const char* wrong : {"192.168.1", "192.168.1.1.1", "256.0.0.1", "1..2.3", "a.b.c.d",
+                              "-1.0.0.0", "1.2.3.4 ", "0300.0.0.1", "", "4294967296", "1.2.3.+4"}) {
+        SCOPED_TRACE(wrong);
+        EXPECT_FALSE(parseIpv4Address(QString::fromUtf8(wrong)));
+    }
+}
+
+TEST(ContentTypeInputTest, ReadsTheStandardMimeFormIntoTheHeadersOwnForm)
+{
+    const struct {
+        const char* text;
+        const char* params;
+    } cases[] = {
+        {"application/vnd.wap.multipart.related; type=application/smil", "type=application/smil"},
+        {"application/vnd.wap.multipart.related;type=application/smil;start=<p1>",
+         "type=application/smil;start=<p1>"},
+        {"multipart/related ; type=\"application/smil\" ;  start=\"<p1>\"",
+         "type=application/smil;start=<p1>"},
+        {"text/plain; charset=utf-8;", "charset=utf-8"},
+        {"text/plain;", ""},
+        {"image/jpeg; name=\"photo.jpg\"", "name=photo.jpg"},
+        {"image/jpeg; name=\"a\\\"b.jpg\"", "name=a\"b.jpg"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.text);
+        QString error;
+        const std::optional<MMS_CONTENT_TYPE_T> read =
+            parseContentType(QString::fromUtf8(c.text), &error);
+        ASSERT_TRUE(read) << error.toStdString();
+        EXPECT_EQ(read->params, QString::fromUtf8(c.params));
+        EXPECT_FALSE(read->params.isNull());
+    }
+    QString error;
+    const std::optional<MMS_CONTENT_TYPE_T> related = parseContentType(
+        QStringLiteral("application/vnd.wap.multipart.related; type=application/smil"), &error);
+    ASSERT_TRUE(related);
+    EXPECT_EQ(related->type, QStringLiteral("application"));
+    EXPECT_EQ(related->subtype, QStringLiteral("vnd.wap.multipart.related"));
+    // The form the header keeps is the one classification reads "type=" from.
+    EXPECT_EQ(MMS_UTIL_Common::getMsgTypeByContentType(*related),
+              MMS_UTIL_Common::MSG_TYPE_RELATED_SMIL);
+    EXPECT_EQ(MMS_UTIL_Common::mimeTypeGetValue(QStringLiteral("application"),
+                                                QStringLiteral("vnd.wap.multipart.related")),
+              MMS_UTIL_Common::mimeTypeGetValue(related->type, related->subtype));
+}
+
+TEST(ContentTypeInputTest, RefusesMimeParametersTheHeaderCannotKeep)
+{
+    for (const char* wrong :
+         {"text/plain; charset", "text/plain; =utf-8", "text/plain; name=\"a;b\"",
+          "text/plain; name=\"a b\"", "text/plain; name=\"open", "text/plain; a=b c=d",
+          "text/plain; a b=c", "text/plain; name=\"x\"y"}) {
+        SCOPED_TRACE(wrong);
+        QString error;
+        EXPECT_FALSE(parseContentType(QString::fromUtf8(wrong), &error));
+        EXPECT_FALSE(error.isEmpty());
+    }
+}
+
 TEST(ContentTypeInputTest, RefusesAControlCharacterWhichWouldBreakTheHeaderLine)
 {
     for (const char* wrong :

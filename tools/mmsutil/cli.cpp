@@ -66,6 +66,39 @@ QCommandLineOption helpOption()
                               QStringLiteral("Displays this help."));
 }
 
+namespace
+{
+
+std::optional<QString>& appliedDownloadPath()
+{
+    static std::optional<QString> path;
+    return path;
+}
+
+} // namespace
+
+std::optional<QString> applyDownloadPathDefault()
+{
+    if (!qEnvironmentVariableIsEmpty("TAV_LOCAL_DOWNLOAD_PATH"))
+        return std::nullopt;
+    QString data = qEnvironmentVariable("XDG_DATA_HOME");
+    if (data.isEmpty()) {
+        const QString home = qEnvironmentVariable("HOME");
+        if (home.isEmpty())
+            return std::nullopt;
+        data = home + QStringLiteral("/.local/share");
+    }
+    const QString path = data + QStringLiteral("/tavmms/download");
+    qputenv("TAV_LOCAL_DOWNLOAD_PATH", QFile::encodeName(path));
+    appliedDownloadPath() = path;
+    return path;
+}
+
+std::optional<QString> downloadPathDefaultApplied()
+{
+    return appliedDownloadPath();
+}
+
 QCommandLineOption jsonOption(const QString& what)
 {
     return QCommandLineOption(QStringLiteral("json"),

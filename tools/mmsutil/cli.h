@@ -46,6 +46,15 @@ struct Command {
     Runner run;
 };
 
+// When TAV_LOCAL_DOWNLOAD_PATH is unset (or empty), sets it for this process to
+// $XDG_DATA_HOME/tavmms/download ($HOME/.local/share when XDG_DATA_HOME is unset), the directory
+// `make run` uses, so that the tool never writes at the root of the file system; main() calls it
+// before any library call. Gives the path set, or nothing when the variable was set already (or
+// there is no home directory to put it under).
+std::optional<QString> applyDownloadPathDefault();
+// What applyDownloadPathDefault() set, for `paths` to say so.
+std::optional<QString> downloadPathDefaultApplied();
+
 // -h, --help, which every command and group takes.
 QCommandLineOption helpOption();
 // --json, for a command that prints records: "Prints <what> as JSON."

@@ -22,9 +22,11 @@ const QString kEntryHelp =
     QStringLiteral(" An entry \"<name>[EMAIL|PLMN|UNKNOWN]address\" or a bare address (typed PLMN, "
                    "EMAIL or UNKNOWN by its look); an entry without a name takes its contact's. "
                    "May be repeated; a value may hold several entries separated by commas.");
-const QString kContentTypeHelp =
-    QStringLiteral("Content type of the body, \"type/subtype\" and parameters after a blank "
-                   "(default: application/vnd.wap.multipart.mixed).");
+const QString kContentTypeHelp = QStringLiteral(
+    "Content type of the body, in the MIME form \"type/subtype; name=value; "
+    "name=\\\"quoted value\\\"\" (kept as the header keeps it: \"type/subtype "
+    "name=value;name=value\") or as \"type/subtype\" and parameters after a blank (default: "
+    "application/vnd.wap.multipart.mixed).");
 
 // The options that composing and receiving share, and the message they describe.
 struct MessageOptions {
@@ -318,6 +320,14 @@ QString messageTypeText(const MMS_CONTENT_TYPE_T& contentType)
     return QStringLiteral("%1: %2").arg(code).arg(cli::messageTypeMeaning(code));
 }
 
+// Whether the row's subject is the mail file's cut short to fit its field.
+bool subjectIsCut(const store::ReadMessage& message)
+{
+    const QString kept = store::text16(message.row.record.cmn_fld_subject);
+    return message.header && kept.size() < message.header->subject.size() &&
+           message.header->subject.startsWith(kept);
+}
+
 QJsonObject messageToJson(unsigned int id, const store::ReadMessage& message)
 {
     const MMS_UTIL_DBStruct_T& row = message.row.record;
@@ -335,6 +345,7 @@ QJsonObject messageToJson(unsigned int id, const store::ReadMessage& message)
         {QStringLiteral("bodyLength"), qint64(message.bodyLength)},
         {QStringLiteral("mailFileError"), message.mailFileError},
         {QStringLiteral("mailFileDamage"), message.mailFileDamage},
+        {QStringLiteral("subjectCut"), subjectIsCut(message)},
     };
     if (message.header) {
         const int code = MMS_UTIL_Common::getMsgTypeByContentType(message.header->contentType);
@@ -358,7 +369,8 @@ int runShow(const cli::Command& command, const QStringList& arguments)
                        "error, shows what it holds and exits with 1."));
     const QCommandLineOption json = cli::jsonOption(QStringLiteral(
         "an object {id, folder, folderName, state, stateName, read, uri, mailFile, row, header, "
-        "bodyLength, messageType, messageTypeMeaning, mailFileError, mailFileDamage}: the row "
+        "bodyLength, messageType, messageTypeMeaning, mailFileError, mailFileDamage, subjectCut}: "
+        "the row "
         "with every field by its database name, the header by its keys (null when the mail file "
         "does not load)"));
     parser.addOption(json);
@@ -392,7 +404,14 @@ int runShow(const cli::Command& command, const QStringList& arguments)
         {QStringLiteral("URI:"), message.row.uri()},
         {QStringLiteral("Mail file:"), message.row.mailFile()},
     });
-    out << '\n' << textout::columns(sideBySide(row, message.header.get())) << '\n';
+    out << '\n' << textout::columns(sideBySide(row, message.header.get()));
+    if (subjectIsCut(message))
+        out << QStringLiteral(
+                   "The index row keeps the first %1 of the subject's %2 characters; the "
+                   "mail file holds the whole text.\n")
+                   .arg(store::text16(row.cmn_fld_subject).size())
+                   .arg(message.header->subject.size());
+    out << '\n';
     if (!message.header)
         return status;
     out << textout::columns({

@@ -27,6 +27,10 @@ int runPaths(const cli::Command& command, const QStringList& arguments)
     };
     for (const auto& row : rows)
         cli::out() << QStringLiteral("%1 %2\n").arg(QLatin1String(row.label), -21).arg(row.path);
+    if (const std::optional<QString> path = cli::downloadPathDefaultApplied())
+        cli::out() << QStringLiteral("TAV_LOCAL_DOWNLOAD_PATH is not set: mmsutil uses %1, the "
+                                     "directory 'make run' uses.\n")
+                          .arg(*path);
     return cli::ExitOk;
 }
 

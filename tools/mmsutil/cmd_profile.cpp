@@ -60,6 +60,9 @@ int runAdd(const cli::Command& command, const QStringList& arguments)
     if (const std::optional<int> stop = parseNamed(parser, command, arguments))
         return *stop;
     const QString name = parser.positionalArguments().constFirst();
+    QString error;
+    if (!tavmms::store::parseProfileName(name, &error))
+        return cli::usageError(command.name, error);
     return cli::reportChange(cli::callWriter([&] { return MMS_UTIL_Setting::addProfile(name); }),
                              cli::kAddProfileCodes,
                              QStringLiteral("cannot add profile %1").arg(cli::quoted(name)),
@@ -77,6 +80,16 @@ int runDel(const cli::Command& command, const QStringList& arguments)
     return cli::changeTogether(what, [&]() -> int {
         if (!cli::profileListed(name))
             return cli::ExitNo;
+        // A default that names no listed profile would be refused if it were set now; it goes
+        // with the profile, in the same batch.
+        if (MMS_UTIL_Setting::getDefaultMMSProfile() == name) {
+            if (const int status =
+                    cli::reportChange(cli::callWriter([] {
+                                          return MMS_UTIL_Setting::setDefaultMMSProfile(QString());
+                                      }),
+                                      cli::kWriterCodes, what))
+                return status;
+        }
         return cli::reportChange(
             cli::callWriter([&] { return MMS_UTIL_Setting::delProfile(name); }), cli::kWriterCodes,
             what);
@@ -120,9 +133,11 @@ int runSet(const cli::Command& command, const QStringList& arguments)
     const QList<cli::Setting> settings = cli::profileSettings();
     QList<QCommandLineOption> options;
     for (const cli::Setting& setting : settings)
-        options.append(QCommandLineOption(
-            QLatin1String(setting.name), QLatin1String(setting.description),
-            setting.kind == cli::Kind::Number ? QStringLiteral("N") : QStringLiteral("TEXT")));
+        options.append(
+            QCommandLineOption(QLatin1String(setting.name), QLatin1String(setting.description),
+                               setting.kind == cli::Kind::Number        ? QStringLiteral("N")
+                               : setting.kind == cli::Kind::Ipv4Address ? QStringLiteral("ADDRESS")
+                                                                        : QStringLiteral("TEXT")));
     QCommandLineParser parser;
     parser.setApplicationDescription(command.summary +
                                      QStringLiteral(" Values not given stay as they are. The "

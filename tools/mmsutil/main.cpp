@@ -106,6 +106,7 @@ int run(const QStringList& arguments)
 
 int main(int argc, char** argv)
 {
+    cli::applyDownloadPathDefault();
     QCoreApplication app(argc, argv);
     QCoreApplication::setApplicationName(QStringLiteral("mmsutil"));
     QCoreApplication::setApplicationVersion(QStringLiteral(TAVMMS_VERSION));

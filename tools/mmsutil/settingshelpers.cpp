@@ -146,8 +146,9 @@ const QList<Setting> kSettings = {
          return MMS_UTIL_Setting::setDataConnectProfileNameByProf(p, v.toString());
      },
      nullptr},
-    {"wap-gateway", tavmms::settings::kWapGateway, Kind::Number, UINT_MAX, true,
-     "WAP gateway of the profile, a number from 0 to 4294967295.",
+    {"wap-gateway", tavmms::settings::kWapGateway, Kind::Ipv4Address, UINT_MAX, true,
+     "WAP gateway of the profile: an IPv4 address, 192.168.1.1, or the number the profile "
+     "keeps, 3232235777 for it; 0 for none.",
      [](const QString& p) { return QVariant(MMS_UTIL_Setting::getWAPGatewayByProf(p)); },
      [](const QString& p, const QVariant& v) {
          return MMS_UTIL_Setting::setWAPGatewayByProf(p, v.toUInt());
@@ -353,6 +354,14 @@ std::optional<QVariant> parseValue(const Setting& setting, const QString& text, 
                      .arg(QLatin1String(setting.name), text)
                      .arg(setting.maximum);
         return std::nullopt;
+    case Kind::Ipv4Address:
+        if (const std::optional<quint32> address = tavmms::store::parseIpv4Address(text))
+            return QVariant(*address);
+        *error = QStringLiteral("%1: '%2' is not an IPv4 address (a.b.c.d) nor a number from 0 "
+                                "to %3")
+                     .arg(QLatin1String(setting.name), text)
+                     .arg(setting.maximum);
+        return std::nullopt;
     case Kind::Text:
     case Kind::ProfileName:
         break;
@@ -373,9 +382,13 @@ ShownValue showSetting(const Setting& setting, const QString& profile)
     case Kind::ProfileName:
         return textValue(name, group, key, value.toString());
     case Kind::Number:
+    case Kind::Ipv4Address:
         break;
     }
     ShownValue shown = numberValue(name, group, key, value.toLongLong());
+    if (setting.kind == Kind::Ipv4Address)
+        shown.extra.insert(QStringLiteral("address"),
+                           tavmms::store::ipv4AddressText(value.toUInt()));
     if (setting.limit) {
         shown.text +=
             value.toLongLong() == 0 ? QStringLiteral(" (no limit)") : QStringLiteral(" KB");

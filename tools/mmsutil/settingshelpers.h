@@ -117,6 +117,7 @@ enum class Kind {
     Number,
     Text,
     ProfileName, // a text that names a listed profile, or "" for none
+    Ipv4Address, // a number kept as an unsigned int, also given in dotted form
 };
 
 // One setting that "settings show" shows and "settings set" changes. Profile values belong to a

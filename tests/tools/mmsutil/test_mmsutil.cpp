@@ -531,6 +531,36 @@ TEST_F(MmsutilTest, PathsFollowTheDownloadPathAndPlatformDirectoryVariables)
                                             platform + "/device.db\n");
 }
 
+TEST_F(MmsutilTest, WithoutADownloadPathTheToolUsesItsDataDirectoryAndSaysSo)
+{
+    for (const bool xdg : {true, false}) {
+        SCOPED_TRACE(xdg);
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.remove(QStringLiteral("TAV_LOCAL_DOWNLOAD_PATH"));
+        environment.insert(QStringLiteral("TAV_PLATFORM_DIR"), path(QStringLiteral("platform")));
+        environment.insert(QStringLiteral("HOME"), path(QStringLiteral("home")));
+        if (xdg)
+            environment.insert(QStringLiteral("XDG_DATA_HOME"), path(QStringLiteral("data")));
+        else
+            environment.remove(QStringLiteral("XDG_DATA_HOME"));
+        const QString download = xdg ? path(QStringLiteral("data/tavmms/download"))
+                                     : path(QStringLiteral("home/.local/share/tavmms/download"));
+
+        const ToolResult result = run({QStringLiteral("paths")}, QByteArray(), environment);
+
+        EXPECT_EQ(result.exitCode, 0);
+        EXPECT_TRUE(result.out.startsWith(
+            QStringLiteral("Working directory:    %1/mms/\n").arg(download).toUtf8()))
+            << result.out.toStdString();
+        EXPECT_TRUE(result.out.endsWith(QStringLiteral("TAV_LOCAL_DOWNLOAD_PATH is not set: "
+                                                       "mmsutil uses %1, the directory 'make "
+                                                       "run' uses.\n")
+                                            .arg(download)
+                                            .toUtf8()))
+            << result.out.toStdString();
+    }
+}
+
 TEST_F(MmsutilTest, HelpDescribesTheToolGroupsAndCommands)
 {
     const ToolResult tool = run({QStringLiteral("--help")});

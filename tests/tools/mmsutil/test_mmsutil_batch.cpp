@@ -105,6 +105,15 @@ protected:
         EXPECT_CALL(store, close());
     }
 
+    // The default profile read, as `name`.
+    void expectDefaultProfileRead(const QString& name)
+    {
+        EXPECT_CALL(store, open(3, false));
+        expectRead(store, kGlobal, QStringLiteral("MMS_Default_MMS_Profile"), QStringLiteral(""),
+                   name);
+        EXPECT_CALL(store, close());
+    }
+
     // One value of the profile written through its own writer, in a batch that joins the
     // command's; refused with `refusal` unless it is 0.
     void expectProfileValueWritten(const QString& key, const tavmms_test::StoreValue& value,
@@ -161,6 +170,26 @@ TEST_P(MmsutilBatchTest, ProfileDelTakesTheNameAndTheValuesAwayInOneBatch)
     InSequence order;
     expectBatch([&](int refusal) {
         expectProfileListed();
+        expectDefaultProfileRead(QStringLiteral("Other"));
+        EXPECT_CALL(store, open(3, true));
+        EXPECT_CALL(store, removeEntry(kProfileList, kProfile)).WillOnce(Return(true));
+        EXPECT_CALL(store, clearGroup(kProfile)).WillOnce(storeOutcome(refusal));
+        EXPECT_CALL(store, close());
+    });
+
+    EXPECT_EQ(runCommand(profileCommands(), QStringLiteral("profile del"), {kProfile}),
+              expectedExit());
+}
+
+TEST_P(MmsutilBatchTest, ProfileDelOfTheDefaultClearsTheDefaultInTheSameBatch)
+{
+    InSequence order;
+    expectBatch([&](int refusal) {
+        expectProfileListed();
+        expectDefaultProfileRead(kProfile);
+        EXPECT_CALL(store, open(3, true));
+        expectWrite(store, kGlobal, QStringLiteral("MMS_Default_MMS_Profile"), QString());
+        EXPECT_CALL(store, close());
         EXPECT_CALL(store, open(3, true));
         EXPECT_CALL(store, removeEntry(kProfileList, kProfile)).WillOnce(Return(true));
         EXPECT_CALL(store, clearGroup(kProfile)).WillOnce(storeOutcome(refusal));

@@ -656,7 +656,7 @@ TEST_F(MmsutilJourneyTest, ShowPrintsTheRowBesideTheMailFile)
         "Message ID\n"
         "Delivery report    False                                     False\n"
         "Read report        False                                     False\n"
-        "Sender visibility  False                                     False\n"
+        "Sender visibility  True                                      True\n"
         "\n"
         "Body:          14 bytes\n"
         "Message type:  2: multipart/mixed message with no presentation part\n";

@@ -211,6 +211,49 @@ TEST_F(MmsutilOutputTest, CheckJsonListsTheProblemsAndExitsWithThreeWhileSomeRem
     EXPECT_EQ(checked.value(QStringLiteral("remaining")).toInt(), 1);
 }
 
+TEST_F(MmsutilOutputTest, ComposeTakesTheMimeFormOfAContentTypeAndClassifiesIt)
+{
+    ASSERT_EQ(run({QStringLiteral("compose"), QStringLiteral("--to"), QStringLiteral("+15550101"),
+                   QStringLiteral("--subject"), QStringLiteral("s"), QStringLiteral("--body"),
+                   bodyPath(), QStringLiteral("--content-type"),
+                   QStringLiteral("application/vnd.wap.multipart.related; "
+                                  "type=\"application/smil\"; start=<p1>")})
+                  .exitCode,
+              0);
+    const QJsonObject shown = json({QStringLiteral("show"), QStringLiteral("1")}).object();
+    EXPECT_EQ(shown.value(QStringLiteral("header")).toObject().value("Content_Type").toString(),
+              QStringLiteral("application/vnd.wap.multipart.related "
+                             "type=application/smil;start=<p1>"));
+    EXPECT_EQ(shown.value(QStringLiteral("row")).toObject().value("mms_fld_contenttype_name"),
+              MMS_UTIL_Common::mimeTypeGetValue(QStringLiteral("application"),
+                                                QStringLiteral("vnd.wap.multipart.related")));
+    EXPECT_EQ(shown.value(QStringLiteral("messageType")).toInt(),
+              MMS_UTIL_Common::MSG_TYPE_RELATED_SMIL);
+    tavmms_test::expectUsageError(
+        run({QStringLiteral("compose"), QStringLiteral("--to"), QStringLiteral("+15550101"),
+             QStringLiteral("--subject"), QStringLiteral("s"), QStringLiteral("--body"), bodyPath(),
+             QStringLiteral("--content-type"), QStringLiteral("text/plain; name=\"a b\"")}));
+}
+
+TEST_F(MmsutilOutputTest, ShowSaysWhenTheRowKeepsOnlyTheStartOfTheSubject)
+{
+    const QString subject = QString(38, QLatin1Char('s')) + QStringLiteral("e") + QChar(0x0301) +
+                            QString(1000, QLatin1Char('t'));
+    ASSERT_EQ(run({QStringLiteral("compose"), QStringLiteral("--to"), QStringLiteral("+15550101"),
+                   QStringLiteral("--subject"), subject, QStringLiteral("--body"), bodyPath()})
+                  .exitCode,
+              0);
+    const ToolResult shown = safe({QStringLiteral("show"), QStringLiteral("1")});
+    EXPECT_TRUE(shown.out.contains("The index row keeps the first 38 of the subject's 1040 "
+                                   "characters; the mail file holds the whole text.\n"))
+        << shown.out.toStdString();
+    const QJsonObject json = this->json({QStringLiteral("show"), QStringLiteral("1")}).object();
+    EXPECT_TRUE(json.value(QStringLiteral("subjectCut")).toBool());
+    EXPECT_EQ(json.value(QStringLiteral("header")).toObject().value("Subject").toString(), subject);
+    EXPECT_EQ(json.value(QStringLiteral("row")).toObject().value("cmn_fld_subject").toString(),
+              QString(38, QLatin1Char('s')));
+}
+
 TEST_F(MmsutilOutputTest, NotFoundIsExitThreeForEveryCommandThatLooksSomethingUp)
 {
     const QList<QStringList> lookups{

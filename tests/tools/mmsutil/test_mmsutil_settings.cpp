@@ -176,6 +176,33 @@ TEST_F(MmsutilSettingsTest, ShowMarksStoredValuesAndReadsTheDefaultProfiles)
                                  "secure-type                0                          default\n");
 }
 
+TEST_F(MmsutilSettingsTest, ProfileNamesThatWouldBreakTheListAreRefused)
+{
+    for (const QString& name :
+         {QStringLiteral("new\nline"), QStringLiteral("esc\x1b[2J"),
+          QString(QChar(0x9B)) + QStringLiteral("x"), QStringLiteral("a") + QChar(0x2028)}) {
+        SCOPED_TRACE(name.toStdString());
+        expectUsageError(run({QStringLiteral("profile"), QStringLiteral("add"), name}));
+    }
+    EXPECT_TRUE(inStore(MMS_UTIL_Setting::getMMSProfiles).isEmpty());
+}
+
+TEST_F(MmsutilSettingsTest, TheWapGatewayIsGivenInDottedFormAndShownInBoth)
+{
+    addDefaultProfile();
+    ok({QStringLiteral("settings"), QStringLiteral("set"), QStringLiteral("wap-gateway"),
+        QStringLiteral("192.168.1.1")});
+    EXPECT_EQ(inStore(MMS_UTIL_Setting::getWAPGateway), 3232235777u);
+    const QJsonObject gateway = json({QStringLiteral("settings"), QStringLiteral("show")})
+                                    .value(QStringLiteral("wap-gateway"))
+                                    .toObject();
+    EXPECT_EQ(gateway.value(QStringLiteral("value")).toDouble(), 3232235777.0);
+    EXPECT_EQ(gateway.value(QStringLiteral("address")).toString(), QStringLiteral("192.168.1.1"));
+    ok({QStringLiteral("profile"), QStringLiteral("set"), kProfile, QStringLiteral("--wap-gateway"),
+        QStringLiteral("10.0.0.1")});
+    EXPECT_EQ(inStore(MMS_UTIL_Setting::getWAPGateway), 167772161u);
+}
+
 TEST_F(MmsutilSettingsTest, ShowJsonHasEverySettingWithItsGroupKeyAndSource)
 {
     addDefaultProfile();
@@ -342,6 +369,8 @@ TEST_F(MmsutilSettingsTest, SetRefusesWrongNamesAndValuesWritingNothing)
         {QStringLiteral("max-mo-size"), QStringLiteral("2147483648")},
         {QStringLiteral("expire-after-sec"), QStringLiteral("2147483648")},
         {QStringLiteral("wap-gateway"), QStringLiteral("4294967296")},
+        {QStringLiteral("wap-gateway"), QStringLiteral("192.168.1.256")},
+        {QStringLiteral("wap-gateway"), QStringLiteral("192.168.1")},
         {QStringLiteral("connection-type"), QStringLiteral("256")},
         {QStringLiteral("secure-type"), QStringLiteral("x")},
     };
@@ -544,7 +573,7 @@ TEST_F(MmsutilSettingsTest, ProfileCommandsRefuseWrongArgumentsAndUnlistedProfil
     EXPECT_EQ(inStore(MMS_UTIL_Setting::getMMSProfiles), QStringList{kProfile});
 }
 
-TEST_F(MmsutilSettingsTest, ProfileDelRemovesItsValuesAndLeavesTheDefault)
+TEST_F(MmsutilSettingsTest, ProfileDelRemovesItsValuesAndTheDefaultThatNamedIt)
 {
     addDefaultProfile();
     ok({QStringLiteral("profile"), QStringLiteral("set"), kProfile, QStringLiteral("--server-uri"),
@@ -553,8 +582,7 @@ TEST_F(MmsutilSettingsTest, ProfileDelRemovesItsValuesAndLeavesTheDefault)
     ok({QStringLiteral("profile"), QStringLiteral("del"), kProfile});
 
     EXPECT_TRUE(ok({QStringLiteral("profile"), QStringLiteral("list")}).isEmpty());
-    EXPECT_EQ(ok({QStringLiteral("profile"), QStringLiteral("default")}).toStdString(),
-              "Operator MMS\n");
+    EXPECT_EQ(inStore(MMS_UTIL_Setting::getDefaultMMSProfile), QString());
     inStore([] {
         SETUP_SET_Manager store(AM_Global::APP_MMS, false);
         EXPECT_TRUE(store.getEntryKeyList(kProfile).isEmpty());
@@ -1095,9 +1123,9 @@ TEST_F(MmsutilSettingsTest, ProfileSetLeavesEveryValueAsItWasWhenOneIsRefused)
     EXPECT_EQ(ok(kShowProfile).toStdString(), before.toStdString());
 }
 
-TEST_F(MmsutilSettingsTest, ProfileDelKeepsTheProfileListedWhenItsValuesCannotGo)
+TEST_F(MmsutilSettingsTest, ProfileDelKeepsTheProfileListedAndDefaultWhenItsValuesCannotGo)
 {
-    ok({QStringLiteral("profile"), QStringLiteral("add"), kProfile});
+    addDefaultProfile();
     ok(setWholeProfile(QStringLiteral("1"), QStringLiteral("Old")));
     const QByteArray before = ok(kShowProfile);
     refuseChanges(storePath(), "DELETE", "OLD.grp = 'Operator MMS'");
@@ -1108,6 +1136,8 @@ TEST_F(MmsutilSettingsTest, ProfileDelKeepsTheProfileListedWhenItsValuesCannotGo
     EXPECT_EQ(result.err.toStdString(),
               std::string("mmsutil: cannot delete profile \"Operator MMS\"") + kRefusedWrite);
     EXPECT_EQ(ok(kShowProfile).toStdString(), before.toStdString());
+    // The default was cleared in the batch that was dropped.
+    EXPECT_EQ(inStore(MMS_UTIL_Setting::getDefaultMMSProfile), kProfile);
 }
 
 // On a small tmpfs of its own: a profile's values are written, other files fill the disk, and
