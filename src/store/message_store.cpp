@@ -27,6 +27,7 @@
 #include <QStringList>
 #include <QUuid>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
@@ -91,6 +92,64 @@ Status settingsWereRead(const char* outcome)
 Status notFound(unsigned int id)
 {
     return Status::failure(ErrorCode::NotFound, QStringLiteral("no message %1").arg(id));
+}
+
+// NotFound naming each of `ids`.
+Status notFound(const QList<unsigned int>& ids)
+{
+    if (ids.size() == 1)
+        return notFound(ids.constFirst());
+    QStringList numbers;
+    for (const unsigned int id : ids)
+        numbers.append(QString::number(id));
+    return Status::failure(
+        ErrorCode::NotFound,
+        QStringLiteral("no messages %1").arg(numbers.join(QStringLiteral(", "))));
+}
+
+// `ids` without repeats, in the order given: a message is changed or deleted once.
+QList<unsigned int> distinct(const QList<unsigned int>& ids)
+{
+    QList<unsigned int> once;
+    for (const unsigned int id : ids) {
+        if (!once.contains(id))
+            once.append(id);
+    }
+    return once;
+}
+
+// Whether `field` holds `text`, ignoring case; an empty text is in every field.
+bool holds(const QString& field, const QString& text)
+{
+    return text.isEmpty() || field.contains(text, Qt::CaseInsensitive);
+}
+
+bool passes(const ListFilter& filter, const MessageRow& row)
+{
+    if (filter.read && row.isRead() != *filter.read)
+        return false;
+    if (!holds(row.from(), filter.from) || !holds(row.to(), filter.to) ||
+        !holds(row.subject(), filter.subject))
+        return false;
+    if (!filter.since.isValid() && !filter.until.isValid())
+        return true;
+    const qint64 time = row.record.cmn_fld_time;
+    return time != 0 && (!filter.since.isValid() || time >= filter.since.toSecsSinceEpoch()) &&
+           (!filter.until.isValid() || time <= filter.until.toSecsSinceEpoch());
+}
+
+// Puts `rows`, which come in id order, in the filter's order and keeps the page it asks for.
+void orderAndPage(QList<MessageRow>* rows, const ListFilter& filter)
+{
+    if (filter.order == ListOrder::Date)
+        std::stable_sort(rows->begin(), rows->end(), [](const MessageRow& a, const MessageRow& b) {
+            return a.record.cmn_fld_time < b.record.cmn_fld_time;
+        });
+    if (filter.reverse)
+        std::reverse(rows->begin(), rows->end());
+    rows->remove(0, qBound(qsizetype(0), filter.offset, rows->size()));
+    if (filter.limit >= 0 && filter.limit < rows->size())
+        rows->resize(filter.limit);
 }
 
 bool isKnownFolder(Folder folder)
@@ -305,6 +364,9 @@ struct TAVMMS_HIDDEN MessageStore::Impl {
     Added keep(MMS_UTIL_MsgHeaderBase& header, const NewMessage& message, Folder folder,
                State state, bool refuseDuplicates);
     Status changeRow(unsigned int id, const std::function<void(MMS_UTIL_DBStruct_T*)>& change);
+    Changed changeRows(const QList<unsigned int>& ids,
+                       const std::function<void(MMS_UTIL_DBStruct_T*)>& change);
+    RemovedAll removeAll(const QList<unsigned int>& ids, bool dryRun);
 };
 
 // The row in a transaction held open, then the mail file named from its id, then the commit: the
@@ -417,6 +479,55 @@ Status MessageStore::Impl::changeRow(unsigned int id,
     if (r != DB_OK)
         return databaseFailure(QStringLiteral("cannot change message %1").arg(id), r);
     return {};
+}
+
+// Every row is read before any is changed, all in one transaction: the change is made to all of
+// them or, when one is missing or a step fails, to none.
+Changed MessageStore::Impl::changeRows(const QList<unsigned int>& ids,
+                                       const std::function<void(MMS_UTIL_DBStruct_T*)>& change)
+{
+    Changed changed;
+    Session session;
+    begin(&session, false);
+    changed.status = session.status;
+    if (!changed.status.ok())
+        return changed;
+    Transaction txn;
+    int r = txn.begin();
+    QList<std::pair<unsigned int, MMS_UTIL_DBStruct_T>> records;
+    for (const unsigned int id : distinct(ids)) {
+        if (r != DB_OK)
+            break;
+        MMS_UTIL_DBStruct_T record;
+        r = MMS_UTIL_DBTable::readRecord(id, &record);
+        if (r == DB_OK)
+            records.append({id, record});
+        else if (r == DB_ERR_NOT_FOUND)
+            changed.missing.append(id);
+        if (r == DB_ERR_NOT_FOUND)
+            r = DB_OK;
+    }
+    if (r == DB_OK && !changed.missing.isEmpty()) {
+        changed.status = notFound(changed.missing);
+        return changed;
+    }
+    for (auto& [id, record] : records) {
+        if (r != DB_OK)
+            break;
+        change(&record);
+        r = MMS_UTIL_DBTable::update(id, record);
+        if (r == DB_OK)
+            r = commitOrAbort();
+    }
+    if (r == DB_OK)
+        r = txn.commit();
+    if (r != DB_OK) {
+        changed.status = databaseFailure(QStringLiteral("cannot change the messages"), r);
+        return changed;
+    }
+    for (const auto& [id, record] : records)
+        changed.changed.append(id);
+    return changed;
 }
 
 namespace
@@ -647,12 +758,16 @@ Listed MessageStore::list(const ListFilter& filter)
     const std::optional<unsigned int> folder =
         filter.anyFolder ? std::nullopt : std::optional<unsigned int>(filter.folder);
     const int r = forEachRow(folder, [&](unsigned int id, const MMS_UTIL_DBStruct_T& record) {
-        listed.rows.append(MessageRow{id, record});
+        MessageRow row{id, record};
+        if (passes(filter, row))
+            listed.rows.append(row);
     });
     if (r != DB_OK) {
         listed.rows.clear();
         listed.status = databaseFailure(QStringLiteral("cannot read the message index"), r);
+        return listed;
     }
+    orderAndPage(&listed.rows, filter);
     return listed;
 }
 
@@ -660,6 +775,25 @@ Status MessageStore::setRead(unsigned int id, bool read)
 {
     return d->changeRow(
         id, [read](MMS_UTIL_DBStruct_T* record) { record->cmn_fld_msg_attr_read = read ? 1 : 0; });
+}
+
+Changed MessageStore::setRead(const QList<unsigned int>& ids, bool read)
+{
+    return d->changeRows(
+        ids, [read](MMS_UTIL_DBStruct_T* record) { record->cmn_fld_msg_attr_read = read ? 1 : 0; });
+}
+
+Changed MessageStore::move(const QList<unsigned int>& ids, Folder folder)
+{
+    if (!isKnownFolder(folder)) {
+        Changed refused;
+        refused.status = Status::failure(
+            ErrorCode::Invalid, QStringLiteral("there is no folder %1").arg(unsigned(folder)));
+        return refused;
+    }
+    return d->changeRows(ids, [folder](MMS_UTIL_DBStruct_T* record) {
+        record->cmn_fld_folder_id = unsigned(folder);
+    });
 }
 
 Status MessageStore::move(unsigned int id, Folder folder)
@@ -760,6 +894,98 @@ QList<Removed> MessageStore::remove(const QList<unsigned int>& ids)
     for (const unsigned int id : ids)
         results.append(remove(id));
     return results;
+}
+
+RemovedAll MessageStore::removeAll(const QList<unsigned int>& ids, bool dryRun)
+{
+    RemovedAll removed = d->removeAll(ids, dryRun);
+    if (dryRun)
+        return removed;
+    // As for one message: a delete refused for space is made again with the room kept back.
+    if (removed.status.code == ErrorCode::NoSpace && releaseReserve(reservePath()))
+        removed = d->removeAll(ids, false);
+    if (removed.status.ok())
+        keepReserve(reservePath());
+    return removed;
+}
+
+RemovedAll MessageStore::Impl::removeAll(const QList<unsigned int>& ids, bool dryRun)
+{
+    RemovedAll all;
+    Session session;
+    begin(&session, false);
+    all.status = session.status;
+    if (!all.status.ok())
+        return all;
+    Transaction txn;
+    int r = txn.begin();
+    for (const unsigned int id : distinct(ids)) {
+        if (r != DB_OK)
+            break;
+        if (dryRun) {
+            MMS_UTIL_DBStruct_T record;
+            r = MMS_UTIL_DBTable::readRecord(id, &record);
+        } else {
+            r = MMS_UTIL_DBTable::del(id);
+            if (r == DB_OK)
+                r = commitOrAbort();
+        }
+        if (r == DB_ERR_NOT_FOUND) {
+            all.missing.append(id);
+            r = DB_OK;
+        } else if (r == DB_OK) {
+            Removed one;
+            one.id = id;
+            one.mailFile = MMS_UTIL_Common::msgDBIDToMailFileName(id);
+            one.mailFileWasMissing = !nameIsTaken(one.mailFile);
+            all.removed.append(one);
+        }
+    }
+    const auto refuse = [&all](const Status& status) {
+        all.removed.clear();
+        all.status = status;
+        return all;
+    };
+    if (r != DB_OK)
+        return refuse(databaseFailure(QStringLiteral("cannot delete the messages"), r));
+    if (!all.missing.isEmpty())
+        return refuse(notFound(all.missing));
+    // Only what unlink() removes can go after the rows: a directory would stay for good.
+    for (const Removed& one : all.removed) {
+        if (!one.mailFileWasMissing && QFileInfo(one.mailFile).isDir())
+            return refuse(failed(QStringLiteral("cannot delete message %1: '%2' is a directory")
+                                     .arg(one.id)
+                                     .arg(one.mailFile)));
+    }
+    if (dryRun)
+        return all;
+    r = txn.commit();
+    if (r != DB_OK)
+        return refuse(databaseFailure(QStringLiteral("cannot delete the messages"), r));
+    // Rows first, so that no row ever points at a missing file: a file a crash leaves from here
+    // on is a file without a row, which a check reports.
+    for (Removed& one : all.removed) {
+        const QByteArray mail = QFile::encodeName(one.mailFile);
+        for (const QByteArray& path : {mail, mail + QFile::encodeName(kLeftoverSuffix),
+                                       mail + QFile::encodeName(kDeletedSuffix)}) {
+            const int error = ::unlink(path.constData()) == 0 ? 0 : errno;
+            if (error != 0 && error != ENOENT && one.status.ok())
+                one.status = failed(QStringLiteral("message %1 was deleted, but '%2' stays: %3")
+                                        .arg(one.id)
+                                        .arg(QFile::decodeName(path), errnoText(error)));
+        }
+        if (all.status.ok() && !one.status.ok())
+            all.status = one.status;
+    }
+    if (!all.removed.isEmpty() &&
+        syncParentDirectory(QFile::encodeName(all.removed.constFirst().mailFile)) != 0) {
+        const int error = errno;
+        if (all.status.ok())
+            all.status = failed(QStringLiteral("the messages were deleted, but the mail file "
+                                               "directory was not synced: ") +
+                                errnoText(error));
+    }
+    return all;
 }
 
 QString MessageRow::from() const

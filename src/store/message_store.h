@@ -80,17 +80,29 @@ public:
     // The message's row, and its mail file's header and body; without `withBody`, the body's
     // length alone (a listing or a summary needs no copy of a large body).
     ReadMessage read(unsigned int id, bool withBody = true);
-    // The rows `filter` lets through, in id order.
+    // The rows `filter` lets through, in its order, the page it asks for.
     Listed list(const ListFilter& filter = {});
     Status setRead(unsigned int id, bool read);
+    // Marks each message read or unread in one transaction: all of them, or none when an id has
+    // no row (NotFound, naming each) or the database fails.
+    Changed setRead(const QList<unsigned int>& ids, bool read);
     // Moves the message to `folder`; its state stays. Invalid for a number outside Folder.
     Status move(unsigned int id, Folder folder);
+    // Moves each message as move() does, in one transaction: all of them or none.
+    Changed move(const QList<unsigned int>& ids, Folder folder);
     // Deletes the message: its mail file (and a leftover of a save) and its row, so that a
     // failure, or a program dying on the way, leaves both or neither. A row without a mail file is
     // deleted all the same; NotFound when there is no row.
     Removed remove(unsigned int id);
     // Deletes each message in turn; a failure stops none of the others.
     QList<Removed> remove(const QList<unsigned int>& ids);
+    // Deletes the messages together: every id is looked up first, and when one has no row
+    // (NotFound, naming each) or the database fails, nothing is deleted. The rows go in one
+    // transaction, then the mail files (and leftovers of a save); a file that cannot be removed
+    // is reported in its message's entry and stays, without a row, for a check to find. Refused
+    // with nothing deleted when a mail file's name is taken by a directory. With `dryRun`, the
+    // ids are looked up and the entries filled as a delete would, and nothing changes.
+    RemovedAll removeAll(const QList<unsigned int>& ids, bool dryRun = false);
 
     std::chrono::milliseconds lockTimeout() const;
 

@@ -15,6 +15,7 @@
 #include <QString>
 
 #include <memory>
+#include <optional>
 
 class MMS_UTIL_MsgHeaderBase;
 
@@ -116,15 +117,42 @@ struct TAVMMS_EXPORT MessageRow {
     QString mailFile() const;
 };
 
-// Which rows a listing gives.
+// How a listing orders its rows: by id, or by the message time (ties by id, rows without a time
+// first).
+enum class ListOrder { Id, Date };
+
+// Which rows a listing gives, and in what order. Every member left as it is lets every row through;
+// the texts are looked for, ignoring case, in the row's own fields (sender, recipients, subject,
+// cut to their lengths as the row keeps them), which is what a listing shows.
 struct TAVMMS_EXPORT ListFilter {
     bool anyFolder = true;
-    unsigned int folder = 0; // when anyFolder is false
+    unsigned int folder = 0;  // when anyFolder is false
+    std::optional<bool> read; // only the rows marked read (true) or unread (false)
+    QString from;             // text the sender holds
+    QString to;               // text the recipients hold
+    QString subject;          // text the subject holds
+    // The message times let through, both ends included and to the second; a row without a time
+    // passes only while both are invalid.
+    QDateTime since;
+    QDateTime until;
+    ListOrder order = ListOrder::Id;
+    bool reverse = false; // the order turned round
+    // The rows left out from the front of the ordered list, and the most given after them
+    // (negative: all).
+    qsizetype offset = 0;
+    qsizetype limit = -1;
 };
 
 struct TAVMMS_EXPORT Listed {
     Status status;
-    QList<MessageRow> rows; // in id order
+    QList<MessageRow> rows; // in the filter's order
+};
+
+// A change of several messages, made to all of them or to none.
+struct TAVMMS_EXPORT Changed {
+    Status status;               // NotFound when an id has no row
+    QList<unsigned int> missing; // those ids, in the order given
+    QList<unsigned int> changed; // when done: each id once, in the order given
 };
 
 // A message read whole: its row, and its mail file's header and body when the file loads.
@@ -148,6 +176,15 @@ struct TAVMMS_EXPORT Removed {
     unsigned int id = 0;
     QString mailFile;
     bool mailFileWasMissing = false; // the row had no mail file
+};
+
+// Several messages deleted together, or why not.
+struct TAVMMS_EXPORT RemovedAll {
+    Status status;               // NotFound when an id has no row: nothing was deleted
+    QList<unsigned int> missing; // those ids, in the order given
+    // One for each message, in the order given; a status that is not done says that its row went
+    // but a file of it stays.
+    QList<Removed> removed;
 };
 
 } // namespace tavmms::store

@@ -1,10 +1,12 @@
 #include "user_input.h"
 
 #include "address_type_word.h"
+#include "message_store_types.h"
 #include "mms_util_common.h"
 #include "phone_number_match.h"
 
 #include <QRegularExpression>
+#include <QTimeZone>
 
 #include <algorithm>
 
@@ -348,6 +350,67 @@ std::optional<QString> parseBlockList(const QString& text, QString* error)
             return std::nullopt;
     }
     return text;
+}
+
+std::optional<unsigned int> parseFolder(const QString& text, QString* error)
+{
+    if (const std::optional<unsigned int> number = parseNumber(text))
+        return number;
+    for (const Folder folder : {Folder::Inbox, Folder::Outbox, Folder::Sent, Folder::Drafts}) {
+        if (text.compare(folderName(unsigned(folder)), Qt::CaseInsensitive) == 0)
+            return unsigned(folder);
+    }
+    *error = QStringLiteral("'%1' is not a folder (a number, or inbox, outbox, sent, drafts)")
+                 .arg(oneLine(text));
+    return std::nullopt;
+}
+
+std::optional<TimeSpan> parseTimeSpan(const QString& text, QString* error)
+{
+    static const QRegularExpression form(QRegularExpression::anchoredPattern(
+        QStringLiteral("([0-9]{4})-([0-9]{2})-([0-9]{2})"
+                       "(?:[T ]([0-9]{2}):([0-9]{2})(?::([0-9]{2})(?:[.,]([0-9]{1,9}))?)?"
+                       " ?(Z|[+-][0-9]{2}(?::?[0-9]{2})?)?)?")));
+    const QRegularExpressionMatch match = form.match(text);
+    const auto refuse = [&](const QString& why) -> std::optional<TimeSpan> {
+        *error = QStringLiteral("'%1' %2").arg(oneLine(text), why);
+        return std::nullopt;
+    };
+    if (!match.hasMatch())
+        return refuse(QStringLiteral("is not an ISO 8601 date (2026-01-31) or date and time "
+                                     "(2026-01-31T12:00:00, 2026-01-31T12:00:00+01:00)"));
+    const auto number = [&](int group) { return match.captured(group).toInt(); };
+    const QDate date(number(1), number(2), number(3));
+    if (!date.isValid())
+        return refuse(QStringLiteral("is not a day of the calendar"));
+    if (!match.hasCaptured(4)) {
+        const QDateTime first(date, QTime(0, 0));
+        return TimeSpan{first, QDateTime(date.addDays(1), QTime(0, 0)).addSecs(-1)};
+    }
+    // The fraction counts in milliseconds; what is below them does not bound whole seconds.
+    const int milliseconds =
+        match.hasCaptured(7) ? match.captured(7).left(3).leftJustified(3, QLatin1Char('0')).toInt()
+                             : 0;
+    const QTime time(number(4), number(5), match.hasCaptured(6) ? number(6) : 0, milliseconds);
+    if (!time.isValid())
+        return refuse(QStringLiteral("is not a time of the day"));
+    const QString offset = match.captured(8);
+    QDateTime moment;
+    if (offset.isEmpty()) {
+        moment = QDateTime(date, time);
+    } else if (offset == QLatin1String("Z")) {
+        moment = QDateTime(date, time, QTimeZone::utc());
+    } else {
+        const QString digits = offset.mid(1).remove(QLatin1Char(':'));
+        const int hours = digits.left(2).toInt();
+        const int minutes = digits.size() > 2 ? digits.mid(2).toInt() : 0;
+        const int seconds = (hours * 60 + minutes) * 60;
+        if (minutes > 59 || seconds > 14 * 3600)
+            return refuse(QStringLiteral("has an offset beyond -14:00 to +14:00"));
+        moment = QDateTime(date, time,
+                           QTimeZone(offset.startsWith(QLatin1Char('-')) ? -seconds : seconds));
+    }
+    return TimeSpan{moment, moment};
 }
 
 } // namespace tavmms::store

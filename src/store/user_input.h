@@ -10,6 +10,7 @@
 #include "mms_util_entry.h"
 #include "tavmms_global.h"
 
+#include <QDateTime>
 #include <QList>
 #include <QString>
 #include <QStringList>
@@ -87,6 +88,24 @@ TAVMMS_EXPORT std::optional<QString> parseAddressToBlock(const QString& text, QS
 // A whole block list, addresses joined by commas; "" empties it. Refused when an item is empty,
 // which would block every sender, or is not an address parseAddressToBlock() takes.
 TAVMMS_EXPORT std::optional<QString> parseBlockList(const QString& text, QString* error);
+
+// A folder of the message index: its number as decimal digits (any number, since other
+// applications may have written numbers the store does not name), or its name as folderName()
+// gives it, ignoring case.
+TAVMMS_EXPORT std::optional<unsigned int> parseFolder(const QString& text, QString* error);
+
+// The seconds a time a person types stands for, both ends included: the same second for a date
+// and time, every second of the day for a date alone.
+struct TAVMMS_EXPORT TimeSpan {
+    QDateTime first;
+    QDateTime last;
+};
+// An ISO 8601 date, "2026-01-31", which stands for that whole day in local time; or a date and
+// time, "2026-01-31T12:00", the seconds and their fraction optional, "T" or one blank between, in
+// local time unless an offset follows ("Z", "+01:00", "+0100", "+01", from -14:00 to +14:00,
+// after one blank or none). So what the tool prints reads back. Refused: any other form, or a
+// day or time that does not exist.
+TAVMMS_EXPORT std::optional<TimeSpan> parseTimeSpan(const QString& text, QString* error);
 
 } // namespace tavmms::store
 

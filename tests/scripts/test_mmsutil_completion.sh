@@ -59,7 +59,8 @@ touch "$work/alpha.mms" "$work/alpine.txt" "$work/beta.bin"
 cd "$work" || exit 1
 
 # Commands, from the tool's list; a group's word takes one of the group's commands.
-expect "mailfile" ma
+expect "mailfile" mai
+expect "mark" mar
 expect "content-type" content
 for command in mailfile index settings profile block sending flex paths; do
     expect_among "$command" ""
@@ -73,6 +74,8 @@ expect "" nosuch ""
 
 # Options of a command, also where it takes no more arguments.
 expect "--bcc --body" mailfile write --b
+expect "--unread" list --unr
+expect "--dry-run" delete --dr
 expect "--folder --help --json -h" index list ""
 expect "--help --json -h" mailfile show alpha.mms ""
 expect "--help --json -h" mailfile show alpha.mms -

@@ -1209,6 +1209,348 @@ TEST_F(MessageStoreTest, ListGivesTheRowsInIdOrderAndOnlyThoseOfAFolder)
     EXPECT_EQ(onlyDrafts.rows.at(0).id, third.id);
 }
 
+// ---- list: filters, order, pages ----
+
+// A message whose row says it was sent at `when` (no time for an invalid one), with `subject`.
+unsigned int keptAt(MessageStore& messages, const QDateTime& when, const QString& subject,
+                    bool received = false)
+{
+    NewMessage message = received ? receivedMessage() : sampleMessage();
+    message.subject = subject;
+    const Added added = received ? messages.receive(message) : messages.compose(message);
+    EXPECT_TRUE(added.status.ok()) << added.status.text.toStdString();
+    const tavmms::store::ReadMessage read = messages.read(added.id);
+    EXPECT_TRUE(read.header);
+    if (!read.header)
+        return added.id;
+    read.header->sendDate = when;
+    EXPECT_TRUE(messages.writeMailFile(added.id, *read.header, read.body, true).status.ok());
+    return added.id;
+}
+
+QList<unsigned int> idsOf(const tavmms::store::Listed& listed)
+{
+    EXPECT_TRUE(listed.status.ok()) << listed.status.text.toStdString();
+    QList<unsigned int> ids;
+    for (const tavmms::store::MessageRow& row : listed.rows)
+        ids.append(row.id);
+    return ids;
+}
+
+QDateTime utc(const char* text)
+{
+    return QDateTime::fromString(QLatin1String(text), Qt::ISODate);
+}
+
+TEST_F(MessageStoreTest, ListGivesOnlyTheReadOrOnlyTheUnreadRows)
+{
+    const unsigned int sent = keptAt(messages, utc("2026-01-01T10:00:00Z"), QStringLiteral("a"));
+    const unsigned int received =
+        keptAt(messages, utc("2026-01-02T10:00:00Z"), QStringLiteral("b"), true);
+    tavmms::store::ListFilter filter;
+
+    filter.read = true;
+    EXPECT_EQ(idsOf(messages.list(filter)), QList<unsigned int>{sent});
+    filter.read = false;
+    EXPECT_EQ(idsOf(messages.list(filter)), QList<unsigned int>{received});
+}
+
+TEST_F(MessageStoreTest, ListFindsTextInTheSenderRecipientsAndSubjectIgnoringCase)
+{
+    const unsigned int lunch =
+        keptAt(messages, utc("2026-01-01T10:00:00Z"), QStringLiteral("Lunch today?"));
+    const unsigned int received =
+        keptAt(messages, utc("2026-01-02T10:00:00Z"), QStringLiteral("Dinner"), true);
+    const auto listed = [this](QString tavmms::store::ListFilter::*member, const char* text) {
+        tavmms::store::ListFilter filter;
+        filter.*member = QString::fromUtf8(text);
+        return idsOf(messages.list(filter));
+    };
+
+    EXPECT_EQ(listed(&tavmms::store::ListFilter::subject, "LUNCH"), QList<unsigned int>{lunch});
+    EXPECT_EQ(listed(&tavmms::store::ListFilter::subject, "dinner"), QList<unsigned int>{received});
+    EXPECT_EQ(listed(&tavmms::store::ListFilter::subject, "breakfast"), QList<unsigned int>());
+    EXPECT_EQ(listed(&tavmms::store::ListFilter::from, "550199"), QList<unsigned int>{received});
+    EXPECT_EQ(listed(&tavmms::store::ListFilter::to, "bobby"),
+              (QList<unsigned int>{lunch, received}));
+    EXPECT_EQ(listed(&tavmms::store::ListFilter::to, "nobody"), QList<unsigned int>());
+
+    tavmms::store::ListFilter both;
+    both.to = QStringLiteral("bobby");
+    both.subject = QStringLiteral("lunch");
+    EXPECT_EQ(idsOf(messages.list(both)), QList<unsigned int>{lunch});
+}
+
+TEST_F(MessageStoreTest, ListKeepsTheRowsFromSinceToUntilBothIncluded)
+{
+    const unsigned int early = keptAt(messages, utc("2026-01-01T09:59:59Z"), QStringLiteral("a"));
+    const unsigned int first = keptAt(messages, utc("2026-01-01T10:00:00Z"), QStringLiteral("b"));
+    const unsigned int last = keptAt(messages, utc("2026-01-01T12:00:00Z"), QStringLiteral("c"));
+    const unsigned int late = keptAt(messages, utc("2026-01-01T12:00:01Z"), QStringLiteral("d"));
+    const unsigned int timeless = keptAt(messages, QDateTime(), QStringLiteral("e"));
+    ASSERT_EQ(store.row(timeless).cmn_fld_time, 0u);
+    tavmms::store::ListFilter filter;
+    filter.since = utc("2026-01-01T11:00:00+01:00");
+    filter.until = utc("2026-01-01T12:00:00Z");
+
+    EXPECT_EQ(idsOf(messages.list(filter)), (QList<unsigned int>{first, last}));
+    filter.until = QDateTime();
+    EXPECT_EQ(idsOf(messages.list(filter)), (QList<unsigned int>{first, last, late}));
+    filter.since = QDateTime();
+    filter.until = utc("2026-01-01T10:00:00Z");
+    EXPECT_EQ(idsOf(messages.list(filter)), (QList<unsigned int>{early, first}));
+    EXPECT_EQ(idsOf(messages.list()).size(), 5);
+}
+
+TEST_F(MessageStoreTest, ListOrdersByIdOrByDateWithTiesByIdAndTurnsEitherRound)
+{
+    const unsigned int newest = keptAt(messages, utc("2026-03-01T00:00:00Z"), QStringLiteral("a"));
+    const unsigned int oldest = keptAt(messages, utc("2026-01-01T00:00:00Z"), QStringLiteral("b"));
+    const unsigned int tieA = keptAt(messages, utc("2026-02-01T00:00:00Z"), QStringLiteral("c"));
+    const unsigned int tieB = keptAt(messages, utc("2026-02-01T00:00:00Z"), QStringLiteral("d"));
+    const unsigned int timeless = keptAt(messages, QDateTime(), QStringLiteral("e"));
+    tavmms::store::ListFilter filter;
+
+    EXPECT_EQ(idsOf(messages.list(filter)),
+              (QList<unsigned int>{newest, oldest, tieA, tieB, timeless}));
+    filter.reverse = true;
+    EXPECT_EQ(idsOf(messages.list(filter)),
+              (QList<unsigned int>{timeless, tieB, tieA, oldest, newest}));
+    filter.order = tavmms::store::ListOrder::Date;
+    filter.reverse = false;
+    EXPECT_EQ(idsOf(messages.list(filter)),
+              (QList<unsigned int>{timeless, oldest, tieA, tieB, newest}));
+    filter.reverse = true;
+    EXPECT_EQ(idsOf(messages.list(filter)),
+              (QList<unsigned int>{newest, tieB, tieA, oldest, timeless}));
+}
+
+TEST_F(MessageStoreTest, ListGivesThePageAfterFilteringAndOrdering)
+{
+    QList<unsigned int> ids;
+    for (const char* when : {"2026-01-05T00:00:00Z", "2026-01-04T00:00:00Z", "2026-01-03T00:00:00Z",
+                             "2026-01-02T00:00:00Z"})
+        ids.append(keptAt(messages, utc(when), QStringLiteral("page")));
+    keptAt(messages, utc("2026-01-01T00:00:00Z"), QStringLiteral("other"));
+    tavmms::store::ListFilter filter;
+    filter.subject = QStringLiteral("page");
+    filter.order = tavmms::store::ListOrder::Date;
+
+    filter.offset = 1;
+    filter.limit = 2;
+    EXPECT_EQ(idsOf(messages.list(filter)), (QList<unsigned int>{ids[2], ids[1]}));
+    filter.limit = -1;
+    EXPECT_EQ(idsOf(messages.list(filter)), (QList<unsigned int>{ids[2], ids[1], ids[0]}));
+    filter.limit = 0;
+    EXPECT_EQ(idsOf(messages.list(filter)), QList<unsigned int>());
+    filter.offset = 4;
+    filter.limit = 10;
+    EXPECT_EQ(idsOf(messages.list(filter)), QList<unsigned int>());
+    filter.offset = 3;
+    EXPECT_EQ(idsOf(messages.list(filter)), QList<unsigned int>{ids[0]});
+}
+
+// ---- changes of several messages ----
+
+TEST_F(MessageStoreTest, SetReadAndMoveOfSeveralChangeEachOfThem)
+{
+    const unsigned int first =
+        keptAt(messages, utc("2026-01-01T00:00:00Z"), QStringLiteral("a"), true);
+    const unsigned int second =
+        keptAt(messages, utc("2026-01-02T00:00:00Z"), QStringLiteral("b"), true);
+
+    const tavmms::store::Changed marked = messages.setRead({first, second, first}, true);
+    const tavmms::store::Changed moved = messages.move({second, first}, Folder::Drafts);
+
+    EXPECT_TRUE(marked.status.ok()) << marked.status.text.toStdString();
+    EXPECT_EQ(marked.changed, (QList<unsigned int>{first, second}));
+    EXPECT_TRUE(moved.status.ok()) << moved.status.text.toStdString();
+    EXPECT_EQ(moved.changed, (QList<unsigned int>{second, first}));
+    for (const unsigned int id : {first, second}) {
+        EXPECT_EQ(store.row(id).cmn_fld_msg_attr_read, 1);
+        EXPECT_EQ(store.row(id).cmn_fld_folder_id, unsigned(Folder::Drafts));
+        EXPECT_EQ(store.row(id).cmn_fld_send_receive_state, ushort(State::Received));
+    }
+    EXPECT_EQ(MMS_UTIL_DBTable::mmsTxn, nullptr);
+}
+
+TEST_F(MessageStoreTest, SetReadAndMoveOfSeveralWithAnUnknownIdChangeNoneAndNameEachUnknownId)
+{
+    const unsigned int first =
+        keptAt(messages, utc("2026-01-01T00:00:00Z"), QStringLiteral("a"), true);
+    const unsigned int second =
+        keptAt(messages, utc("2026-01-02T00:00:00Z"), QStringLiteral("b"), true);
+
+    const tavmms::store::Changed marked = messages.setRead({first, 42, second, 43}, true);
+    const tavmms::store::Changed moved = messages.move({first, 42}, Folder::Sent);
+
+    EXPECT_EQ(marked.status.code, ErrorCode::NotFound);
+    EXPECT_EQ(marked.status.text, QStringLiteral("no messages 42, 43"));
+    EXPECT_EQ(marked.missing, (QList<unsigned int>{42, 43}));
+    EXPECT_TRUE(marked.changed.isEmpty());
+    EXPECT_EQ(moved.status.code, ErrorCode::NotFound);
+    EXPECT_EQ(moved.status.text, QStringLiteral("no message 42"));
+    for (const unsigned int id : {first, second}) {
+        EXPECT_EQ(store.row(id).cmn_fld_msg_attr_read, 0);
+        EXPECT_EQ(store.row(id).cmn_fld_folder_id, unsigned(Folder::Inbox));
+    }
+    EXPECT_EQ(messages.move(QList<unsigned int>{first}, Folder(9)).status.code, ErrorCode::Invalid);
+    EXPECT_EQ(MMS_UTIL_DBTable::mmsTxn, nullptr);
+}
+
+TEST_F(MessageStoreTest, SetReadOfSeveralFailingAtAnyDatabaseCallChangesNoneOrAll)
+{
+    for (int failing = 1;; ++failing) {
+        SCOPED_TRACE(failing);
+        Store each;
+        ASSERT_TRUE(each.isValid());
+        const tavmms_test::ScopedIndexTableState state;
+        MessageStore messages;
+        const Added first = messages.receive(receivedMessage());
+        const Added second = messages.receive(receivedMessage());
+        ASSERT_TRUE(first.status.ok() && second.status.ok());
+        tavmms::store::Changed outcome;
+        bool failed = false;
+        {
+            tavmms_test::FailingDatabase database(each.database().database(), failing, DB_ERR_IO);
+            const tavplatform::ScopedDatabaseService installed(&database.service());
+            outcome = messages.setRead({first.id, second.id}, true);
+            failed = database.failed();
+        }
+
+        EXPECT_EQ(MMS_UTIL_DBTable::mmsTxn, nullptr);
+        const int marks =
+            each.row(first.id).cmn_fld_msg_attr_read + each.row(second.id).cmn_fld_msg_attr_read;
+        if (!failed) {
+            EXPECT_TRUE(outcome.status.ok());
+            EXPECT_EQ(marks, 2);
+            break;
+        }
+        EXPECT_EQ(marks, outcome.status.ok() ? 2 : 0);
+        if (!outcome.status.ok())
+            expectOneLineError(outcome.status);
+    }
+}
+
+// ---- remove of several together ----
+
+TEST_F(MessageStoreTest, RemoveAllDeletesEveryRowAndEveryMailFile)
+{
+    const Added kept = messages.compose(sampleMessage());
+    const Added first = messages.compose(sampleMessage());
+    const Added second = messages.compose(sampleMessage());
+    ASSERT_TRUE(QFile::remove(second.mailFile));
+    QFile leftover(first.mailFile + QStringLiteral(".tmp"));
+    ASSERT_TRUE(leftover.open(QIODevice::WriteOnly));
+    leftover.close();
+
+    const tavmms::store::RemovedAll outcome = messages.removeAll({first.id, second.id, first.id});
+
+    EXPECT_TRUE(outcome.status.ok()) << outcome.status.text.toStdString();
+    ASSERT_EQ(outcome.removed.size(), 2);
+    EXPECT_EQ(outcome.removed.at(0).id, first.id);
+    EXPECT_EQ(outcome.removed.at(0).mailFile, first.mailFile);
+    EXPECT_FALSE(outcome.removed.at(0).mailFileWasMissing);
+    EXPECT_TRUE(outcome.removed.at(0).status.ok());
+    EXPECT_EQ(outcome.removed.at(1).id, second.id);
+    EXPECT_TRUE(outcome.removed.at(1).mailFileWasMissing);
+    EXPECT_EQ(store.rowCount(), 1);
+    EXPECT_EQ(store.files(), QStringList{QStringLiteral("%1.mms").arg(kept.id)});
+    EXPECT_EQ(MMS_UTIL_DBTable::mmsTxn, nullptr);
+}
+
+TEST_F(MessageStoreTest, RemoveAllWithAnUnknownIdDeletesNothingAndNamesEachUnknownId)
+{
+    const Added first = messages.compose(sampleMessage());
+    const Added second = messages.compose(sampleMessage());
+
+    const tavmms::store::RemovedAll outcome = messages.removeAll({first.id, 42, second.id, 7});
+
+    EXPECT_EQ(outcome.status.code, ErrorCode::NotFound);
+    EXPECT_EQ(outcome.status.text, QStringLiteral("no messages 42, 7"));
+    EXPECT_EQ(outcome.missing, (QList<unsigned int>{42, 7}));
+    EXPECT_TRUE(outcome.removed.isEmpty());
+    EXPECT_EQ(store.rowCount(), 2);
+    EXPECT_EQ(store.files().size(), 2);
+    EXPECT_EQ(MMS_UTIL_DBTable::mmsTxn, nullptr);
+}
+
+TEST_F(MessageStoreTest, RemoveAllAsADryRunSaysWhatWouldGoAndChangesNothing)
+{
+    const Added first = messages.compose(sampleMessage());
+    const Added second = messages.compose(sampleMessage());
+    ASSERT_TRUE(QFile::remove(second.mailFile));
+
+    const tavmms::store::RemovedAll outcome = messages.removeAll({second.id, first.id}, true);
+    const tavmms::store::RemovedAll unknown = messages.removeAll({first.id, 42}, true);
+
+    EXPECT_TRUE(outcome.status.ok()) << outcome.status.text.toStdString();
+    ASSERT_EQ(outcome.removed.size(), 2);
+    EXPECT_EQ(outcome.removed.at(0).id, second.id);
+    EXPECT_TRUE(outcome.removed.at(0).mailFileWasMissing);
+    EXPECT_EQ(outcome.removed.at(1).id, first.id);
+    EXPECT_FALSE(outcome.removed.at(1).mailFileWasMissing);
+    EXPECT_EQ(unknown.status.code, ErrorCode::NotFound);
+    EXPECT_EQ(unknown.missing, QList<unsigned int>{42});
+    EXPECT_EQ(store.rowCount(), 2);
+    EXPECT_EQ(store.files(), QStringList{QStringLiteral("%1.mms").arg(first.id)});
+    EXPECT_EQ(MMS_UTIL_DBTable::mmsTxn, nullptr);
+}
+
+TEST_F(MessageStoreTest, RemoveAllDeletesNothingWhenAMailFileNameIsADirectory)
+{
+    const Added first = messages.compose(sampleMessage());
+    const Added second = messages.compose(sampleMessage());
+    ASSERT_TRUE(QFile::remove(second.mailFile));
+    ASSERT_TRUE(QDir().mkpath(second.mailFile + QStringLiteral("/inside")));
+
+    const tavmms::store::RemovedAll outcome = messages.removeAll({first.id, second.id});
+
+    expectOneLineError(outcome.status);
+    EXPECT_EQ(outcome.status.text, QStringLiteral("cannot delete message %1: '%2' is a directory")
+                                       .arg(second.id)
+                                       .arg(second.mailFile));
+    EXPECT_EQ(store.rowCount(), 2);
+    EXPECT_TRUE(QFile::exists(first.mailFile));
+    EXPECT_EQ(MMS_UTIL_DBTable::mmsTxn, nullptr);
+}
+
+TEST_F(MessageStoreTest, RemoveAllFailingAtAnyDatabaseCallKeepsEveryMessage)
+{
+    for (int failing = 1;; ++failing) {
+        SCOPED_TRACE(failing);
+        Store each;
+        ASSERT_TRUE(each.isValid());
+        const tavmms_test::ScopedIndexTableState state;
+        MessageStore messages;
+        const Added first = messages.compose(sampleMessage());
+        const Added second = messages.compose(sampleMessage());
+        ASSERT_TRUE(first.status.ok() && second.status.ok());
+        tavmms_test::FailingDatabase database(each.database().database(), failing, DB_ERR_IO);
+        const tavplatform::ScopedDatabaseService installed(&database.service());
+
+        const tavmms::store::RemovedAll outcome = messages.removeAll({first.id, second.id});
+
+        EXPECT_EQ(MMS_UTIL_DBTable::mmsTxn, nullptr);
+        if (!database.failed()) {
+            EXPECT_TRUE(outcome.status.ok());
+            EXPECT_EQ(each.rowCount(), 0);
+            EXPECT_EQ(each.files(), QStringList());
+            break;
+        }
+        if (outcome.status.ok()) {
+            EXPECT_EQ(each.rowCount(), 0);
+            EXPECT_EQ(each.files(), QStringList());
+            continue;
+        }
+        expectOneLineError(outcome.status, outcome.status.code);
+        EXPECT_NE(outcome.status.code, ErrorCode::None);
+        EXPECT_EQ(each.rowCount(), 2);
+        EXPECT_EQ(each.files(), (QStringList{QStringLiteral("%1.mms").arg(first.id),
+                                             QStringLiteral("%1.mms").arg(second.id)}));
+    }
+}
+
 TEST_F(MessageStoreTest, SetReadAndMoveChangeTheirFieldAndNothingElse)
 {
     const NewMessage received = receivedMessage();

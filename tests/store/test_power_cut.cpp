@@ -3,7 +3,9 @@
 // file under the store and keeps what a power cut would have left: only what was synced. The store
 // is rebuilt from that, for N = 1, 2, ... until the command completes (and once more after it
 // completes, as a cut right after it returns). Whatever the cut, the messages kept before stay
-// whole, the command's own message is whole or not there, and the store takes new messages.
+// whole, the command's own message is whole or not there (a delete's, whose rows go first, may
+// leave its whole mail file without its row, for a check to report), and the store takes new
+// messages.
 
 #include "mail_file_io.h"
 #include "mail_file_reader.h"
@@ -197,18 +199,20 @@ protected:
                           qsizetype(loaded->bodyLength)) == body;
     }
 
-    // What `mmsutil check` finds is at most a mail file without a row, of a message not kept, and
-    // the row of message `changing`, whose file was replaced, not yet following its new header.
-    void expectOnlyFilesWithoutRows(unsigned changing)
+    // What `mmsutil check` finds is at most a mail file without a row, of a message not kept or
+    // of one being deleted (`deleting`: its row went first), and the row of a message of
+    // `changing`, whose file was replaced, not yet following its new header.
+    void expectOnlyFilesWithoutRows(const QList<unsigned>& changing, bool deleting)
     {
         const ToolResult result = run(work.path(), {QStringLiteral("check")});
         const QList<QByteArray> lines = result.out.trimmed().split('\n');
         for (qsizetype i = 0; i + 1 < lines.size(); ++i) {
             const QByteArray& line = lines[i];
             const unsigned id = line.left(line.indexOf('.')).toUInt();
-            const bool behind = id == changing && line.contains(": its header does not match");
-            EXPECT_TRUE(behind || (line.endsWith(".mms: no row") && !isKept(id)))
-                << line.toStdString();
+            const bool behind =
+                changing.contains(id) && line.contains(": its header does not match");
+            const bool ownFile = !isKept(id) || (deleting && changing.contains(id));
+            EXPECT_TRUE(behind || (line.endsWith(".mms: no row") && ownFile)) << line.toStdString();
         }
         EXPECT_TRUE(result.err.isEmpty()) << result.err.toStdString();
     }
@@ -236,11 +240,13 @@ protected:
     }
 
     // Runs `operation` on a copy of the kept store, cut at each of its calls in turn, and checks
-    // the store each cut leaves: the kept messages but `changed` stay as they were, and
-    // `checkOwn` judges the rows listed, knowing whether the operation completed. Gives the
-    // number of cut points.
-    long cutEverywhere(const QStringList& operation, unsigned changed,
-                       const std::function<void(const QList<unsigned>&, bool)>& checkOwn)
+    // the store each cut leaves: the kept messages but those `changed` stay as they were, and
+    // `checkOwn` judges the rows listed, knowing whether the operation completed. An operation
+    // that `deletes` may leave the files of those changed without their rows. Gives the number of
+    // cut points.
+    long cutEverywhere(const QStringList& operation, const QList<unsigned>& changed,
+                       const std::function<void(const QList<unsigned>&, bool)>& checkOwn,
+                       bool deletes = false)
     {
         for (long at = 1; at <= kMostCuts; ++at) {
             const bool cut = runOnACopyCutAt(operation, at);
@@ -250,7 +256,7 @@ protected:
             restore(journal.path().toStdString(), work.path().toStdString());
             const QList<unsigned> ids = listedIds();
             for (const Message& message : kept) {
-                if (message.id == changed)
+                if (changed.contains(message.id))
                     continue;
                 EXPECT_TRUE(ids.contains(message.id)) << message.id;
                 EXPECT_EQ(contentOf(mailFile(work.path(), message.id)),
@@ -258,7 +264,7 @@ protected:
                     << message.id;
             }
             checkOwn(ids, !cut);
-            expectOnlyFilesWithoutRows(cut ? changed : 0);
+            expectOnlyFilesWithoutRows(cut ? changed : QList<unsigned>(), deletes);
             expectComposeReplacesNothing();
             if (HasFailure()) {
                 ADD_FAILURE() << "the calls up to the cut:\n"
@@ -278,7 +284,7 @@ protected:
     void checkAdd(const QStringList& operation, const QByteArray& body)
     {
         const long cuts =
-            cutEverywhere(operation, 0, [&](const QList<unsigned>& ids, bool completed) {
+            cutEverywhere(operation, {}, [&](const QList<unsigned>& ids, bool completed) {
                 QList<unsigned> added;
                 for (const unsigned id : ids) {
                     if (!isKept(id))
@@ -330,19 +336,46 @@ TEST_F(PowerCutTest, ReceiveCutAtAnyCallKeepsEveryKeptMessage)
              body);
 }
 
-TEST_F(PowerCutTest, DeleteCutAtAnyCallLeavesTheMessageWholeOrGone)
+// The rows of a delete go first: a cut leaves each message whole, or without its row, its mail file
+// whole or gone; a delete that completed leaves neither.
+TEST_F(PowerCutTest, DeleteCutAtAnyCallLeavesTheMessageWholeOrWithoutItsRow)
 {
     const Message victim = kept.value(1);
-    const long cuts = cutEverywhere({QStringLiteral("delete"), QString::number(victim.id)},
-                                    victim.id, [&](const QList<unsigned>& ids, bool completed) {
-                                        EXPECT_FALSE(completed && ids.contains(victim.id));
-                                        if (ids.contains(victim.id)) {
-                                            EXPECT_EQ(contentOf(mailFile(work.path(), victim.id)),
-                                                      contentOf(mailFile(setup.path(), victim.id)));
-                                        }
-                                    });
+    const long cuts = cutEverywhere(
+        {QStringLiteral("delete"), QString::number(victim.id)}, {victim.id},
+        [&](const QList<unsigned>& ids, bool completed) {
+            EXPECT_FALSE(completed && ids.contains(victim.id));
+            const QString file = mailFile(work.path(), victim.id);
+            EXPECT_FALSE(completed && QFile::exists(file));
+            if (ids.contains(victim.id) || QFile::exists(file)) {
+                EXPECT_EQ(contentOf(file), contentOf(mailFile(setup.path(), victim.id)));
+            }
+        },
+        true);
     EXPECT_TRUE(databaseSyncWatched());
     std::cout << "delete: " << cuts << " cut points\n";
+}
+
+TEST_F(PowerCutTest, DeleteOfSeveralCutAtAnyCallDeletesAllTheirRowsOrNone)
+{
+    const QList<unsigned> victims{kept.value(0).id, kept.value(2).id};
+    const long cuts = cutEverywhere(
+        {QStringLiteral("delete"), QString::number(victims[0]), QString::number(victims[1])},
+        victims,
+        [&](const QList<unsigned>& ids, bool completed) {
+            EXPECT_EQ(ids.contains(victims[0]), ids.contains(victims[1]));
+            EXPECT_FALSE(completed && ids.contains(victims[0]));
+            for (const unsigned id : victims) {
+                const QString file = mailFile(work.path(), id);
+                EXPECT_FALSE(completed && QFile::exists(file)) << id;
+                if (ids.contains(id) || QFile::exists(file)) {
+                    EXPECT_EQ(contentOf(file), contentOf(mailFile(setup.path(), id))) << id;
+                }
+            }
+        },
+        true);
+    EXPECT_TRUE(databaseSyncWatched());
+    std::cout << "delete of two: " << cuts << " cut points\n";
 }
 
 TEST_F(PowerCutTest, ReplacingAMailFileCutAtAnyCallLeavesTheOldOrTheNewFile)
@@ -354,7 +387,7 @@ TEST_F(PowerCutTest, ReplacingAMailFileCutAtAnyCallLeavesTheOldOrTheNewFile)
          QString::number(victim.id), QStringLiteral("--replace"), QStringLiteral("--from"),
          QStringLiteral("+15550100"), QStringLiteral("--to"), QStringLiteral("+15550104"),
          QStringLiteral("--body"), bodyFile(body)},
-        victim.id, [&](const QList<unsigned>& ids, bool completed) {
+        {victim.id}, [&](const QList<unsigned>& ids, bool completed) {
             EXPECT_TRUE(ids.contains(victim.id));
             const bool old = contentOf(mailFile(work.path(), victim.id)) ==
                              contentOf(mailFile(setup.path(), victim.id));

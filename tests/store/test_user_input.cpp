@@ -8,6 +8,10 @@
 
 #include <gtest/gtest.h>
 
+#include <QDateTime>
+
+#include <ctime>
+
 namespace
 {
 
@@ -384,6 +388,112 @@ TEST(NumberInputTest, RefusesSignsBlanksAndLineBreaksAroundTheDigits)
          {"", "-1", "+1", " 1", "1 ", "30\n", "30\r\n", "\n30", "1.0", "0x10", "1e3", "٣"}) {
         SCOPED_TRACE(wrong);
         EXPECT_FALSE(parseNumber(QString::fromUtf8(wrong)));
+    }
+}
+
+TEST(FolderInputTest, TakesANumberOrAFoldersNameIgnoringCase)
+{
+    QString error;
+    EXPECT_EQ(parseFolder(QStringLiteral("inbox"), &error), 1u);
+    EXPECT_EQ(parseFolder(QStringLiteral("Outbox"), &error), 2u);
+    EXPECT_EQ(parseFolder(QStringLiteral("SENT"), &error), 3u);
+    EXPECT_EQ(parseFolder(QStringLiteral("drafts"), &error), 4u);
+    EXPECT_EQ(parseFolder(QStringLiteral("4"), &error), 4u);
+    EXPECT_EQ(parseFolder(QStringLiteral("9"), &error), 9u);
+    EXPECT_TRUE(error.isEmpty());
+}
+
+TEST(FolderInputTest, RefusesAnythingElse)
+{
+    for (const char* text : {"", "trash", "-1", "1x", " inbox", "draft"}) {
+        SCOPED_TRACE(text);
+        QString error;
+        EXPECT_FALSE(parseFolder(QString::fromUtf8(text), &error));
+        EXPECT_TRUE(error.contains(QStringLiteral("is not a folder"))) << error.toStdString();
+    }
+}
+
+// Local time here is that of Berlin: an hour ahead of UTC in winter.
+class TimeSpanInputTest : public ::testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        previous = qgetenv("TZ");
+        hadZone = qEnvironmentVariableIsSet("TZ");
+        qputenv("TZ", "Europe/Berlin");
+        tzset();
+    }
+    void TearDown() override
+    {
+        if (hadZone)
+            qputenv("TZ", previous);
+        else
+            qunsetenv("TZ");
+        tzset();
+    }
+
+    static std::optional<TimeSpan> parsed(const char* text)
+    {
+        QString error;
+        const std::optional<TimeSpan> span = parseTimeSpan(QString::fromUtf8(text), &error);
+        EXPECT_TRUE(span || !error.isEmpty());
+        return span;
+    }
+    static qint64 seconds(const char* utcText)
+    {
+        return QDateTime::fromString(QLatin1String(utcText), Qt::ISODate).toSecsSinceEpoch();
+    }
+
+    QByteArray previous;
+    bool hadZone = false;
+};
+
+TEST_F(TimeSpanInputTest, ADateAloneIsTheWholeDayInLocalTime)
+{
+    const std::optional<TimeSpan> day = parsed("2026-01-31");
+
+    ASSERT_TRUE(day);
+    EXPECT_EQ(day->first.toSecsSinceEpoch(), seconds("2026-01-30T23:00:00Z"));
+    EXPECT_EQ(day->last.toSecsSinceEpoch(), seconds("2026-01-31T22:59:59Z"));
+}
+
+TEST_F(TimeSpanInputTest, ADateAndTimeIsThatSecondInLocalTimeOrAtItsOffset)
+{
+    const struct {
+        const char* text;
+        const char* utc;
+    } cases[] = {
+        {"2026-01-31T12:00", "2026-01-31T11:00:00Z"},
+        {"2026-01-31T12:00:30", "2026-01-31T11:00:30Z"},
+        {"2026-01-31 12:00:30.999", "2026-01-31T11:00:30Z"},
+        {"2026-01-31T12:00:00Z", "2026-01-31T12:00:00Z"},
+        {"2026-01-31T12:00:00+02:00", "2026-01-31T10:00:00Z"},
+        {"2026-01-31T12:00:00-0530", "2026-01-31T17:30:00Z"},
+        {"2026-01-31T12:00+01", "2026-01-31T11:00:00Z"},
+        {"2026-01-31 12:00:00 +01:00", "2026-01-31T11:00:00Z"},
+        {"2026-07-01T12:00:00", "2026-07-01T10:00:00Z"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.text);
+        const std::optional<TimeSpan> moment = parsed(c.text);
+        ASSERT_TRUE(moment);
+        EXPECT_EQ(moment->first.toSecsSinceEpoch(), seconds(c.utc));
+        EXPECT_EQ(moment->last.toSecsSinceEpoch(), seconds(c.utc));
+    }
+}
+
+TEST_F(TimeSpanInputTest, RefusesOtherFormsAndDaysOrTimesThatDoNotExist)
+{
+    for (const char* text :
+         {"", "yesterday", "2026-1-31", "31.01.2026", "2026-01-31T", "2026-01-31T12", "2026-01-31Z",
+          "2026-01-31+01:00", "2026-02-30", "2026-13-01", "2026-01-31T24:00", "2026-01-31T12:60",
+          "2026-01-31T12:00:61", "2026-01-31T12:00+15:00", "2026-01-31T12:00+01:99",
+          "2026-01-31T12:00:00  +01:00", " 2026-01-31", "20260131", "2026-01-31\n"}) {
+        SCOPED_TRACE(text);
+        QString error;
+        EXPECT_FALSE(parseTimeSpan(QString::fromUtf8(text), &error));
+        EXPECT_TRUE(error.startsWith(QStringLiteral("'"))) << error.toStdString();
     }
 }
 

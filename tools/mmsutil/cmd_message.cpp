@@ -1,6 +1,6 @@
-// mmsutil compose, receive, list, show, delete: whole messages, each a row in the message index
-// and the mail file named after the row's id, kept together as the phone's applications keep
-// them. The index and mailfile commands reach the row and the file one at a time.
+// mmsutil compose, receive, list, show, mark, move, delete: whole messages, each a row in the
+// message index and the mail file named after the row's id, kept together as the phone's
+// applications keep them. The index and mailfile commands reach the row and the file one at a time.
 
 #include "commands.h"
 #include "mmshelpers.h"
@@ -263,12 +263,17 @@ QString stateText(const MMS_UTIL_DBStruct_T& row)
 // A message's date as the row and the mail file give it; empty when it has none.
 QString dateText(const QDateTime& date)
 {
-    return date.isValid() ? date.toString(QStringLiteral("yyyy-MM-dd hh:mm:ss")) : QString();
+    return textout::dateTimeText(date);
 }
 
 QString rowTime(quint32 seconds)
 {
     return seconds ? textout::timeText(seconds) : QString();
+}
+
+QString jsonRowTime(quint32 seconds)
+{
+    return seconds ? textout::jsonTimeText(seconds) : QString();
 }
 
 QJsonObject messageToJson(unsigned int id, const MMS_UTIL_DBStruct_T& row)
@@ -277,7 +282,7 @@ QJsonObject messageToJson(unsigned int id, const MMS_UTIL_DBStruct_T& row)
         {QStringLiteral("id"), qint64(id)},
         {QStringLiteral("folder"), qint64(row.cmn_fld_folder_id)},
         {QStringLiteral("time"), qint64(row.cmn_fld_time)},
-        {QStringLiteral("date"), rowTime(row.cmn_fld_time)},
+        {QStringLiteral("date"), jsonRowTime(row.cmn_fld_time)},
         {QStringLiteral("from"), store::text16(row.cmn_fld_from_name)},
         {QStringLiteral("to"), store::text16(row.cmn_fld_to_name)},
         {QStringLiteral("subject"), store::text16(row.cmn_fld_subject)},
@@ -292,12 +297,16 @@ int runList(const cli::Command& command, const QStringList& arguments)
     return cli::listRows(
         command, arguments,
         {command.summary +
-             QStringLiteral(" Texts are those of the rows, cut to their fields. Folders: %1 "
-                            "inbox, %2 outbox, %3 sent, %4 drafts.")
+             QStringLiteral(" Texts are those of the rows, cut to their fields; dates are "
+                            "local time with its offset from UTC. Folders: %1 inbox, %2 outbox, "
+                            "%3 sent, %4 drafts. The options select together; when no message "
+                            "is left, the heading alone (or [] with --json) is printed and the "
+                            "exit status is %5.")
                  .arg(unsigned(store::Folder::Inbox))
                  .arg(unsigned(store::Folder::Outbox))
                  .arg(unsigned(store::Folder::Sent))
-                 .arg(unsigned(store::Folder::Drafts)),
+                 .arg(unsigned(store::Folder::Drafts))
+                 .arg(cli::ExitNo),
          QStringLiteral("messages"),
          QStringLiteral("{id, folder, time, date, from, to, subject, size, read, mailFile}"),
          {QStringLiteral("ID"), QStringLiteral("FOLDER"), QStringLiteral("DATE"),
@@ -311,7 +320,8 @@ int runList(const cli::Command& command, const QStringList& arguments)
                                 textout::oneLine(store::text16(row.cmn_fld_to_name)),
                                 textout::oneLine(store::text16(row.cmn_fld_subject))};
          },
-         messageToJson});
+         messageToJson,
+         true});
 }
 
 QString contentTypeNumberText(unsigned int number)
@@ -475,29 +485,131 @@ int runShow(const cli::Command& command, const QStringList& arguments)
     return status;
 }
 
-int runDelete(const cli::Command& command, const QStringList& arguments)
+// What the commands that change several messages say of ids without a message, and of a change
+// the store refused.
+int reportChanged(const store::Changed& changed)
 {
+    if (changed.status.code == store::ErrorCode::NotFound)
+        return cli::reportMissing(changed.missing);
+    return cli::storeFailure(changed.status);
+}
+
+int runMark(const cli::Command& command, const QStringList& arguments)
+{
+    const QCommandLineOption read(QStringLiteral("read"), QStringLiteral("Marks them read."));
+    const QCommandLineOption unread(QStringLiteral("unread"),
+                                    QStringLiteral("Marks them not yet read."));
     QCommandLineParser parser;
     parser.setApplicationDescription(
         command.summary +
-        QStringLiteral(" Its mail file goes first; when it cannot be removed, the row stays "
-                       "too. A row without a mail file is deleted all the same."));
-    unsigned int id = 0;
-    if (const std::optional<int> stop =
-            cli::parseRowId(parser, command, arguments, QStringLiteral("The message's id."), &id))
+        QStringLiteral(" Takes exactly one of --read and --unread. The messages are changed "
+                       "together: when an id has no message, each such id is named on standard "
+                       "error, none is changed and the exit status is %1.")
+            .arg(cli::ExitNo));
+    parser.addOptions({read, unread});
+    QList<unsigned int> ids;
+    if (const std::optional<int> stop = cli::parseMessageIds(parser, command, arguments, &ids))
         return *stop;
-    const store::Removed removed = store::MessageStore().remove(id);
-    if (!removed.status.ok())
-        return cli::storeFailure(removed.status);
-    if (removed.mailFileWasMissing)
-        cli::out() << QStringLiteral("Deleted message %1; it had no mail file %2\n")
+    if (parser.isSet(read) == parser.isSet(unread))
+        return cli::usageError(command.name,
+                               QStringLiteral("give exactly one of --read and --unread"));
+    const store::Changed changed = store::MessageStore().setRead(ids, parser.isSet(read));
+    if (!changed.status.ok())
+        return reportChanged(changed);
+    for (const unsigned int id : changed.changed)
+        cli::out() << QStringLiteral("Marked message %1 %2\n")
                           .arg(id)
-                          .arg(removed.mailFile);
-    else
-        cli::out() << QStringLiteral("Deleted message %1 and its mail file %2\n")
-                          .arg(id)
-                          .arg(removed.mailFile);
+                          .arg(parser.isSet(read) ? QStringLiteral("read")
+                                                  : QStringLiteral("unread"));
     return cli::ExitOk;
+}
+
+int runMove(const cli::Command& command, const QStringList& arguments)
+{
+    const QCommandLineOption folder(
+        QStringLiteral("folder"),
+        QStringLiteral("The folder to move them to (required): %1 inbox, %2 outbox, %3 sent, %4 "
+                       "drafts, by number or name.")
+            .arg(unsigned(store::Folder::Inbox))
+            .arg(unsigned(store::Folder::Outbox))
+            .arg(unsigned(store::Folder::Sent))
+            .arg(unsigned(store::Folder::Drafts)),
+        QStringLiteral("F"));
+    QCommandLineParser parser;
+    parser.setApplicationDescription(
+        command.summary +
+        QStringLiteral(" Their states stay. The messages are moved together: when an id has no "
+                       "message, each such id is named on standard error, none is moved and the "
+                       "exit status is %1.")
+            .arg(cli::ExitNo));
+    parser.addOption(folder);
+    QList<unsigned int> ids;
+    if (const std::optional<int> stop = cli::parseMessageIds(parser, command, arguments, &ids))
+        return *stop;
+    if (!parser.isSet(folder))
+        return cli::usageError(command.name, QStringLiteral("--folder is required"));
+    std::optional<unsigned int> number;
+    if (const std::optional<int> stop = cli::folderOf(parser, folder, command, &number))
+        return *stop;
+    const store::Changed changed = store::MessageStore().move(ids, store::Folder(*number));
+    // The store says which folders there are.
+    if (changed.status.code == store::ErrorCode::Invalid)
+        return cli::usageError(command.name, QStringLiteral("--folder: ") + changed.status.text);
+    if (!changed.status.ok())
+        return reportChanged(changed);
+    for (const unsigned int id : changed.changed)
+        cli::out() << QStringLiteral("Moved message %1 to %2\n").arg(id).arg(folderText(*number));
+    return cli::ExitOk;
+}
+
+int runDelete(const cli::Command& command, const QStringList& arguments)
+{
+    const QCommandLineOption dryRun(
+        QStringLiteral("dry-run"),
+        QStringLiteral("Says what would be deleted, and deletes nothing."));
+    QCommandLineParser parser;
+    parser.setApplicationDescription(
+        command.summary +
+        QStringLiteral(" Every id is looked up first: when one has no message, each such id is "
+                       "named on standard error, nothing is deleted and the exit status is %1. "
+                       "The rows go together, then the mail files; a mail file that cannot be "
+                       "removed is reported (exit status %2) and stays, without its row, for "
+                       "check to find. A row without a mail file is deleted all the same.")
+            .arg(cli::ExitNo)
+            .arg(cli::ExitFailed));
+    parser.addOption(dryRun);
+    QList<unsigned int> ids;
+    if (const std::optional<int> stop = cli::parseMessageIds(parser, command, arguments, &ids))
+        return *stop;
+    const bool dry = parser.isSet(dryRun);
+    const store::RemovedAll removed = store::MessageStore().removeAll(ids, dry);
+    if (removed.status.code == store::ErrorCode::NotFound)
+        return cli::reportMissing(removed.missing);
+    if (removed.removed.isEmpty() && !removed.status.ok())
+        return cli::storeFailure(removed.status);
+    int exit = cli::ExitOk;
+    for (const store::Removed& one : removed.removed) {
+        if (!one.status.ok()) {
+            exit = cli::fail(one.status.text);
+            continue;
+        }
+        const QString verb = dry ? QStringLiteral("Would delete") : QStringLiteral("Deleted");
+        if (one.mailFileWasMissing)
+            cli::out() << QStringLiteral("%1 message %2; it %3 no mail file %4\n")
+                              .arg(verb)
+                              .arg(one.id)
+                              .arg(dry ? QStringLiteral("has") : QStringLiteral("had"))
+                              .arg(one.mailFile);
+        else
+            cli::out() << QStringLiteral("%1 message %2 and its mail file %3\n")
+                              .arg(verb)
+                              .arg(one.id)
+                              .arg(one.mailFile);
+    }
+    // The rows and files went, but the directory was not synced.
+    if (exit == cli::ExitOk && !removed.status.ok())
+        exit = cli::fail(removed.status.text);
+    return exit;
 }
 
 } // namespace
@@ -514,7 +626,9 @@ QList<cli::Command> messageCommands()
         {QStringLiteral("list"), QStringLiteral("Lists the messages, one line each."), runList},
         {QStringLiteral("show"), QStringLiteral("Shows a message: its row beside its mail file."),
          runShow},
-        {QStringLiteral("delete"), QStringLiteral("Deletes a message: its row and its mail file."),
-         runDelete},
+        {QStringLiteral("mark"), QStringLiteral("Marks messages read or unread."), runMark},
+        {QStringLiteral("move"), QStringLiteral("Moves messages to another folder."), runMove},
+        {QStringLiteral("delete"),
+         QStringLiteral("Deletes messages: their rows and their mail files."), runDelete},
     };
 }

@@ -11,14 +11,10 @@
 
 #include <algorithm>
 #include <cstring>
+#include <limits>
 
 namespace cli
 {
-
-namespace
-{
-
-} // namespace
 
 std::optional<int> entriesOf(const QCommandLineParser& parser, const QCommandLineOption& option,
                              const Command& command, QList<MMS_UTIL_Entry>* entries,
@@ -223,26 +219,180 @@ int openStatus(const tavmms::store::IndexTable& table)
     return table.isOpen() ? ExitOk : fail(table.openError());
 }
 
+std::optional<int> folderOf(const QCommandLineParser& parser, const QCommandLineOption& option,
+                            const Command& command, std::optional<unsigned int>* folder)
+{
+    if (!parser.isSet(option))
+        return std::nullopt;
+    QString error;
+    *folder = tavmms::store::parseFolder(parser.value(option), &error);
+    if (*folder)
+        return std::nullopt;
+    return usageError(command.name,
+                      QStringLiteral("--%1: ").arg(option.names().constFirst()) + error);
+}
+
+std::optional<int> parseMessageIds(QCommandLineParser& parser, const Command& command,
+                                   const QStringList& arguments, QList<unsigned int>* ids)
+{
+    parser.addPositionalArgument(QStringLiteral("ID..."), QStringLiteral("The messages' ids."));
+    if (const std::optional<int> stop =
+            parse(parser, command, arguments, 1, std::numeric_limits<int>::max()))
+        return stop;
+    for (const QString& text : parser.positionalArguments()) {
+        const std::optional<unsigned int> id = parseNumber(text);
+        if (!id)
+            return usageError(
+                command.name,
+                QStringLiteral("'%1' is not a message id").arg(textout::oneLine(text)));
+        ids->append(*id);
+    }
+    return std::nullopt;
+}
+
+int reportMissing(const QList<unsigned int>& missing)
+{
+    for (const unsigned int id : missing)
+        notFound(QStringLiteral("no message %1").arg(id));
+    return ExitNo;
+}
+
+namespace
+{
+
+const QString kTextMatch = QStringLiteral(
+    " The text is looked for, ignoring case, in what the column shows: the row's field, cut to its "
+    "length, not the mail file's header.");
+
+// The options of a command that selects, orders and pages the rows it lists.
+struct SelectOptions {
+    QCommandLineOption unread{QStringLiteral("unread"),
+                              QStringLiteral("Lists only the messages not yet read.")};
+    QCommandLineOption read{QStringLiteral("read"),
+                            QStringLiteral("Lists only the messages read.")};
+    QCommandLineOption from{
+        QStringLiteral("from"),
+        QStringLiteral("Lists only the messages whose FROM column holds TEXT.") + kTextMatch,
+        QStringLiteral("TEXT")};
+    QCommandLineOption to{QStringLiteral("to"),
+                          QStringLiteral("Lists only the messages whose TO column holds TEXT.") +
+                              kTextMatch,
+                          QStringLiteral("TEXT")};
+    QCommandLineOption subject{
+        QStringLiteral("subject"),
+        QStringLiteral("Lists only the messages whose SUBJECT column holds TEXT.") + kTextMatch,
+        QStringLiteral("TEXT")};
+    QCommandLineOption since{
+        QStringLiteral("since"),
+        QStringLiteral("Lists only the messages of TIME or later: an ISO 8601 date (2026-01-31, "
+                       "from the start of that day in local time) or date and time "
+                       "(2026-01-31T12:00:00, in local time, or with its offset: "
+                       "2026-01-31T12:00:00+01:00)."),
+        QStringLiteral("TIME")};
+    QCommandLineOption until{QStringLiteral("until"),
+                             QStringLiteral("Lists only the messages of TIME or earlier, written "
+                                            "as for --since; a date alone takes in the whole "
+                                            "day."),
+                             QStringLiteral("TIME")};
+    QCommandLineOption sort{
+        QStringLiteral("sort"),
+        QStringLiteral("Orders by KEY: id (the default) or date (oldest first; ties by id)."),
+        QStringLiteral("KEY")};
+    QCommandLineOption reverse{QStringLiteral("reverse"), QStringLiteral("Reverses the order.")};
+    QCommandLineOption limit{QStringLiteral("limit"),
+                             QStringLiteral("Lists at most N messages, after --offset."),
+                             QStringLiteral("N")};
+    QCommandLineOption offset{
+        QStringLiteral("offset"),
+        QStringLiteral("Leaves out the first N messages of the ordered list."),
+        QStringLiteral("N")};
+
+    QList<QCommandLineOption> all() const
+    {
+        return {unread, read, from, to, subject, since, until, sort, reverse, limit, offset};
+    }
+
+    // Fills `filter` from the options given; the exit status when the command must stop here.
+    std::optional<int> fill(const QCommandLineParser& parser, const Command& command,
+                            tavmms::store::ListFilter* filter) const
+    {
+        if (parser.isSet(read) && parser.isSet(unread))
+            return usageError(command.name, QStringLiteral("--read and --unread exclude each "
+                                                           "other"));
+        if (parser.isSet(read) || parser.isSet(unread))
+            filter->read = parser.isSet(read);
+        filter->from = parser.value(from);
+        filter->to = parser.value(to);
+        filter->subject = parser.value(subject);
+        for (const QCommandLineOption* bound : {&since, &until}) {
+            if (!parser.isSet(*bound))
+                continue;
+            QString error;
+            const std::optional<tavmms::store::TimeSpan> span =
+                tavmms::store::parseTimeSpan(parser.value(*bound), &error);
+            if (!span)
+                return usageError(command.name,
+                                  QStringLiteral("--%1: ").arg(bound->names().constFirst()) +
+                                      error);
+            if (bound == &since)
+                filter->since = span->first;
+            else
+                filter->until = span->last;
+        }
+        if (parser.isSet(sort)) {
+            const QString key = parser.value(sort);
+            if (key == QLatin1String("date"))
+                filter->order = tavmms::store::ListOrder::Date;
+            else if (key != QLatin1String("id"))
+                return usageError(command.name,
+                                  QStringLiteral("--sort: '%1' is neither id nor date")
+                                      .arg(textout::oneLine(key)));
+        }
+        filter->reverse = parser.isSet(reverse);
+        for (const QCommandLineOption* count : {&limit, &offset}) {
+            std::optional<unsigned int> number;
+            if (const std::optional<int> stop = numberOf(parser, *count, command, &number))
+                return stop;
+            if (number && count == &limit)
+                filter->limit = qsizetype(*number);
+            else if (number)
+                filter->offset = qsizetype(*number);
+        }
+        return std::nullopt;
+    }
+};
+
+} // namespace
+
 int listRows(const Command& command, const QStringList& arguments, const RowList& list)
 {
     const QCommandLineOption folderOption(
-        QStringLiteral("folder"), QStringLiteral("Lists only the %1 of folder N.").arg(list.what),
-        QStringLiteral("N"));
+        QStringLiteral("folder"),
+        QStringLiteral("Lists only the %1 of folder F: its number, or inbox, outbox, sent, drafts.")
+            .arg(list.what),
+        QStringLiteral("F"));
     const QCommandLineOption json(
         QStringLiteral("json"), QStringLiteral("Prints a JSON array of the %1, each an object %2.")
                                     .arg(list.what, list.jsonHelp));
+    const SelectOptions select;
     QCommandLineParser parser;
     parser.setApplicationDescription(list.description);
     parser.addOptions({folderOption, json});
+    if (list.selects)
+        parser.addOptions(select.all());
     if (const std::optional<int> stop = parse(parser, command, arguments, 0))
         return *stop;
     std::optional<unsigned int> folder;
-    if (const std::optional<int> stop = numberOf(parser, folderOption, command, &folder))
+    if (const std::optional<int> stop = folderOf(parser, folderOption, command, &folder))
         return *stop;
 
     tavmms::store::ListFilter filter;
     filter.anyFolder = !folder;
     filter.folder = folder.value_or(0);
+    if (list.selects) {
+        if (const std::optional<int> stop = select.fill(parser, command, &filter))
+            return *stop;
+    }
     const tavmms::store::Listed listed = tavmms::store::MessageStore().list(filter);
     if (!listed.status.ok())
         return fail(listed.status.text);
@@ -254,10 +404,14 @@ int listRows(const Command& command, const QStringList& arguments, const RowList
         else
             lines.append(list.cells(row.id, row.record));
     }
-    if (parser.isSet(json))
-        return printJson(QJsonDocument(array));
-    out() << textout::columns(lines, list.rightAligned);
-    return ExitOk;
+    if (parser.isSet(json)) {
+        const int printed = printJson(QJsonDocument(array));
+        if (printed != ExitOk)
+            return printed;
+    } else {
+        out() << textout::columns(lines, list.rightAligned);
+    }
+    return list.selects && listed.rows.isEmpty() ? ExitNo : ExitOk;
 }
 
 } // namespace cli

@@ -88,7 +88,20 @@ std::optional<int> parseRowId(QCommandLineParser& parser, const Command& command
 int storeFailure(const tavmms::store::Status& status);
 // Reports "<what>: <the database result in words>" and returns ExitFailed.
 int databaseFailure(const QString& what, int code);
-// How a command that lists rows of the message index (with --folder N and --json) shows them.
+// The folder given to `option` (e.g. --folder), as parseFolder() reads it, in `folder`, which
+// stays as it is when the option is not given; gives the exit status of a usage error of `command`
+// when it is no folder.
+std::optional<int> folderOf(const QCommandLineParser& parser, const QCommandLineOption& option,
+                            const Command& command, std::optional<unsigned int>* folder);
+
+// Parses a command whose arguments, one or more, are message ids into `ids`; gives the exit
+// status when the command must stop here (a malformed id is a usage error).
+std::optional<int> parseMessageIds(QCommandLineParser& parser, const Command& command,
+                                   const QStringList& arguments, QList<unsigned int>* ids);
+// Reports each id of `missing` as "no message N" on standard error and gives ExitNo.
+int reportMissing(const QList<unsigned int>& missing);
+
+// How a command that lists rows of the message index (with --folder and --json) shows them.
 struct RowList {
     QString description; // of the command; empty for its summary
     QString what;        // what is listed, e.g. "rows", for the options' help
@@ -97,6 +110,9 @@ struct RowList {
     QList<int> rightAligned;
     std::function<QStringList(unsigned int id, const MMS_UTIL_DBStruct_T& row)> cells;
     std::function<QJsonObject(unsigned int id, const MMS_UTIL_DBStruct_T& row)> json;
+    // The command also takes --read, --unread, --from, --to, --subject, --since, --until, --sort,
+    // --reverse, --limit and --offset, and answers no (ExitNo) when no row is listed.
+    bool selects = false;
 };
 // Runs such a command: the heading and one line of cells a row, in columns, or a JSON array.
 int listRows(const Command& command, const QStringList& arguments, const RowList& list);

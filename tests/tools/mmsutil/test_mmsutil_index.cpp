@@ -120,34 +120,35 @@ TEST_F(MmsutilIndexTest, ShowPrintsEveryFieldOfTheAddedRowByName)
 
     EXPECT_EQ(shown.exitCode, 0);
     EXPECT_TRUE(shown.err.isEmpty()) << shown.err.toStdString();
-    const QByteArray expected = "id:                            " + QByteArray::number(id) +
-                                "\n"
-                                "cmn_fld_from_name:             Ann <+1555>\n"
-                                "cmn_fld_to_name:               bob@example.org\n"
-                                "cmn_fld_subject:               Lunch\\x09today\n"
-                                "cmn_fld_time_msg_reach_phone:  0\n"
-                                "cmn_fld_time:                  1700000000 (2023-11-14 22:13:20)\n"
-                                "cmn_fld_msg_usage:             0\n"
-                                "cmn_fld_msg_type:              0\n"
-                                "cmn_fld_msg_attr_read:         0\n"
-                                "cmn_fld_folder_id:             3\n"
-                                "cmn_fld_priority:              2\n"
-                                "cmn_fld_mms_type:              0\n"
-                                "cmn_fld_contain_au_or_vi:      0\n"
-                                "cmn_fld_contain_attachment:    0\n"
-                                "cmn_fld_send_receive_state:    0\n"
-                                "mms_fld_sendervisibility_name: 0\n"
-                                "mms_fld_deliveryreport_name:   0\n"
-                                "mms_fld_readreplyreport_name:  0\n"
-                                "mms_fld_contenttype_name:      0\n"
-                                "mms_fld_notifyrespstatus_name: 0\n"
-                                "mms_fld_msgsize_name:          4096\n"
-                                "mms_fld_deliverytime_name:     0\n"
-                                "mms_fld_expiretime_name:       4294967295\n"
-                                "mms_fld_tid_name:              tid-1\n"
-                                "mms_fld_msgid_name:            msg-1\n"
-                                "mms_fld_msguri_name:           http://mmsc.example/m1\n"
-                                "mms_fld_extra_name:            extra text\n";
+    const QByteArray expected =
+        "id:                            " + QByteArray::number(id) +
+        "\n"
+        "cmn_fld_from_name:             Ann <+1555>\n"
+        "cmn_fld_to_name:               bob@example.org\n"
+        "cmn_fld_subject:               Lunch\\x09today\n"
+        "cmn_fld_time_msg_reach_phone:  0\n"
+        "cmn_fld_time:                  1700000000 (2023-11-14 22:13:20 +00:00)\n"
+        "cmn_fld_msg_usage:             0\n"
+        "cmn_fld_msg_type:              0\n"
+        "cmn_fld_msg_attr_read:         0\n"
+        "cmn_fld_folder_id:             3\n"
+        "cmn_fld_priority:              2\n"
+        "cmn_fld_mms_type:              0\n"
+        "cmn_fld_contain_au_or_vi:      0\n"
+        "cmn_fld_contain_attachment:    0\n"
+        "cmn_fld_send_receive_state:    0\n"
+        "mms_fld_sendervisibility_name: 0\n"
+        "mms_fld_deliveryreport_name:   0\n"
+        "mms_fld_readreplyreport_name:  0\n"
+        "mms_fld_contenttype_name:      0\n"
+        "mms_fld_notifyrespstatus_name: 0\n"
+        "mms_fld_msgsize_name:          4096\n"
+        "mms_fld_deliverytime_name:     0\n"
+        "mms_fld_expiretime_name:       4294967295\n"
+        "mms_fld_tid_name:              tid-1\n"
+        "mms_fld_msgid_name:            msg-1\n"
+        "mms_fld_msguri_name:           http://mmsc.example/m1\n"
+        "mms_fld_extra_name:            extra text\n";
     EXPECT_EQ(shown.out.toStdString(), expected.toStdString());
 }
 
@@ -200,13 +201,13 @@ TEST_F(MmsutilIndexTest, ListPrintsAHeaderAndOneLinePerRowInIdOrder)
     // A tab and a line break in a subject are shown as escapes, and the columns are as wide as
     // the escapes.
     const QByteArray expected =
-        "ID  FOLDER  FROM         SUBJECT             TIME                 SIZE\n"
+        "ID  FOLDER  FROM         SUBJECT             TIME                        SIZE\n"
         " " +
         QByteArray::number(first) +
-        "       3  Ann <+1555>  Lunch\\x09today      2023-11-14 22:13:20  4096\n"
+        "       3  Ann <+1555>  Lunch\\x09today      2023-11-14 22:13:20 +00:00  4096\n"
         " " +
         QByteArray::number(second) +
-        "       0  Carl         Second\\u{2028}line  1970-01-01 00:00:00    12\n";
+        "       0  Carl         Second\\u{2028}line  1970-01-01 00:00:00 +00:00    12\n";
     EXPECT_EQ(listed.out.toStdString(), expected.toStdString());
 }
 

@@ -129,12 +129,21 @@ protected:
     QList<QByteArray> rowIds() const { return tavmms_test::rowIds(databasePath()); }
     QStringList files() const { return tavmms_test::namesIn(mailFileDir()); }
 
-    // The time the row's message was sent, as the tool prints it.
+    // The time the row's message was sent, as the tool prints it in columns (in UTC).
     QByteArray dateOf(unsigned id) const
     {
         return QDateTime::fromSecsSinceEpoch(readBack(id).cmn_fld_time, Qt::UTC)
-            .toString(QStringLiteral("yyyy-MM-dd hh:mm:ss"))
-            .toUtf8();
+                   .toString(QStringLiteral("yyyy-MM-dd hh:mm:ss"))
+                   .toUtf8() +
+               " +00:00";
+    }
+    // The same in JSON.
+    QByteArray jsonDateOf(unsigned id) const
+    {
+        return QDateTime::fromSecsSinceEpoch(readBack(id).cmn_fld_time, Qt::UTC)
+                   .toString(QStringLiteral("yyyy-MM-ddThh:mm:ss"))
+                   .toUtf8() +
+               "+00:00";
     }
 
     QTemporaryDir dir;
@@ -151,15 +160,16 @@ TEST_F(MmsutilJourneyTest, AMessageGoesTheWholeWay)
     EXPECT_EQ(files(), (QStringList{QStringLiteral("1.mms"), QStringLiteral("2.mms")}));
 
     const QByteArray listed = ok({QStringLiteral("list")});
-    EXPECT_EQ(listed.toStdString(),
-              ("ID  FOLDER  DATE                 FROM       TO                               "
-               "SUBJECT\n"
-               " 1       2  " +
-               dateOf(1) +
-               "  Me         Ann Example, Bob Example, Carol  Hello\n"
-               " 2       1  " +
-               dateOf(2) + "  +15550199  Me                               Re: Hello\n")
-                  .toStdString());
+    EXPECT_EQ(
+        listed.toStdString(),
+        ("ID  FOLDER  DATE                        FROM       TO                               "
+         "SUBJECT\n"
+         " 1       2  " +
+         dateOf(1) +
+         "  Me         Ann Example, Bob Example, Carol  Hello\n"
+         " 2       1  " +
+         dateOf(2) + "  +15550199  Me                               Re: Hello\n")
+            .toStdString());
 
     const ToolResult removed = run({QStringLiteral("delete"), QStringLiteral("1")});
     EXPECT_EQ(removed.exitCode, 0) << removed.err.toStdString();
@@ -167,7 +177,7 @@ TEST_F(MmsutilJourneyTest, AMessageGoesTheWholeWay)
     EXPECT_EQ(rowIds(), QList<QByteArray>{"2"});
     EXPECT_EQ(files(), QStringList{QStringLiteral("2.mms")});
     EXPECT_EQ(ok({QStringLiteral("list")}).toStdString(),
-              ("ID  FOLDER  DATE                 FROM       TO  SUBJECT\n"
+              ("ID  FOLDER  DATE                        FROM       TO  SUBJECT\n"
                " 2       1  " +
                dateOf(2) + "  +15550199  Me  Re: Hello\n")
                   .toStdString());
@@ -501,7 +511,7 @@ TEST_F(MmsutilJourneyTest, ReceiveFilesTheMessageInTheInbox)
                   QStringLiteral("http://mmsc.example/get/1")}),
               QByteArray::number(received) + '\n');
     EXPECT_EQ(ok({QStringLiteral("list"), QStringLiteral("--folder"), QStringLiteral("1")}),
-              "ID  FOLDER  DATE                 FROM         TO  SUBJECT\n"
+              "ID  FOLDER  DATE                        FROM         TO  SUBJECT\n"
               " " +
                   QByteArray::number(received) + "       1  " + dateOf(received) +
                   "  Ann Example  Me  Re: Hello\n");
@@ -632,10 +642,16 @@ TEST_F(MmsutilJourneyTest, ReceiveRefusesAWrongCommandLine)
                           QStringLiteral("1"), QStringLiteral("--folder"), QStringLiteral("3")}));
 }
 
-TEST_F(MmsutilJourneyTest, ListOfAnEmptyStorePrintsTheHeadingAlone)
+TEST_F(MmsutilJourneyTest, ListOfAnEmptyStorePrintsTheHeadingAloneAndAnswersNo)
 {
-    EXPECT_EQ(ok({QStringLiteral("list")}), "ID  FOLDER  DATE  FROM  TO  SUBJECT\n");
-    EXPECT_EQ(ok({QStringLiteral("list"), QStringLiteral("--json")}), "[\n]\n");
+    const ToolResult columns = run({QStringLiteral("list")});
+    const ToolResult json = run({QStringLiteral("list"), QStringLiteral("--json")});
+
+    EXPECT_EQ(columns.exitCode, 3);
+    EXPECT_EQ(columns.out, "ID  FOLDER  DATE  FROM  TO  SUBJECT\n");
+    EXPECT_TRUE(columns.err.isEmpty()) << columns.err.toStdString();
+    EXPECT_EQ(json.exitCode, 3);
+    EXPECT_EQ(json.out, "[\n]\n");
 }
 
 TEST_F(MmsutilJourneyTest, ListAsJsonGivesOneObjectPerMessage)
@@ -656,7 +672,7 @@ TEST_F(MmsutilJourneyTest, ListAsJsonGivesOneObjectPerMessage)
     EXPECT_EQ(first.value(QStringLiteral("id")).toInteger(), qint64(sent));
     EXPECT_EQ(first.value(QStringLiteral("folder")).toInteger(), 2);
     EXPECT_EQ(first.value(QStringLiteral("time")).toInteger(), qint64(readBack(sent).cmn_fld_time));
-    EXPECT_EQ(first.value(QStringLiteral("date")).toString().toUtf8(), dateOf(sent));
+    EXPECT_EQ(first.value(QStringLiteral("date")).toString().toUtf8(), jsonDateOf(sent));
     EXPECT_EQ(first.value(QStringLiteral("from")).toString(), QStringLiteral("Me"));
     EXPECT_EQ(first.value(QStringLiteral("to")).toString(),
               QStringLiteral("Ann Example, Bob Example, Carol"));
@@ -688,7 +704,8 @@ TEST_F(MmsutilJourneyTest, ShowPrintsTheRowBesideTheMailFile)
     const QByteArray reached =
         QDateTime::fromSecsSinceEpoch(readBack(id).cmn_fld_time_msg_reach_phone, Qt::UTC)
             .toString(QStringLiteral("yyyy-MM-dd hh:mm:ss"))
-            .toUtf8();
+            .toUtf8() +
+        " +00:00";
 
     const QByteArray shown = ok({QStringLiteral("show"), QStringLiteral("1")});
 
@@ -711,7 +728,7 @@ TEST_F(MmsutilJourneyTest, ShowPrintsTheRowBesideTheMailFile)
         "BCC\n"
         "Subject            Hello                                     Hello\n"
         "Date               " +
-        date + "                       " + date +
+        date + "                " + date +
         "\n"
         "Reached phone      " +
         reached +
@@ -807,7 +824,7 @@ TEST_F(MmsutilJourneyTest, CheckRebuildMakesALostIndexAgainFromTheMailFiles)
     EXPECT_EQ(run({QStringLiteral("check")}).exitCode, 0);
 }
 
-TEST_F(MmsutilJourneyTest, ShowAndDeleteOfAnUnknownIdFailAndChangeNothing)
+TEST_F(MmsutilJourneyTest, ShowAndDeleteOfAnUnknownIdAnswerNoAndChangeNothing)
 {
     const unsigned id = compose();
     const QString unknown = QString::number(id + 1);
@@ -841,7 +858,7 @@ TEST_F(MmsutilJourneyTest, DeleteOfARowWithoutItsMailFileSaysSo)
 TEST_F(MmsutilJourneyTest, HelpDescribesTheMessageCommands)
 {
     const QByteArray tool = ok({QStringLiteral("--help")});
-    for (const char* command : {"compose", "receive", "list", "show", "delete"}) {
+    for (const char* command : {"compose", "receive", "list", "show", "mark", "move", "delete"}) {
         SCOPED_TRACE(command);
         EXPECT_TRUE(tool.contains(QByteArray("\n  ") + command + ' '));
         EXPECT_TRUE(ok({QLatin1String(command), QStringLiteral("--help")})
