@@ -1,6 +1,7 @@
 // The tool's readers of command-line values on arbitrary text: numbers, flags, priorities, address
 // entries, the value of every setting, the block commands' addresses and lists, a message's content
-// type, a content type's number, a media extension and an index row's fields. Each gives a value or
+// type, a content type's number, a media extension, an index row's fields, a recipient, a time, a
+// folder, an IPv4 address and a profile name; and the printer's escapes. Each gives a value or
 // nothing (with a reason), and none may crash, read out of bounds or leak. What a reader takes must
 // also be what the command means by it: a number is written in digits alone, an address put on the
 // block list is found there, an entry and a content type read back from a mail file's header as
@@ -11,6 +12,8 @@
 #include "settingshelpers.h"
 
 #include <QBuffer>
+#include <QJsonArray>
+#include <QJsonDocument>
 #include <QTextStream>
 
 #include <cstddef>
@@ -254,6 +257,77 @@ void fields(const QString& text)
         require(!error.isEmpty(), "an unknown field says why");
 }
 
+// The recipients the tool takes from one option value are e-mail addresses or phone numbers, kept
+// as typed, and read back from a mail file as given.
+void recipients(const QString& text)
+{
+    for (const char* region : {"US", "ZZ"}) {
+        QString error;
+        const std::optional<QList<MMS_UTIL_Entry>> entries =
+            tavmms::store::parseRecipients({text}, QLatin1String(region), &error);
+        if (!entries) {
+            require(!error.isEmpty(), "recipients refused say why");
+            continue;
+        }
+        MMS_UTIL_MsgHeaderBase header;
+        for (const MMS_UTIL_Entry& entry : *entries) {
+            require(!entry.address.isEmpty(), "a recipient has an address");
+            header.addToRecipient(entry);
+        }
+        MMS_UTIL_MsgHeaderBase readBack;
+        throughMailFile(&header, &readBack);
+        require(sameEntries(readBack.toList, *entries), "recipients read back as given");
+    }
+}
+
+// A time span has its first second before or at its last, and a folder is one of the table's.
+void timesAndFolders(const QString& text)
+{
+    QString error;
+    if (const std::optional<tavmms::store::TimeSpan> span =
+            tavmms::store::parseTimeSpan(text, &error))
+        require(span->first.isValid() && span->last.isValid() && span->first <= span->last,
+                "a time span runs forward");
+    else
+        require(!error.isEmpty(), "a time refused says why");
+    error.clear();
+    if (const std::optional<unsigned int> folder = tavmms::store::parseFolder(text, &error))
+        require(!tavmms::store::folderName(*folder).isEmpty() || onlyOf(text, kDigits),
+                "a folder given by name is one of the table's");
+    else
+        require(!error.isEmpty(), "a folder refused says why");
+}
+
+// An address read reads back from its dotted form; a profile name taken breaks no line.
+void addressesAndNames(const QString& text)
+{
+    if (const std::optional<quint32> address = tavmms::store::parseIpv4Address(text))
+        require(tavmms::store::parseIpv4Address(tavmms::store::ipv4AddressText(*address)) ==
+                    address,
+                "an IPv4 address reads back from its dotted form");
+    QString error;
+    if (const std::optional<QString> name = tavmms::store::parseProfileName(text, &error))
+        require(tavmms::store::oneLine(*name) == *name && !name->isEmpty(),
+                "a profile name taken stays on one line");
+}
+
+// What the printer shows holds nothing a terminal must not get raw, line breaks but its own;
+// the JSON it writes reads back as the same text.
+void display(const QString& text)
+{
+    for (const bool keepLineBreaks : {false, true})
+        require(tavmms::store::isSafeForDisplay(tavmms::store::displayText(text, keepLineBreaks),
+                                                keepLineBreaks),
+                "nothing is shown raw that must be escaped");
+    const QByteArray json =
+        tavmms::store::displayJson(QJsonDocument(QJsonArray{text}).toJson(QJsonDocument::Compact));
+    require(tavmms::store::isSafeForDisplay(QString::fromUtf8(json)), "JSON is shown safe");
+    // The text comes from UTF-8, so it holds no lone surrogate, which JSON could not carry.
+    const QJsonDocument back = QJsonDocument::fromJson(json);
+    require(back.isArray() && back.array().at(0).toString() == text,
+            "JSON shown safe reads back as the same text");
+}
+
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
@@ -266,5 +340,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     contentType(text);
     blockList(text);
     fields(text);
+    recipients(text);
+    timesAndFolders(text);
+    addressesAndNames(text);
+    display(text);
     return 0;
 }

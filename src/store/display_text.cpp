@@ -10,6 +10,27 @@ bool isEscapedForDisplay(char32_t c)
            c == 0x2029 || (c >= 0xD800 && c <= 0xDFFF);
 }
 
+namespace
+{
+
+bool isPairAt(QStringView text, qsizetype i)
+{
+    return text[i].isHighSurrogate() && i + 1 < text.size() && text[i + 1].isLowSurrogate();
+}
+
+} // namespace
+
+bool isSafeForDisplay(QStringView text, bool lineBreaks)
+{
+    for (qsizetype i = 0; i < text.size(); ++i) {
+        if (isPairAt(text, i))
+            ++i;
+        else if (isEscapedForDisplay(text[i].unicode()) && !(lineBreaks && text[i] == u'\n'))
+            return false;
+    }
+    return true;
+}
+
 QString displayText(QStringView text, bool keepLineBreaks)
 {
     QString shown;
@@ -18,7 +39,7 @@ QString displayText(QStringView text, bool keepLineBreaks)
         const QChar c = text[i];
         // A surrogate pair is one character outside the basic plane, printable as any other;
         // only a half standing alone is escaped.
-        if (c.isHighSurrogate() && i + 1 < text.size() && text[i + 1].isLowSurrogate()) {
+        if (isPairAt(text, i)) {
             shown += c;
             shown += text[++i];
         } else if (c == u'\\') {
@@ -43,11 +64,16 @@ QByteArray displayJson(const QByteArray& json)
     const QString text = QString::fromUtf8(json);
     QString safe;
     safe.reserve(text.size());
-    for (const QChar c : text) {
-        if (c.unicode() >= 0x20 && isEscapedForDisplay(c.unicode()))
-            safe += QStringLiteral("\\u%1").arg(c.unicode(), 4, 16, QLatin1Char('0'));
-        else
+    for (qsizetype i = 0; i < text.size(); ++i) {
+        const QChar c = text[i];
+        if (isPairAt(text, i)) {
             safe += c;
+            safe += text[++i];
+        } else if (c.unicode() >= 0x20 && isEscapedForDisplay(c.unicode())) {
+            safe += QStringLiteral("\\u%1").arg(c.unicode(), 4, 16, QLatin1Char('0'));
+        } else {
+            safe += c;
+        }
     }
     return safe.toUtf8();
 }

@@ -20,6 +20,10 @@ namespace tavmms::store
 // U+200F, U+202A to U+202E, U+2066 to U+2069), U+2028, U+2029, or half of a surrogate pair alone.
 TAVMMS_EXPORT bool isEscapedForDisplay(char32_t codePoint);
 
+// Whether `text` holds nothing that displayText() escapes, line breaks aside with `lineBreaks`; a
+// surrogate pair is one character, printable like any other.
+TAVMMS_EXPORT bool isSafeForDisplay(QStringView text, bool lineBreaks = false);
+
 // `text` as a person sees it safely: each character named above as "\xNN" (up to U+00FF) or
 // "\u{XXXX}", and a backslash doubled so that an escape always reads as one; printable text in
 // any script stays as it is. With `keepLineBreaks`, "\n" stays a line break (for a whole page of
