@@ -114,6 +114,15 @@ protected:
         EXPECT_CALL(store, close());
     }
 
+    // The profile's name and values removed, the values refused with `refusal` unless it is 0.
+    void expectProfileRemoved(int refusal)
+    {
+        EXPECT_CALL(store, open(3, true));
+        EXPECT_CALL(store, removeEntry(kProfileList, kProfile)).WillOnce(Return(true));
+        EXPECT_CALL(store, clearGroup(kProfile)).WillOnce(storeOutcome(refusal));
+        EXPECT_CALL(store, close());
+    }
+
     // One value of the profile written through its own writer, in a batch that joins the
     // command's; refused with `refusal` unless it is 0.
     void expectProfileValueWritten(const QString& key, const tavmms_test::StoreValue& value,
@@ -171,10 +180,7 @@ TEST_P(MmsutilBatchTest, ProfileDelTakesTheNameAndTheValuesAwayInOneBatch)
     expectBatch([&](int refusal) {
         expectProfileListed();
         expectDefaultProfileRead(QStringLiteral("Other"));
-        EXPECT_CALL(store, open(3, true));
-        EXPECT_CALL(store, removeEntry(kProfileList, kProfile)).WillOnce(Return(true));
-        EXPECT_CALL(store, clearGroup(kProfile)).WillOnce(storeOutcome(refusal));
-        EXPECT_CALL(store, close());
+        expectProfileRemoved(refusal);
     });
 
     EXPECT_EQ(runCommand(profileCommands(), QStringLiteral("profile del"), {kProfile}),
@@ -190,10 +196,7 @@ TEST_P(MmsutilBatchTest, ProfileDelOfTheDefaultClearsTheDefaultInTheSameBatch)
         EXPECT_CALL(store, open(3, true));
         expectWrite(store, kGlobal, QStringLiteral("MMS_Default_MMS_Profile"), QString());
         EXPECT_CALL(store, close());
-        EXPECT_CALL(store, open(3, true));
-        EXPECT_CALL(store, removeEntry(kProfileList, kProfile)).WillOnce(Return(true));
-        EXPECT_CALL(store, clearGroup(kProfile)).WillOnce(storeOutcome(refusal));
-        EXPECT_CALL(store, close());
+        expectProfileRemoved(refusal);
     });
 
     EXPECT_EQ(runCommand(profileCommands(), QStringLiteral("profile del"), {kProfile}),
