@@ -13,14 +13,18 @@
 namespace
 {
 
+int openForReading(const QTemporaryFile& file)
+{
+    return ::open(QFile::encodeName(file.fileName()).constData(), O_RDONLY | O_CLOEXEC);
+}
+
 TEST(FileDescriptorTest, ReadsAtAnOffsetAndShortOnlyAtTheEnd)
 {
     QTemporaryFile file;
     ASSERT_TRUE(file.open());
     ASSERT_EQ(file.write("0123456789"), 10);
     ASSERT_TRUE(file.flush());
-    const tavmms::FileDescriptor fd{
-        ::open(QFile::encodeName(file.fileName()).constData(), O_RDONLY | O_CLOEXEC)};
+    const tavmms::FileDescriptor fd{openForReading(file)};
     ASSERT_GE(fd.fd, 0);
     char bytes[8] = {};
     EXPECT_EQ(tavmms::readAt(fd.fd, 2, bytes, 4), 4);
@@ -36,8 +40,7 @@ TEST(FileDescriptorTest, ASplitReadFillsTheHeadThenTheTail)
     ASSERT_TRUE(file.open());
     ASSERT_EQ(file.write("0123456789"), 10);
     ASSERT_TRUE(file.flush());
-    const tavmms::FileDescriptor fd{
-        ::open(QFile::encodeName(file.fileName()).constData(), O_RDONLY | O_CLOEXEC)};
+    const tavmms::FileDescriptor fd{openForReading(file)};
     ASSERT_GE(fd.fd, 0);
     char head[4] = {};
     char tail[8] = {};
