@@ -392,7 +392,7 @@ bool subjectIsCut(const store::ReadMessage& message)
            message.header->subject.startsWith(kept);
 }
 
-QJsonObject messageToJson(unsigned int id, const store::ReadMessage& message)
+QJsonObject shownMessageToJson(unsigned int id, const store::ReadMessage& message)
 {
     const MMS_UTIL_DBStruct_T& row = message.row.record;
     QJsonObject object{
@@ -450,7 +450,7 @@ int runShow(const cli::Command& command, const QStringList& arguments)
     const int status =
         message.header && message.mailFileDamage.isEmpty() ? cli::ExitOk : cli::ExitFailed;
     if (parser.isSet(json)) {
-        const int printed = cli::printJson(QJsonDocument(messageToJson(id, message)));
+        const int printed = cli::printJson(QJsonDocument(shownMessageToJson(id, message)));
         return printed == cli::ExitOk ? status : printed;
     }
     const MMS_UTIL_DBStruct_T& row = message.row.record;
