@@ -1,7 +1,8 @@
 // The WSP encodings MMS PDUs are made of, read from arbitrary bytes: each value reads or gives an
 // error naming an offset within the data, never a read past the end; and each value read, written
-// again, reads back the same.
+// again, reads back the same. Texts in the charsets MMS names decode, whatever their bytes.
 
+#include "charsets.h"
 #include "wsp_reader.h"
 #include "wsp_writer.h"
 
@@ -43,7 +44,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     WspReader reader(bytes);
     // Each value is preceded by an octet that says which encoding to read.
     while (const std::optional<quint8> choice = reader.octet()) {
-        switch (*choice % 7) {
+        switch (*choice % 8) {
         case 0:
             if (const auto v = reader.uintvar())
                 roundTrip(
@@ -84,9 +85,20 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
                     *v, [](WspWriter& w, const QByteArray& x) { w.quotedString(x); },
                     [](WspReader& r) { return r.quotedString(); });
             break;
-        default:
+        case 6:
             if (const auto length = reader.octet())
                 reader.octets(*length);
+            break;
+        default:
+            // A text in a charset the data names, of the length it gives.
+            if (const auto mib = reader.integer()) {
+                const auto length = reader.octet();
+                if (const auto text = length ? reader.octets(*length) : std::nullopt) {
+                    const auto decoded = tavmms::pdu::decodeText(*text, *mib);
+                    require(!decoded || decoded->text.size() <= text->size() + 1,
+                            "a text decodes to no more characters than it has bytes, and one");
+                }
+            }
             break;
         }
         if (reader.error()) {
