@@ -25,7 +25,9 @@ struct DecodeError {
 class WspReader
 {
 public:
+    // The reader keeps a view of `bytes`, which must outlive it: a temporary array is refused.
     explicit WspReader(QByteArrayView bytes) : bytes_(bytes) {}
+    explicit WspReader(QByteArray&&) = delete;
 
     qsizetype offset() const { return offset_; }
     qsizetype remaining() const { return bytes_.size() - offset_; }

@@ -62,7 +62,8 @@ TEST(WspReaderTest, RefusesAUintvarCutShortTooLongOrBeyondThirtyTwoBits)
 
 TEST(WspReaderTest, ReadsValueLengthsShortOrQuotedAndNeverBeyondWhatIsLeft)
 {
-    WspReader shortLength(bytes({0x03, 1, 2, 3}));
+    const QByteArray shortLengthBytes = bytes({0x03, 1, 2, 3});
+    WspReader shortLength(shortLengthBytes);
     EXPECT_EQ(shortLength.valueLength(), 3u);
     EXPECT_EQ(shortLength.offset(), 1);
 
@@ -72,11 +73,15 @@ TEST(WspReaderTest, ReadsValueLengthsShortOrQuotedAndNeverBeyondWhatIsLeft)
     EXPECT_EQ(quotedLength.valueLength(), 128u);
     EXPECT_EQ(quotedLength.offset(), 3);
 
-    WspReader tooLong(bytes({0x05, 1, 2}));
+    const QByteArray tooLongBytes = bytes({0x05, 1, 2});
+
+    WspReader tooLong(tooLongBytes);
     EXPECT_FALSE(tooLong.valueLength());
     EXPECT_EQ(tooLong.error()->offset, 0);
 
-    WspReader notALength(bytes({0x20}));
+    const QByteArray notALengthBytes = bytes({0x20});
+
+    WspReader notALength(notALengthBytes);
     EXPECT_FALSE(notALength.valueLength());
 
     WspWriter writer;
@@ -87,7 +92,9 @@ TEST(WspReaderTest, ReadsValueLengthsShortOrQuotedAndNeverBeyondWhatIsLeft)
 
 TEST(WspReaderTest, ReadsShortLongAndEitherIntegers)
 {
-    WspReader reader(bytes({0x80 | 0x0C, 0x02, 0x01, 0x00, 0x81, 0x04, 0x12, 0x34, 0x56, 0x78}));
+    const QByteArray readerBytes =
+        bytes({0x80 | 0x0C, 0x02, 0x01, 0x00, 0x81, 0x04, 0x12, 0x34, 0x56, 0x78});
+    WspReader reader(readerBytes);
     EXPECT_EQ(reader.shortInteger(), 12);
     EXPECT_EQ(reader.longInteger(), 256u);
     EXPECT_EQ(reader.integer(), 1u);
@@ -114,7 +121,8 @@ TEST(WspReaderTest, ReadsShortLongAndEitherIntegers)
 
 TEST(WspReaderTest, ReadsTextStringsWithTheQuoteForHighFirstOctets)
 {
-    WspReader reader(QByteArray("abc\0\x7f\xc3\xa9t\xc3\xa9\0\0\"quoted\0", 20));
+    const QByteArray readerBytes = QByteArray("abc\0\x7f\xc3\xa9t\xc3\xa9\0\0\"quoted\0", 20);
+    WspReader reader(readerBytes);
     EXPECT_EQ(reader.textString(), QByteArray("abc"));
     EXPECT_EQ(reader.textString(), QByteArray("\xc3\xa9t\xc3\xa9"));
     EXPECT_EQ(reader.textString(), QByteArray(""));
@@ -140,7 +148,8 @@ TEST(WspReaderTest, ATextStartingWithTheQuoteOctetIsQuotedSoThatItReadsBack)
 
 TEST(WspReaderTest, ATextWithoutItsZeroOctetIsAnErrorAndTheFirstErrorStays)
 {
-    WspReader reader(QByteArray("ab", 2));
+    const QByteArray readerBytes = QByteArray("ab", 2);
+    WspReader reader(readerBytes);
     EXPECT_FALSE(reader.textString());
     ASSERT_TRUE(reader.error());
     EXPECT_EQ(reader.error()->offset, 0);
@@ -149,7 +158,9 @@ TEST(WspReaderTest, ATextWithoutItsZeroOctetIsAnErrorAndTheFirstErrorStays)
     EXPECT_EQ(reader.error()->offset, 0);
     EXPECT_TRUE(reader.error()->expected.contains(QLatin1String("text string")));
 
-    WspReader octets(QByteArray("abc", 3));
+    const QByteArray octetsBytes = QByteArray("abc", 3);
+
+    WspReader octets(octetsBytes);
     EXPECT_EQ(octets.octets(2), QByteArrayView("ab"));
     EXPECT_FALSE(octets.octets(2));
     EXPECT_EQ(octets.error()->offset, 2);
