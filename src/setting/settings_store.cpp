@@ -1,5 +1,7 @@
 #include "settings_store.h"
 
+#include "mms_util_setting.h"
+
 #include "settings_service.h"
 #include "setup_set_manager.h"
 
@@ -24,6 +26,15 @@ bool SettingsBatch::begin()
 bool SettingsBatch::commit()
 {
     return batch_->commit();
+}
+
+int deleteProfile(const QString& name)
+{
+    if (MMS_UTIL_Setting::getDefaultMMSProfile() == name) {
+        if (const int r = MMS_UTIL_Setting::setDefaultMMSProfile(QString()))
+            return r;
+    }
+    return MMS_UTIL_Setting::delProfile(name);
 }
 
 bool setFeatureFlag(int id, bool value)

@@ -66,6 +66,12 @@ private:
     std::unique_ptr<tavplatform::ScopedSettingsBatch> batch_;
 };
 
+// Deletes the profile `name` (MMS_UTIL_Setting::delProfile) and, when it is the default profile,
+// clears the default first, since a default that names no listed profile could not be set. Gives
+// the result code of the first write that fails, or 0; run it in a SettingsBatch so that both
+// changes are kept or neither.
+TAVMMS_EXPORT int deleteProfile(const QString& name);
+
 // Sets the feature flag `id` that SETUP_Utility::getFlexBit reads; false with errno set when it
 // cannot be stored.
 TAVMMS_EXPORT bool setFeatureFlag(int id, bool value);

@@ -13,19 +13,26 @@
 namespace
 {
 
-int openForReading(const QTemporaryFile& file)
+// A file holding "0123456789", open for reading with a descriptor of its own.
+class DigitsFile : public ::testing::Test
 {
-    return ::open(QFile::encodeName(file.fileName()).constData(), O_RDONLY | O_CLOEXEC);
-}
+protected:
+    void SetUp() override
+    {
+        ASSERT_TRUE(file.open());
+        ASSERT_EQ(file.write("0123456789"), 10);
+        ASSERT_TRUE(file.flush());
+        ASSERT_GE(fd.fd =
+                      ::open(QFile::encodeName(file.fileName()).constData(), O_RDONLY | O_CLOEXEC),
+                  0);
+    }
 
-TEST(FileDescriptorTest, ReadsAtAnOffsetAndShortOnlyAtTheEnd)
-{
     QTemporaryFile file;
-    ASSERT_TRUE(file.open());
-    ASSERT_EQ(file.write("0123456789"), 10);
-    ASSERT_TRUE(file.flush());
-    const tavmms::FileDescriptor fd{openForReading(file)};
-    ASSERT_GE(fd.fd, 0);
+    tavmms::FileDescriptor fd{-1};
+};
+
+TEST_F(DigitsFile, ReadsAtAnOffsetAndShortOnlyAtTheEnd)
+{
     char bytes[8] = {};
     EXPECT_EQ(tavmms::readAt(fd.fd, 2, bytes, 4), 4);
     EXPECT_EQ(QByteArray(bytes, 4), QByteArray("2345"));
@@ -34,14 +41,8 @@ TEST(FileDescriptorTest, ReadsAtAnOffsetAndShortOnlyAtTheEnd)
     EXPECT_EQ(tavmms::readAt(fd.fd, 10, bytes, 8), 0);
 }
 
-TEST(FileDescriptorTest, ASplitReadFillsTheHeadThenTheTail)
+TEST_F(DigitsFile, ASplitReadFillsTheHeadThenTheTail)
 {
-    QTemporaryFile file;
-    ASSERT_TRUE(file.open());
-    ASSERT_EQ(file.write("0123456789"), 10);
-    ASSERT_TRUE(file.flush());
-    const tavmms::FileDescriptor fd{openForReading(file)};
-    ASSERT_GE(fd.fd, 0);
     char head[4] = {};
     char tail[8] = {};
     EXPECT_EQ(tavmms::readSplitAt(fd.fd, 1, head, 3, tail, 4), 7);

@@ -59,6 +59,19 @@ TEST_F(SettingsStoreTest, ABatchKeepsItsChangesOnlyWhenCommitted)
     EXPECT_TRUE(settings::storedKeys(settings::kGlobalGroup).contains(settings::kAutoDownload));
 }
 
+TEST_F(SettingsStoreTest, DeletingTheDefaultProfileClearsTheDefaultAndAnotherLeavesIt)
+{
+    for (const QString& name : {QStringLiteral("A"), QStringLiteral("B")})
+        ASSERT_EQ(MMS_UTIL_Setting::addProfile(name), 0);
+    ASSERT_EQ(MMS_UTIL_Setting::setDefaultMMSProfile(QStringLiteral("A")), 0);
+
+    EXPECT_EQ(settings::deleteProfile(QStringLiteral("B")), 0);
+    EXPECT_EQ(MMS_UTIL_Setting::getDefaultMMSProfile(), QStringLiteral("A"));
+    EXPECT_EQ(settings::deleteProfile(QStringLiteral("A")), 0);
+    EXPECT_EQ(MMS_UTIL_Setting::getDefaultMMSProfile(), QString());
+    EXPECT_TRUE(MMS_UTIL_Setting::getMMSProfiles().isEmpty());
+}
+
 TEST_F(SettingsStoreTest, AFeatureFlagSetIsTheOneSetupUtilityReads)
 {
     ASSERT_TRUE(settings::setFeatureFlag(7, false));

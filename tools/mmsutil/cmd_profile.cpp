@@ -80,19 +80,9 @@ int runDel(const cli::Command& command, const QStringList& arguments)
     return cli::changeTogether(what, [&]() -> int {
         if (!cli::profileListed(name))
             return cli::ExitNo;
-        // A default that names no listed profile would be refused if it were set now; it goes
-        // with the profile, in the same batch.
-        if (MMS_UTIL_Setting::getDefaultMMSProfile() == name) {
-            if (const int status =
-                    cli::reportChange(cli::callWriter([] {
-                                          return MMS_UTIL_Setting::setDefaultMMSProfile(QString());
-                                      }),
-                                      cli::kWriterCodes, what))
-                return status;
-        }
         return cli::reportChange(
-            cli::callWriter([&] { return MMS_UTIL_Setting::delProfile(name); }), cli::kWriterCodes,
-            what);
+            cli::callWriter([&] { return tavmms::settings::deleteProfile(name); }),
+            cli::kWriterCodes, what);
     });
 }
 
