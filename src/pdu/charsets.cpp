@@ -19,7 +19,7 @@ constexpr Charset kCharsets[] = {
     {7, "ISO-8859-4"},      {8, "ISO-8859-5"},      {9, "ISO-8859-6"},      {10, "ISO-8859-7"},
     {11, "ISO-8859-8"},     {12, "ISO-8859-9"},     {13, "ISO-8859-10"},    {109, "ISO-8859-13"},
     {110, "ISO-8859-14"},   {111, "ISO-8859-15"},   {112, "ISO-8859-16"},   {106, "UTF-8"},
-    {1000, "UTF-16BE"},     {1013, "UTF-16BE"},     {1014, "UTF-16LE"},     {1015, "UTF-16"},
+    {1013, "UTF-16BE"},     {1000, "UTF-16BE"},     {1014, "UTF-16LE"},     {1015, "UTF-16"},
     {17, "Shift_JIS"},      {18, "EUC-JP"},         {39, "ISO-2022-JP"},    {36, "KS_C_5601-1987"},
     {38, "EUC-KR"},         {2025, "GB2312"},       {113, "GBK"},           {114, "GB18030"},
     {2026, "Big5"},         {2084, "KOI8-R"},       {2250, "windows-1250"}, {2251, "windows-1251"},
@@ -61,6 +61,15 @@ QByteArray charsetName(quint64 mibEnum)
             return QByteArray(charset.name);
     }
     return QByteArray();
+}
+
+std::optional<quint64> charsetMibEnum(QByteArrayView name)
+{
+    for (const Charset& charset : kCharsets) {
+        if (name.compare(charset.name, Qt::CaseInsensitive) == 0)
+            return charset.mibEnum;
+    }
+    return std::nullopt;
 }
 
 std::optional<DecodedText> decodeText(QByteArrayView bytes, quint64 mibEnum)

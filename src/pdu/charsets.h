@@ -18,6 +18,9 @@ namespace tavmms::pdu
 // The name Qt decodes the charset `mibEnum` by; empty for a number not in the table.
 QByteArray charsetName(quint64 mibEnum);
 
+// The number of the charset called `name` (ignoring case), the first the table gives it.
+std::optional<quint64> charsetMibEnum(QByteArrayView name);
+
 struct DecodedText {
     QString text;
     // Whether bytes that are not valid in the charset, or a character cut short at the end, were

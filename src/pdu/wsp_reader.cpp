@@ -105,11 +105,13 @@ std::optional<quint64> WspReader::longInteger()
         return std::nullopt;
     if (*length == 0 || *length > 8)
         return fail(start, QStringLiteral("a long integer of 1 to 8 octets"));
-    const std::optional<QByteArrayView> digits = octets(*length);
-    if (!digits)
-        return std::nullopt;
+    if (*length > remaining())
+        return fail(start, QStringLiteral("a long integer of %1 octets, where %2 are left")
+                               .arg(*length)
+                               .arg(remaining()));
+    const QByteArrayView digits = *octets(*length);
     quint64 value = 0;
-    for (const char digit : *digits)
+    for (const char digit : digits)
         value = value << 8 | quint8(digit);
     return value;
 }
@@ -147,6 +149,21 @@ std::optional<QByteArray> WspReader::quotedString()
         return fail(start, QStringLiteral("a quoted string"));
     ++offset_;
     return textUpToZero(start, QStringLiteral("a quoted string ending in a zero octet"));
+}
+
+std::optional<WspReader> WspReader::region(qsizetype length)
+{
+    const qsizetype start = offset_;
+    if (!octets(length))
+        return std::nullopt;
+    return WspReader(bytes_.first(start + length), start);
+}
+
+bool WspReader::adopt(const WspReader& region)
+{
+    if (region.error_)
+        fail(region.error_->offset, region.error_->expected);
+    return !error_;
 }
 
 } // namespace tavmms::pdu

@@ -57,8 +57,16 @@ public:
     // Quoted-string: a '"' octet, then text up to a zero octet.
     std::optional<QByteArray> quotedString();
 
-private:
+    // A reader of the next `length` octets, which must be left, at the same offsets; this reader
+    // goes on after them. What the region cannot read is reported by `adopt`.
+    std::optional<WspReader> region(qsizetype length);
+    // Takes on the error of `region`, if it has one; whether there is none.
+    bool adopt(const WspReader& region);
+    // Records that the value at `at` is not what was `expected`, unless an error came first.
     std::nullopt_t fail(qsizetype at, const QString& expected);
+
+private:
+    WspReader(QByteArrayView bytes, qsizetype offset) : bytes_(bytes), offset_(offset) {}
     // The octets up to the next zero octet, which is consumed too.
     std::optional<QByteArray> textUpToZero(qsizetype start, const QString& expected);
 

@@ -1,6 +1,7 @@
 // The WSP encodings read from bytes as an MMSC or a handset writes them, and from bytes cut short
 // or made up: a value that does not read names its offset and what was expected.
 
+#include "support/octets.h"
 #include "wsp_reader.h"
 #include "wsp_writer.h"
 
@@ -14,12 +15,9 @@ namespace
 using tavmms::pdu::WspReader;
 using tavmms::pdu::WspWriter;
 
-QByteArray bytes(std::initializer_list<int> octets)
+QByteArray bytes(std::initializer_list<int> values)
 {
-    QByteArray data;
-    for (const int octet : octets)
-        data.append(char(octet));
-    return data;
+    return tavmms::test::octets(values);
 }
 
 TEST(WspReaderTest, ReadsUintvarsOfOneToFiveOctets)

@@ -1,0 +1,73 @@
+#ifndef TAVMMS_PDU_CONTENT_TYPE_H
+#define TAVMMS_PDU_CONTENT_TYPE_H
+
+// Content types as WSP encodes them in MMS PDUs and multipart bodies: a well-known number, a text,
+// or the general form with parameters. The numbers are WSP's, which from 0x40 on are not those
+// of the library's own content-type table.
+
+#include "tavmms_global.h"
+#include "wsp_reader.h"
+#include "wsp_writer.h"
+
+#include <QByteArray>
+#include <QByteArrayView>
+#include <QList>
+
+#include <optional>
+
+namespace tavmms::pdu
+{
+
+struct Parameter {
+    QByteArray name;
+    QByteArray value;
+
+    bool operator==(const Parameter& other) const
+    {
+        return name == other.name && value == other.value;
+    }
+    bool operator!=(const Parameter& other) const { return !(*this == other); }
+};
+
+struct ContentType {
+    QByteArray mediaType;
+    // In the order they came. Typed values read as text: a charset by its name ("utf-8"), a
+    // number in decimal, a content type by its name.
+    QList<Parameter> parameters;
+
+    // The value of the first parameter called `name`, ignoring case; empty when there is none.
+    QByteArray parameter(QByteArrayView name) const;
+    bool hasParameter(QByteArrayView name) const;
+    // Whether the media type is `type` ("image/jpeg") or, for "image/*", of that major type.
+    bool is(QByteArrayView type) const;
+
+    bool operator==(const ContentType& other) const
+    {
+        return mediaType == other.mediaType && parameters == other.parameters;
+    }
+    bool operator!=(const ContentType& other) const { return !(*this == other); }
+};
+
+// The media type of the well-known number `code`; empty for a number WSP does not assign.
+QByteArray wellKnownMediaType(quint64 code);
+// The well-known number of `mediaType`, ignoring case.
+std::optional<quint8> wellKnownMediaCode(QByteArrayView mediaType);
+
+// A Content-type-value: a short integer, an extension media text, or a value length, a media type
+// and parameters.
+std::optional<ContentType> readContentType(WspReader& reader);
+// The shortest form that carries it: a well-known number or a text alone when there are no
+// parameters, else the general form.
+void writeContentType(WspWriter& writer, const ContentType& type);
+
+// Parameters (typed or untyped) until `reader` is at its end, appended to `parameters`.
+bool readParameters(WspReader& reader, QList<Parameter>& parameters);
+// A parameter, typed when WSP gives its name a number this codec writes, else as token and text.
+void writeParameter(WspWriter& writer, const Parameter& parameter);
+
+// A Text-value: no value (a zero octet), a token text or a quoted string.
+std::optional<QByteArray> readTextValue(WspReader& reader);
+
+} // namespace tavmms::pdu
+
+#endif
