@@ -35,6 +35,12 @@ public:
     // The first error met; reading goes on giving nothing once there is one.
     const std::optional<DecodeError>& error() const { return error_; }
 
+    // The octets from `start` up to where the reader is.
+    QByteArrayView bytesFrom(qsizetype start) const
+    {
+        return bytes_.sliced(start, offset_ - start);
+    }
+
     // The next octet, not consumed.
     std::optional<quint8> peek() const;
     std::optional<quint8> octet();
