@@ -72,6 +72,11 @@ std::optional<quint64> charsetMibEnum(QByteArrayView name)
     return std::nullopt;
 }
 
+bool isUtf16(quint64 mibEnum)
+{
+    return charsetName(mibEnum).startsWith("UTF-16");
+}
+
 std::optional<DecodedText> decodeText(QByteArrayView bytes, quint64 mibEnum)
 {
     QByteArray name = charsetName(mibEnum);

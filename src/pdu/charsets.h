@@ -21,6 +21,9 @@ QByteArray charsetName(quint64 mibEnum);
 // The number of the charset called `name` (ignoring case), the first the table gives it.
 std::optional<quint64> charsetMibEnum(QByteArrayView name);
 
+// Whether text in the charset `mibEnum` is UTF-16 (or UCS-2), whose zero octets end no string.
+bool isUtf16(quint64 mibEnum);
+
 struct DecodedText {
     QString text;
     // Whether bytes that are not valid in the charset, or a character cut short at the end, were

@@ -113,6 +113,30 @@ QString decodeCarried(const QByteArray& bytes, quint64 charset, const QString& f
     return decoded->text;
 }
 
+constexpr char kTextQuote = 127;
+
+// UTF-16 text holds zero octets, so it runs to the end of its value length, where the zero octets
+// that end it are not text. A quote octet before a high first octet is not text either.
+std::optional<QByteArray> readUtf16(WspReader& value)
+{
+    if (value.remaining() >= 2 && value.peek() == kTextQuote)
+        value.octet();
+    QByteArray text = value.octets(value.remaining())->toByteArray();
+    if (text.size() % 2 == 0 && text.endsWith(QByteArrayView("\0\0", 2)))
+        text.chop(2);
+    else if (text.size() % 2 != 0 && text.endsWith('\0'))
+        text.chop(1);
+    return text;
+}
+
+void writeUtf16(WspWriter& writer, const QByteArray& text)
+{
+    if (!text.isEmpty() && quint8(text[0]) >= kTextQuote)
+        writer.octet(kTextQuote);
+    writer.octets(text);
+    writer.octets(QByteArrayView("\0\0", 2));
+}
+
 // An encoded-string value: a text string, or a value length, a charset and a text string.
 bool readEncodedText(WspReader& reader, HeaderField& field, QStringList& warnings)
 {
@@ -125,7 +149,7 @@ bool readEncodedText(WspReader& reader, HeaderField& field, QStringList& warning
         if (!value)
             return false;
         const std::optional<quint64> charset = value->integer();
-        text = value->textString();
+        text = charset && isUtf16(*charset) ? readUtf16(*value) : value->textString();
         if (!reader.adopt(*value))
             return false;
         field.charset = *charset;
@@ -154,7 +178,10 @@ void writeEncodedText(WspWriter& writer, const HeaderField& field)
     }
     WspWriter value;
     value.integer(charset);
-    value.textString(text);
+    if (isUtf16(charset))
+        writeUtf16(value, text);
+    else
+        value.textString(text);
     writer.valueLength(quint32(value.bytes().size()));
     writer.octets(value.bytes());
 }
