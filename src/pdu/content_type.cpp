@@ -361,6 +361,8 @@ std::optional<Parameter> readParameter(WspReader& reader)
     std::optional<QByteArray> name = reader.textString();
     if (!name)
         return std::nullopt;
+    if (name->isEmpty())
+        return reader.fail(start, QStringLiteral("a parameter name"));
     std::optional<QByteArray> value = readUntypedValue(reader);
     if (!value)
         return std::nullopt;
@@ -388,6 +390,8 @@ std::optional<ContentType> readContentType(WspReader& reader)
         return reader.fail(start, QStringLiteral("a content type"));
     if (*first >= 32 && *first < 0x80) {
         std::optional<QByteArray> text = reader.textString();
+        if (text && text->isEmpty())
+            return reader.fail(start, QStringLiteral("a media type"));
         return text ? std::optional(ContentType{std::move(*text), {}}) : std::nullopt;
     }
     std::optional<WspReader> general;
@@ -409,6 +413,8 @@ std::optional<ContentType> readContentType(WspReader& reader)
         }
     } else if (std::optional<QByteArray> text = media.textString()) {
         type.mediaType = std::move(*text);
+        if (type.mediaType.isEmpty())
+            media.fail(mediaStart, QStringLiteral("a media type"));
     }
     if (general)
         readParameters(*general, type.parameters);
@@ -433,7 +439,11 @@ void writeParameter(WspWriter& writer, const Parameter& parameter)
             isNumber ? std::optional(asNumber) : charsetMibEnum(value);
         if (mib) {
             writer.shortInteger(0x01);
-            writer.integer(*mib);
+            // As a short integer, 0 would read as any charset.
+            if (*mib == 0)
+                writer.longInteger(0);
+            else
+                writer.integer(*mib);
             return;
         }
     }

@@ -143,7 +143,11 @@ bool readEncodedText(WspReader& reader, HeaderField& field, QStringList& warning
     const qsizetype start = reader.offset();
     const std::optional<quint8> first = reader.peek();
     std::optional<QByteArray> text;
-    if (first && *first <= 31) {
+    if (first == 0) {
+        // An empty text string, which reads as well as a value length of zero.
+        reader.octet();
+        text = QByteArray("");
+    } else if (first && *first <= 31) {
         const std::optional<quint32> length = reader.valueLength();
         std::optional<WspReader> value = length ? reader.region(*length) : std::nullopt;
         if (!value)
@@ -451,7 +455,7 @@ HeaderField HeaderField::insertAddressFrom()
 
 QString HeaderField::displayName() const
 {
-    if (code == 0)
+    if (isTextHeader())
         return QString::fromUtf8(name);
     const QString known = fieldName(code);
     return known.isEmpty() ? QStringLiteral("Field 0x%1").arg(code, 2, 16, QLatin1Char('0'))
@@ -461,7 +465,7 @@ QString HeaderField::displayName() const
 bool HeaderField::operator==(const HeaderField& other) const
 {
     // Texts compare as read: the same text in another charset is the same value.
-    const bool rawCounts = code == 0 || fieldValueType(code) == T::Raw;
+    const bool rawCounts = isTextHeader() || fieldValueType(code) == T::Raw;
     return code == other.code && name == other.name && number == other.number && tag == other.tag &&
            relative == other.relative && insertAddress == other.insertAddress &&
            text == other.text && contentType == other.contentType &&
@@ -482,6 +486,8 @@ std::optional<HeaderField> readHeaderField(WspReader& reader, QStringList& warni
     if (first && *first < 32)
         return reader.fail(start, QStringLiteral("a header field (an octet of 32 or more)"));
     std::optional<QByteArray> name = reader.textString();
+    if (name && name->isEmpty())
+        return reader.fail(start, QStringLiteral("a header name"));
     std::optional<QByteArray> value = name ? reader.textString() : std::nullopt;
     if (!value)
         return std::nullopt;
@@ -493,7 +499,7 @@ std::optional<HeaderField> readHeaderField(WspReader& reader, QStringList& warni
 
 void writeHeaderField(WspWriter& writer, const HeaderField& field)
 {
-    if (field.code == 0) {
+    if (field.isTextHeader()) {
         writer.textString(field.name);
         writer.textString(field.raw.isNull() ? field.text.toUtf8() : field.raw);
         return;

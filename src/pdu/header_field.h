@@ -110,9 +110,10 @@ QString fieldName(quint8 code);
 ValueType fieldValueType(quint8 code);
 
 struct HeaderField {
-    // The field's number; 0 for a text header ("X-Scanned-By") that a PDU carries among its own.
+    // The field's number, when the field has no name.
     quint8 code = 0;
-    // A text header's name.
+    // The name of a text header ("X-Scanned-By") that a PDU carries among its own fields; never
+    // empty for one.
     QByteArray name;
 
     quint64 number = 0;
@@ -134,8 +135,9 @@ struct HeaderField {
     static HeaderField from(const QString& address);
     static HeaderField insertAddressFrom();
 
+    bool isTextHeader() const { return !name.isEmpty(); }
     Field field() const { return Field(code); }
-    bool is(Field field) const { return code == quint8(field); }
+    bool is(Field field) const { return !isTextHeader() && code == quint8(field); }
     // "X-Mms-Message-Type", or a text header's own name.
     QString displayName() const;
 

@@ -117,6 +117,24 @@ TEST(ContentTypeTest, RefusesANumberWspDoesNotAssign)
     EXPECT_TRUE(error->expected.contains("content type number"));
 }
 
+TEST(ContentTypeTest, RefusesAnEmptyMediaType)
+{
+    for (const QByteArray& data : {octets({0x7F, 0x00}), octets({0x02, 0x7F, 0x00})}) {
+        std::optional<tavmms::pdu::DecodeError> error;
+        EXPECT_FALSE(read(data, &error));
+        ASSERT_TRUE(error);
+        EXPECT_TRUE(error->expected.contains("media type"));
+    }
+}
+
+TEST(ContentTypeTest, RefusesAParameterWithoutAName)
+{
+    std::optional<tavmms::pdu::DecodeError> error;
+    EXPECT_FALSE(read(octets({0x03, 0x83, 0x7F, 0x00}), &error));
+    ASSERT_TRUE(error);
+    EXPECT_EQ(error->offset, 2);
+}
+
 TEST(ContentTypeTest, RefusesAGeneralFormLongerThanWhatIsLeft)
 {
     std::optional<tavmms::pdu::DecodeError> error;
@@ -174,7 +192,7 @@ TEST(ContentTypeTest, WhatItWritesReadsBackTheSame)
         {"application/vnd.wap.multipart.related",
          {{"type", "application/smil"}, {"start", "<s>"}, {"start-info", "i"}}},
         {"image/x-custom", {{"filename", "a.png"}, {"q", "0.5"}, {"secure", ""}}},
-        {"text/plain", {{"charset", "*"}, {"charset", "4000"}}},
+        {"text/plain", {{"charset", "*"}, {"charset", "4000"}, {"charset", "0"}}},
     };
     for (const ContentType& type : types) {
         SCOPED_TRACE(type.mediaType.toStdString());

@@ -64,6 +64,16 @@ TEST(HeaderFieldTest, ReadsAnEncodedStringWithAndWithoutCharset)
     EXPECT_TRUE(utf8.warnings.isEmpty());
 }
 
+TEST(HeaderFieldTest, ReadsAnEmptySubjectAndWritesItBackAsOneZeroOctet)
+{
+    const Read result = read(octets({0x96, 0x00}));
+    ASSERT_TRUE(result.field);
+    EXPECT_TRUE(result.field->text.isEmpty());
+    EXPECT_TRUE(result.atEnd);
+    EXPECT_EQ(written(*result.field), octets({0x96, 0x00}));
+    EXPECT_EQ(written(HeaderField::textField(Field::Subject, "")), octets({0x96, 0x00}));
+}
+
 TEST(HeaderFieldTest, ReadsSubjectsInTheCharsetsMmscsUse)
 {
     const struct {
@@ -191,7 +201,7 @@ TEST(HeaderFieldTest, KeepsATextHeaderAsItCame)
 {
     const Read result = read(zeroEnded("X-Scanned-By") + zeroEnded("MIMEDefang"));
     ASSERT_TRUE(result.field);
-    EXPECT_EQ(result.field->code, 0);
+    EXPECT_TRUE(result.field->isTextHeader());
     EXPECT_EQ(result.field->name, "X-Scanned-By");
     EXPECT_EQ(result.field->raw, "MIMEDefang");
     EXPECT_EQ(result.field->displayName(), "X-Scanned-By");
@@ -218,6 +228,14 @@ TEST(HeaderFieldTest, RefusesAnOctetThatStartsNoField)
     ASSERT_TRUE(result.error);
     EXPECT_EQ(result.error->offset, 0);
     EXPECT_TRUE(result.error->expected.contains("header field"));
+}
+
+TEST(HeaderFieldTest, RefusesATextHeaderWithoutAName)
+{
+    const Read result = read(octets({0x7F, 0x00, 0x41, 0x00}));
+    EXPECT_FALSE(result.field);
+    ASSERT_TRUE(result.error);
+    EXPECT_EQ(result.error->offset, 0);
 }
 
 TEST(HeaderFieldTest, RefusesValuesCutShort)

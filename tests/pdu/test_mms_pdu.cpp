@@ -151,6 +151,17 @@ TEST(MmsPduTest, KeepsFieldsItDoesNotKnowAndTextHeadersInTheirPlace)
     EXPECT_EQ(encodePdu(*decoded), bytes);
 }
 
+TEST(MmsPduTest, AFieldNumberedZeroIsNoTextHeader)
+{
+    const QByteArray bytes = octets({0x8C, 0x81, 0x80, 0xB6});
+    const std::optional<Pdu> decoded = decodePdu(bytes);
+    ASSERT_TRUE(decoded);
+    ASSERT_EQ(decoded->headers.size(), 2);
+    EXPECT_FALSE(decoded->headers[1].isTextHeader());
+    EXPECT_EQ(decoded->headers[1].displayName(), "Field 0x00");
+    EXPECT_EQ(encodePdu(*decoded), bytes);
+}
+
 TEST(MmsPduTest, GathersTheWarningsOfEveryField)
 {
     QByteArray bytes = octets(

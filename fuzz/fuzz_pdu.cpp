@@ -1,0 +1,42 @@
+// MMS PDUs read from arbitrary bytes: each decodes or gives an error naming an offset within the
+// data, never a read past the end; and each PDU that decodes, encoded again, decodes to the same
+// header fields and body.
+
+#include "mms_pdu.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+
+namespace
+{
+
+void require(bool holds, const char* property)
+{
+    if (holds)
+        return;
+    std::fprintf(stderr, "property does not hold: %s\n", property);
+    std::abort();
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
+{
+    const QByteArray bytes(reinterpret_cast<const char*>(data), qsizetype(size));
+    tavmms::pdu::DecodeError error;
+    const std::optional<tavmms::pdu::Pdu> pdu = tavmms::pdu::decodePdu(bytes, &error);
+    if (!pdu) {
+        require(error.offset >= 0 && error.offset <= bytes.size(),
+                "an error names an offset within the data or at its end");
+        require(!error.expected.isEmpty(), "an error says what was expected");
+        return 0;
+    }
+    require(pdu->body.size() <= bytes.size(), "a body is no larger than the data");
+    const QByteArray encoded = tavmms::pdu::encodePdu(*pdu);
+    const std::optional<tavmms::pdu::Pdu> again = tavmms::pdu::decodePdu(encoded, &error);
+    require(again.has_value(), "an encoded PDU decodes");
+    require(*again == *pdu, "an encoded PDU decodes to the same fields and body");
+    return 0;
+}
