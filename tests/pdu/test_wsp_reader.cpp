@@ -144,6 +144,15 @@ TEST(WspReaderTest, ATextStartingWithTheQuoteOctetIsQuotedSoThatItReadsBack)
     EXPECT_EQ(reader.textString(), QByteArray("\x7fx"));
 }
 
+TEST(WspReaderTest, ATextStartingWithAControlOctetIsQuotedSoThatItIsNotTakenForALength)
+{
+    WspWriter writer;
+    writer.textString("\x05x");
+    EXPECT_EQ(writer.bytes(), QByteArray("\x7f\x05x\0", 4));
+    WspReader reader(writer.bytes());
+    EXPECT_EQ(reader.textString(), QByteArray("\x05x"));
+}
+
 TEST(WspReaderTest, ATextWithoutItsZeroOctetIsAnErrorAndTheFirstErrorStays)
 {
     const QByteArray readerBytes = QByteArray("ab", 2);
