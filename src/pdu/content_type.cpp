@@ -232,13 +232,18 @@ std::optional<QByteArray> readConstrainedMedia(WspReader& reader)
 
 } // namespace
 
-QByteArray ContentType::parameter(QByteArrayView name) const
+QByteArray parameterValue(const QList<Parameter>& parameters, QByteArrayView name)
 {
     for (const Parameter& parameter : parameters) {
         if (parameter.name.compare(name, Qt::CaseInsensitive) == 0)
             return parameter.value;
     }
     return {};
+}
+
+QByteArray ContentType::parameter(QByteArrayView name) const
+{
+    return parameterValue(parameters, name);
 }
 
 bool ContentType::hasParameter(QByteArrayView name) const
