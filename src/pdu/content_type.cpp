@@ -366,10 +366,24 @@ std::optional<Parameter> readParameter(WspReader& reader)
     std::optional<QByteArray> name = reader.textString();
     if (!name)
         return std::nullopt;
+    // A name of no octets, which only a quote octet can carry, could not be written back.
+    if (name->isEmpty())
+        return reader.fail(start, QStringLiteral("a parameter name"));
     std::optional<QByteArray> value = readUntypedValue(reader);
     if (!value)
         return std::nullopt;
     return Parameter{std::move(*name), std::move(*value)};
+}
+
+// An extension media type; one of no octets, which only a quote octet can carry, could not be
+// written back.
+std::optional<QByteArray> readMediaText(WspReader& reader)
+{
+    const qsizetype start = reader.offset();
+    std::optional<QByteArray> text = reader.textString();
+    if (text && text->isEmpty())
+        return reader.fail(start, QStringLiteral("a media type"));
+    return text;
 }
 
 } // namespace
@@ -392,7 +406,7 @@ std::optional<ContentType> readContentType(WspReader& reader)
     if (!first)
         return reader.fail(start, QStringLiteral("a content type"));
     if (*first >= 32 && *first < 0x80) {
-        std::optional<QByteArray> text = reader.textString();
+        std::optional<QByteArray> text = readMediaText(reader);
         return text ? std::optional(ContentType{std::move(*text), {}}) : std::nullopt;
     }
     std::optional<WspReader> general;
@@ -412,7 +426,7 @@ std::optional<ContentType> readContentType(WspReader& reader)
             if (type.mediaType.isEmpty())
                 media.fail(mediaStart, QStringLiteral("a well-known content type number"));
         }
-    } else if (std::optional<QByteArray> text = media.textString()) {
+    } else if (std::optional<QByteArray> text = readMediaText(media)) {
         type.mediaType = std::move(*text);
     }
     if (general)

@@ -191,4 +191,26 @@ TEST(ContentTypeTest, MatchesAMajorTypeWildcard)
     EXPECT_FALSE(ContentType({"imag", {}}).is("image/*"));
 }
 
+TEST(ContentTypeTest, AnUntypedParameterWithAnEmptyNameIsAnError)
+{
+    // image/jpeg; ""=".jpg": the name is a quote octet and a zero octet.
+    QByteArray data = octets({0x08, 0x9E, 0x7F, 0x00});
+    data += tavmms::test::zeroEnded(".jpg");
+    std::optional<tavmms::pdu::DecodeError> error;
+    EXPECT_FALSE(read(data, &error));
+    ASSERT_TRUE(error);
+    EXPECT_EQ(error->offset, 2);
+}
+
+TEST(ContentTypeTest, AnEmptyMediaTypeIsAnErrorInEitherForm)
+{
+    std::optional<tavmms::pdu::DecodeError> error;
+    EXPECT_FALSE(read(octets({0x7F, 0x00}), &error));
+    ASSERT_TRUE(error);
+    EXPECT_EQ(error->offset, 0);
+    EXPECT_FALSE(read(octets({0x02, 0x00, 0x80}), &error));
+    ASSERT_TRUE(error);
+    EXPECT_EQ(error->offset, 1);
+}
+
 } // namespace
