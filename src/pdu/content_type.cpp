@@ -232,13 +232,18 @@ std::optional<QByteArray> readConstrainedMedia(WspReader& reader)
 
 } // namespace
 
-QByteArray ContentType::parameter(QByteArrayView name) const
+QByteArray parameterValue(const QList<Parameter>& parameters, QByteArrayView name)
 {
     for (const Parameter& parameter : parameters) {
         if (parameter.name.compare(name, Qt::CaseInsensitive) == 0)
             return parameter.value;
     }
     return {};
+}
+
+QByteArray ContentType::parameter(QByteArrayView name) const
+{
+    return parameterValue(parameters, name);
 }
 
 bool ContentType::hasParameter(QByteArrayView name) const
@@ -361,12 +366,24 @@ std::optional<Parameter> readParameter(WspReader& reader)
     std::optional<QByteArray> name = reader.textString();
     if (!name)
         return std::nullopt;
+    // A name of no octets, which only a quote octet can carry, could not be written back.
     if (name->isEmpty())
         return reader.fail(start, QStringLiteral("a parameter name"));
     std::optional<QByteArray> value = readUntypedValue(reader);
     if (!value)
         return std::nullopt;
     return Parameter{std::move(*name), std::move(*value)};
+}
+
+// An extension media type; one of no octets, which only a quote octet can carry, could not be
+// written back.
+std::optional<QByteArray> readMediaText(WspReader& reader)
+{
+    const qsizetype start = reader.offset();
+    std::optional<QByteArray> text = reader.textString();
+    if (text && text->isEmpty())
+        return reader.fail(start, QStringLiteral("a media type"));
+    return text;
 }
 
 } // namespace
@@ -389,9 +406,7 @@ std::optional<ContentType> readContentType(WspReader& reader)
     if (!first)
         return reader.fail(start, QStringLiteral("a content type"));
     if (*first >= 32 && *first < 0x80) {
-        std::optional<QByteArray> text = reader.textString();
-        if (text && text->isEmpty())
-            return reader.fail(start, QStringLiteral("a media type"));
+        std::optional<QByteArray> text = readMediaText(reader);
         return text ? std::optional(ContentType{std::move(*text), {}}) : std::nullopt;
     }
     std::optional<WspReader> general;
@@ -411,10 +426,8 @@ std::optional<ContentType> readContentType(WspReader& reader)
             if (type.mediaType.isEmpty())
                 media.fail(mediaStart, QStringLiteral("a well-known content type number"));
         }
-    } else if (std::optional<QByteArray> text = media.textString()) {
+    } else if (std::optional<QByteArray> text = readMediaText(media)) {
         type.mediaType = std::move(*text);
-        if (type.mediaType.isEmpty())
-            media.fail(mediaStart, QStringLiteral("a media type"));
     }
     if (general)
         readParameters(*general, type.parameters);

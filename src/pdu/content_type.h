@@ -29,6 +29,9 @@ struct Parameter {
     bool operator!=(const Parameter& other) const { return !(*this == other); }
 };
 
+// The value of the first of `parameters` called `name`, ignoring case; empty when there is none.
+QByteArray parameterValue(const QList<Parameter>& parameters, QByteArrayView name);
+
 struct ContentType {
     QByteArray mediaType;
     // In the order they came. Typed values read as text: a charset by its name ("utf-8"), a

@@ -51,9 +51,9 @@ void WspWriter::integer(quint64 value)
 
 void WspWriter::textString(QByteArrayView text)
 {
-    // A first octet of 127 is quoted too, so that it is not taken for the quote itself, and so is
-    // a control octet, which would be read as a value length.
-    if (!text.isEmpty() && (quint8(text.front()) >= 0x7F || quint8(text.front()) < 32))
+    // A first octet of 127 is quoted too, so that it is not taken for the quote itself, and so is a
+    // control octet, which where a value may be a text or a length would be read as a length.
+    if (!text.isEmpty() && (quint8(text.front()) >= 0x7F || quint8(text.front()) < 0x20))
         octet(127);
     octets(text);
     octet(0);

@@ -28,7 +28,7 @@ public:
     // A short integer when `value` is below 128, else a long integer.
     void integer(quint64 value);
     // `text` (which holds no zero octet) and a zero octet, after a quote octet when it starts with
-    // an octet of 127 or more or below 32.
+    // an octet of 127 or more or a control octet.
     void textString(QByteArrayView text);
     // A '"' octet, `text` and a zero octet.
     void quotedString(QByteArrayView text);

@@ -144,13 +144,13 @@ TEST(WspReaderTest, ATextStartingWithTheQuoteOctetIsQuotedSoThatItReadsBack)
     EXPECT_EQ(reader.textString(), QByteArray("\x7fx"));
 }
 
-TEST(WspReaderTest, ATextStartingWithAControlOctetIsQuotedSoThatItIsNoValueLength)
+TEST(WspReaderTest, ATextStartingWithAControlOctetIsQuotedSoThatItIsNotTakenForALength)
 {
     WspWriter writer;
-    writer.textString("\x01x");
-    EXPECT_EQ(writer.bytes(), QByteArray("\x7f\x01x\0", 4));
+    writer.textString("\x05x");
+    EXPECT_EQ(writer.bytes(), QByteArray("\x7f\x05x\0", 4));
     WspReader reader(writer.bytes());
-    EXPECT_EQ(reader.textString(), QByteArray("\x01x"));
+    EXPECT_EQ(reader.textString(), QByteArray("\x05x"));
 }
 
 TEST(WspReaderTest, ATextWithoutItsZeroOctetIsAnErrorAndTheFirstErrorStays)
