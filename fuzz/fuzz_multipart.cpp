@@ -29,15 +29,15 @@ void require(bool holds, const char* property)
 
 void check(QByteArrayView body, int depth)
 {
-    std::optional<DecodeError> error;
+    DecodeError error{-1, {}};
     const std::optional<QList<Part>> parts = decodeMultipart(body, &error);
     if (!parts) {
-        require(error && error->offset >= 0 && error->offset <= body.size(),
+        require(error.offset >= 0 && error.offset <= body.size(),
                 "an error names an offset within the body or at its end");
-        require(!error->expected.isEmpty(), "an error says what was expected");
+        require(!error.expected.isEmpty(), "an error says what was expected");
         return;
     }
-    require(!error, "a body that reads gives no error");
+    require(error.offset == -1, "a body that reads gives no error");
     const QByteArray written = encodeMultipart(*parts);
     const std::optional<QList<Part>> again = decodeMultipart(written);
     require(again.has_value(), "a body written reads back");

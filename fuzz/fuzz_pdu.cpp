@@ -1,7 +1,9 @@
 // MMS PDUs read from arbitrary bytes: each decodes or gives an error naming an offset within the
-// data, never a read past the end; and each PDU that decodes, encoded again, decodes to the same
-// header fields and body.
+// data, never a read past the end; each PDU that decodes, encoded again, decodes to the same
+// header fields and body; and a message read whole, written again, reads back with the same
+// header fields and the same parts' data.
 
+#include "mms_message.h"
 #include "mms_pdu.h"
 
 #include <cstddef>
@@ -38,5 +40,17 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     const std::optional<tavmms::pdu::Pdu> again = tavmms::pdu::decodePdu(encoded, &error);
     require(again.has_value(), "an encoded PDU decodes");
     require(*again == *pdu, "an encoded PDU decodes to the same fields and body");
+
+    const std::optional<tavmms::pdu::Message> message = tavmms::pdu::decodeMessage(bytes);
+    if (!message)
+        return 0;
+    const std::optional<tavmms::pdu::Message> rewritten =
+        tavmms::pdu::decodeMessage(tavmms::pdu::encodeMessage(*message));
+    require(rewritten.has_value(), "an encoded message decodes");
+    require(rewritten->pdu == message->pdu, "an encoded message keeps its header fields");
+    require(rewritten->parts.size() == message->parts.size(), "an encoded message keeps its parts");
+    for (qsizetype index = 0; index < message->parts.size(); ++index)
+        require(rewritten->parts[index].data == message->parts[index].data,
+                "an encoded message keeps the data of its parts");
     return 0;
 }

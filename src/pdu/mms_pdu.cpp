@@ -73,7 +73,7 @@ const ContentType* Pdu::contentType() const
     return header ? &header->contentType : nullptr;
 }
 
-std::optional<Pdu> decodePdu(QByteArrayView bytes, DecodeError* error)
+std::optional<Pdu> decodePduHeader(QByteArrayView bytes, qsizetype* bodyOffset, DecodeError* error)
 {
     WspReader reader(bytes);
     Pdu pdu;
@@ -85,22 +85,29 @@ std::optional<Pdu> decodePdu(QByteArrayView bytes, DecodeError* error)
             break;
         const bool bodyFollows = field->is(Field::ContentType);
         pdu.headers.append(std::move(*field));
-        if (bodyFollows) {
-            pdu.body = reader.octets(reader.remaining())->toByteArray();
+        if (bodyFollows)
             break;
-        }
     }
     if (reader.error()) {
         if (error)
             *error = *reader.error();
         return std::nullopt;
     }
+    *bodyOffset = reader.offset();
     return pdu;
 }
 
-QByteArray encodePdu(const Pdu& pdu)
+std::optional<Pdu> decodePdu(QByteArrayView bytes, DecodeError* error)
 {
-    WspWriter writer;
+    qsizetype bodyOffset = 0;
+    std::optional<Pdu> pdu = decodePduHeader(bytes, &bodyOffset, error);
+    if (pdu && pdu->contentType())
+        pdu->body = bytes.sliced(bodyOffset).toByteArray();
+    return pdu;
+}
+
+void writePduHeader(WspWriter& writer, const Pdu& pdu)
+{
     const HeaderField* contentType = nullptr;
     for (const HeaderField& field : pdu.headers) {
         if (field.is(Field::ContentType))
@@ -108,10 +115,19 @@ QByteArray encodePdu(const Pdu& pdu)
         else
             writeHeaderField(writer, field);
     }
-    if (!contentType)
+    if (contentType)
+        writeHeaderField(writer, *contentType);
+}
+
+QByteArray encodePdu(const Pdu& pdu)
+{
+    WspWriter writer;
+    writePduHeader(writer, pdu);
+    if (!pdu.contentType())
         return writer.bytes();
-    writeHeaderField(writer, *contentType);
-    return writer.bytes() + pdu.body;
+    writer.reserve(writer.bytes().size() + pdu.body.size());
+    writer.octets(pdu.body);
+    return writer.bytes();
 }
 
 } // namespace tavmms::pdu

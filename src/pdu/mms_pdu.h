@@ -7,6 +7,7 @@
 #include "header_field.h"
 #include "tavmms_global.h"
 #include "wsp_reader.h"
+#include "wsp_writer.h"
 
 #include <QByteArray>
 #include <QByteArrayView>
@@ -78,8 +79,13 @@ struct Pdu {
 // The PDU in `bytes`, which must begin with its X-Mms-Message-Type field. Nothing, with `error`
 // set, when the bytes do not read.
 std::optional<Pdu> decodePdu(QByteArrayView bytes, DecodeError* error = nullptr);
+// The header fields alone, leaving `pdu.body` empty; `bodyOffset` tells where the body starts.
+std::optional<Pdu> decodePduHeader(QByteArrayView bytes, qsizetype* bodyOffset,
+                                   DecodeError* error = nullptr);
 // The bytes of `pdu`: its fields in order, any Content-Type field last, then the body.
 QByteArray encodePdu(const Pdu& pdu);
+// The header fields of `pdu` alone, any Content-Type field last, after what `writer` holds.
+void writePduHeader(WspWriter& writer, const Pdu& pdu);
 
 } // namespace tavmms::pdu
 

@@ -109,7 +109,7 @@ bool Part::isMultipart() const
     return isMultipartType(contentType);
 }
 
-std::optional<QList<Part>> decodeMultipart(QByteArrayView body, std::optional<DecodeError>* error)
+std::optional<QList<Part>> decodeMultipart(QByteArrayView body, DecodeError* error)
 {
     WspReader reader(body);
     QList<Part> parts;
@@ -128,16 +128,20 @@ std::optional<QList<Part>> decodeMultipart(QByteArrayView body, std::optional<De
             break;
         parts.append(std::move(*part));
     }
-    if (error)
-        *error = reader.error();
-    if (reader.error())
+    if (reader.error()) {
+        if (error)
+            *error = *reader.error();
         return std::nullopt;
+    }
     return parts;
 }
 
-QByteArray encodeMultipart(const QList<Part>& parts)
+void writeMultipart(WspWriter& writer, const QList<Part>& parts)
 {
-    WspWriter writer;
+    qsizetype size = writer.bytes().size() + 5;
+    for (const Part& part : parts)
+        size += part.data.size() + 64;
+    writer.reserve(size);
     writer.uintvar(quint32(parts.size()));
     for (const Part& part : parts) {
         WspWriter headers;
@@ -149,6 +153,12 @@ QByteArray encodeMultipart(const QList<Part>& parts)
         writer.octets(headers.bytes());
         writer.octets(part.data);
     }
+}
+
+QByteArray encodeMultipart(const QList<Part>& parts)
+{
+    WspWriter writer;
+    writeMultipart(writer, parts);
     return writer.bytes();
 }
 

@@ -8,6 +8,7 @@
 #include "part_header.h"
 #include "tavmms_global.h"
 #include "wsp_reader.h"
+#include "wsp_writer.h"
 
 #include <QByteArray>
 #include <QByteArrayView>
@@ -52,9 +53,10 @@ struct Part {
 
 // The parts of `body`; nothing, with the reason in `error`, when an entry does not read or the
 // body ends before the count of entries. Octets after the last entry are ignored.
-std::optional<QList<Part>> decodeMultipart(QByteArrayView body,
-                                           std::optional<DecodeError>* error = nullptr);
+std::optional<QList<Part>> decodeMultipart(QByteArrayView body, DecodeError* error = nullptr);
 QByteArray encodeMultipart(const QList<Part>& parts);
+// The same, after what `writer` holds.
+void writeMultipart(WspWriter& writer, const QList<Part>& parts);
 
 // The index of the part to present first: the one whose Content-ID is the `start` parameter of
 // `multipartType` (angle brackets on either side or not), else the first; -1 when there are none.

@@ -15,6 +15,8 @@ class WspWriter
 {
 public:
     const QByteArray& bytes() const { return bytes_; }
+    // Room for `size` octets in all, so that a large value is copied in once.
+    void reserve(qsizetype size) { bytes_.reserve(size); }
 
     void octet(quint8 value) { bytes_.append(char(value)); }
     void octets(QByteArrayView data) { bytes_.append(data); }

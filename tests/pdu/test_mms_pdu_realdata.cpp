@@ -2,6 +2,7 @@
 // carry, and encodes back to bytes that decode to the same values. They are read where the
 // machine keeps them, and the tests skip when they are not there.
 
+#include "mms_message.h"
 #include "mms_pdu.h"
 
 #include <QDir>
@@ -54,6 +55,24 @@ TEST_F(RealPduTest, EveryOneDecodesAndRoundTrips)
         const std::optional<Pdu> again = decodePdu(encodePdu(pdu));
         ASSERT_TRUE(again);
         EXPECT_EQ(*again, pdu);
+    }
+}
+
+TEST_F(RealPduTest, EveryMessageDecodesWholeAndEncodesBackInOnePass)
+{
+    const QStringList names =
+        QDir(kFolder).entryList({QStringLiteral("m-retrieve_*"), QStringLiteral("m-send_*.req")});
+    for (const QString& name : names) {
+        SCOPED_TRACE(name.toStdString());
+        const QByteArray bytes = bytesOf(name);
+        DecodeError error;
+        const std::optional<Message> message = decodeMessage(bytes, &error);
+        ASSERT_TRUE(message) << error.offset << ": " << error.expected.toStdString();
+        EXPECT_FALSE(message->parts.isEmpty());
+        const std::optional<Message> again = decodeMessage(encodeMessage(*message));
+        ASSERT_TRUE(again);
+        EXPECT_EQ(again->pdu, message->pdu);
+        EXPECT_EQ(again->parts, message->parts);
     }
 }
 
