@@ -16,15 +16,15 @@ namespace tavmms::pdu
 {
 
 // The name Qt decodes the charset `mibEnum` by; empty for a number not in the table.
-QByteArray charsetName(quint64 mibEnum);
+TAVMMS_EXPORT QByteArray charsetName(quint64 mibEnum);
 
 // The number of the charset called `name` (ignoring case), the first the table gives it.
-std::optional<quint64> charsetMibEnum(QByteArrayView name);
+TAVMMS_EXPORT std::optional<quint64> charsetMibEnum(QByteArrayView name);
 
 // Whether text in the charset `mibEnum` is UTF-16 (or UCS-2), whose zero octets end no string.
-bool isUtf16(quint64 mibEnum);
+TAVMMS_EXPORT bool isUtf16(quint64 mibEnum);
 
-struct DecodedText {
+struct TAVMMS_EXPORT DecodedText {
     QString text;
     // Whether bytes that are not valid in the charset, or a character cut short at the end, were
     // given as U+FFFD: the text is shown all the same, with a warning.
@@ -33,7 +33,7 @@ struct DecodedText {
 
 // `bytes` in the charset `mibEnum`. UTF-16 without a byte order mark is big-endian. Nothing when
 // the charset is not in the table or not available.
-std::optional<DecodedText> decodeText(QByteArrayView bytes, quint64 mibEnum);
+TAVMMS_EXPORT std::optional<DecodedText> decodeText(QByteArrayView bytes, quint64 mibEnum);
 
 } // namespace tavmms::pdu
 

@@ -19,7 +19,7 @@
 namespace tavmms::pdu
 {
 
-struct Disposition {
+struct TAVMMS_EXPORT Disposition {
     // "form-data", "attachment", "inline" or another token.
     QByteArray kind;
     QList<Parameter> parameters;
@@ -32,13 +32,13 @@ struct Disposition {
 
 // The text form: the kind, then `; name="value"` for each parameter, with '"' and '\' in values
 // escaped by a backslash.
-QByteArray dispositionText(const Disposition& disposition);
+TAVMMS_EXPORT QByteArray dispositionText(const Disposition& disposition);
 // The text form read back; values may be quoted or bare tokens, as mail writes them too.
-Disposition parseDisposition(QByteArrayView text);
+TAVMMS_EXPORT Disposition parseDisposition(QByteArrayView text);
 
 // A length, the kind (a number for the three WSP names, else a token text) and parameters.
-std::optional<Disposition> readDisposition(WspReader& reader);
-void writeDisposition(WspWriter& writer, const Disposition& disposition);
+TAVMMS_EXPORT std::optional<Disposition> readDisposition(WspReader& reader);
+TAVMMS_EXPORT void writeDisposition(WspWriter& writer, const Disposition& disposition);
 
 } // namespace tavmms::pdu
 

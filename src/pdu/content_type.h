@@ -18,7 +18,7 @@
 namespace tavmms::pdu
 {
 
-struct Parameter {
+struct TAVMMS_EXPORT Parameter {
     QByteArray name;
     QByteArray value;
 
@@ -30,9 +30,9 @@ struct Parameter {
 };
 
 // The value of the first of `parameters` called `name`, ignoring case; empty when there is none.
-QByteArray parameterValue(const QList<Parameter>& parameters, QByteArrayView name);
+TAVMMS_EXPORT QByteArray parameterValue(const QList<Parameter>& parameters, QByteArrayView name);
 
-struct ContentType {
+struct TAVMMS_EXPORT ContentType {
     QByteArray mediaType;
     // In the order they came. Typed values read as text: a charset by its name ("utf-8"), a
     // number in decimal, a content type by its name.
@@ -52,24 +52,24 @@ struct ContentType {
 };
 
 // The media type of the well-known number `code`; empty for a number WSP does not assign.
-QByteArray wellKnownMediaType(quint64 code);
+TAVMMS_EXPORT QByteArray wellKnownMediaType(quint64 code);
 // The well-known number of `mediaType`, ignoring case.
-std::optional<quint8> wellKnownMediaCode(QByteArrayView mediaType);
+TAVMMS_EXPORT std::optional<quint8> wellKnownMediaCode(QByteArrayView mediaType);
 
 // A Content-type-value: a short integer, an extension media text, or a value length, a media type
 // and parameters.
-std::optional<ContentType> readContentType(WspReader& reader);
+TAVMMS_EXPORT std::optional<ContentType> readContentType(WspReader& reader);
 // The shortest form that carries it: a well-known number or a text alone when there are no
 // parameters, else the general form.
-void writeContentType(WspWriter& writer, const ContentType& type);
+TAVMMS_EXPORT void writeContentType(WspWriter& writer, const ContentType& type);
 
 // Parameters (typed or untyped) until `reader` is at its end, appended to `parameters`.
-bool readParameters(WspReader& reader, QList<Parameter>& parameters);
+TAVMMS_EXPORT bool readParameters(WspReader& reader, QList<Parameter>& parameters);
 // A parameter, typed when WSP gives its name a number this codec writes, else as token and text.
-void writeParameter(WspWriter& writer, const Parameter& parameter);
+TAVMMS_EXPORT void writeParameter(WspWriter& writer, const Parameter& parameter);
 
 // A Text-value: no value (a zero octet), a token text or a quoted string.
-std::optional<QByteArray> readTextValue(WspReader& reader);
+TAVMMS_EXPORT std::optional<QByteArray> readTextValue(WspReader& reader);
 
 } // namespace tavmms::pdu
 

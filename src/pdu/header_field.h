@@ -105,11 +105,11 @@ enum class ValueType {
 };
 
 // The name of field `code` ("X-Mms-Message-Type"); empty for a number the codec does not know.
-QString fieldName(quint8 code);
+TAVMMS_EXPORT QString fieldName(quint8 code);
 // The encoding of field `code`'s value; Raw for one the codec does not know.
-ValueType fieldValueType(quint8 code);
+TAVMMS_EXPORT ValueType fieldValueType(quint8 code);
 
-struct HeaderField {
+struct TAVMMS_EXPORT HeaderField {
     // The field's number, when the field has no name.
     quint8 code = 0;
     // The name of a text header ("X-Scanned-By") that a PDU carries among its own fields; never
@@ -148,8 +148,8 @@ struct HeaderField {
 // Reads one field: a well-known one (a short integer) or a text header. Text that is not valid in
 // its charset, or in a charset the codec lacks, is read all the same, with a warning appended to
 // `warnings`.
-std::optional<HeaderField> readHeaderField(WspReader& reader, QStringList& warnings);
-void writeHeaderField(WspWriter& writer, const HeaderField& field);
+TAVMMS_EXPORT std::optional<HeaderField> readHeaderField(WspReader& reader, QStringList& warnings);
+TAVMMS_EXPORT void writeHeaderField(WspWriter& writer, const HeaderField& field);
 
 } // namespace tavmms::pdu
 

@@ -14,7 +14,7 @@
 namespace tavmms::pdu
 {
 
-struct Attachment {
+struct TAVMMS_EXPORT Attachment {
     // As the caller knows it: "image/jpeg".
     QByteArray mediaType;
     // The name the user sees; the part is named after it, in ASCII.
@@ -29,7 +29,7 @@ enum class BodyKind {
     Mixed,
 };
 
-struct EncodedBody {
+struct TAVMMS_EXPORT EncodedBody {
     // The content type of the message, with the start and type of a related body.
     ContentType contentType;
     QByteArray bytes;
@@ -37,7 +37,8 @@ struct EncodedBody {
 
 // The text (when there is any) as a text/plain part in UTF-8, then the attachments in order; each
 // part with a Content-ID and a Content-Location of its own. A related body starts with the SMIL.
-EncodedBody composeBody(const QString& text, const QList<Attachment>& attachments, BodyKind kind);
+TAVMMS_EXPORT EncodedBody composeBody(const QString& text, const QList<Attachment>& attachments,
+                                      BodyKind kind);
 
 } // namespace tavmms::pdu
 

@@ -15,7 +15,7 @@ namespace tavmms::pdu
 // MMSCs send) is a phone number without its suffix; an e-mail address is one; a bare number of
 // digits and "+" is a phone number. Another type ("10.0.0.1/TYPE=IPv4") has no entry type of its
 // own: it becomes an unknown one that keeps the whole text. The entry has no name.
-MMS_UTIL_Entry addressEntry(const QString& text);
+TAVMMS_EXPORT MMS_UTIL_Entry addressEntry(const QString& text);
 
 } // namespace tavmms::pdu
 

@@ -16,7 +16,7 @@
 namespace tavmms::pdu
 {
 
-struct Message {
+struct TAVMMS_EXPORT Message {
     // The header fields; the body is in `parts`, so `pdu.body` stays empty.
     Pdu pdu;
     // The parts of a multipart body; a body of another type is one part of that type. A PDU
@@ -25,14 +25,15 @@ struct Message {
 };
 
 // The header and the parts of `bytes`, transfer encodings left as they are.
-std::optional<Message> decodeMessage(QByteArrayView bytes, DecodeError* error = nullptr);
+TAVMMS_EXPORT std::optional<Message> decodeMessage(QByteArrayView bytes,
+                                                   DecodeError* error = nullptr);
 // The parts of a body of content type `type`: decoded when it is a multipart body, else the body
 // as one part of that type.
-std::optional<QList<Part>> decodeBody(const ContentType& type, QByteArrayView body,
-                                      DecodeError* error = nullptr);
+TAVMMS_EXPORT std::optional<QList<Part>> decodeBody(const ContentType& type, QByteArrayView body,
+                                                    DecodeError* error = nullptr);
 // The PDU of `message`: its header fields, then its parts as a multipart body when the content
 // type is one, else the first part's data.
-QByteArray encodeMessage(const Message& message);
+TAVMMS_EXPORT QByteArray encodeMessage(const Message& message);
 
 } // namespace tavmms::pdu
 

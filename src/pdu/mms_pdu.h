@@ -48,9 +48,9 @@ enum class MessageType : quint8 {
 };
 
 // "m-send-req" and so on; empty for a number that is no message type.
-QString messageTypeName(quint64 type);
+TAVMMS_EXPORT QString messageTypeName(quint64 type);
 
-struct Pdu {
+struct TAVMMS_EXPORT Pdu {
     QList<HeaderField> headers;
     // The body after the Content-Type field, as carried; a PDU without that field has none.
     QByteArray body;
@@ -78,14 +78,14 @@ struct Pdu {
 
 // The PDU in `bytes`, which must begin with its X-Mms-Message-Type field. Nothing, with `error`
 // set, when the bytes do not read.
-std::optional<Pdu> decodePdu(QByteArrayView bytes, DecodeError* error = nullptr);
+TAVMMS_EXPORT std::optional<Pdu> decodePdu(QByteArrayView bytes, DecodeError* error = nullptr);
 // The header fields alone, leaving `pdu.body` empty; `bodyOffset` tells where the body starts.
-std::optional<Pdu> decodePduHeader(QByteArrayView bytes, qsizetype* bodyOffset,
-                                   DecodeError* error = nullptr);
+TAVMMS_EXPORT std::optional<Pdu> decodePduHeader(QByteArrayView bytes, qsizetype* bodyOffset,
+                                                 DecodeError* error = nullptr);
 // The bytes of `pdu`: its fields in order, any Content-Type field last, then the body.
-QByteArray encodePdu(const Pdu& pdu);
+TAVMMS_EXPORT QByteArray encodePdu(const Pdu& pdu);
 // The header fields of `pdu` alone, any Content-Type field last, after what `writer` holds.
-void writePduHeader(WspWriter& writer, const Pdu& pdu);
+TAVMMS_EXPORT void writePduHeader(WspWriter& writer, const Pdu& pdu);
 
 } // namespace tavmms::pdu
 

@@ -20,9 +20,9 @@ namespace tavmms::pdu
 {
 
 // Whether `type` is of a multipart body, WSP's or mail's.
-bool isMultipartType(const ContentType& type);
+TAVMMS_EXPORT bool isMultipartType(const ContentType& type);
 
-struct Part {
+struct TAVMMS_EXPORT Part {
     ContentType contentType;
     // The headers after the content type, in the order they came.
     QList<PartHeader> headers;
@@ -53,14 +53,15 @@ struct Part {
 
 // The parts of `body`; nothing, with the reason in `error`, when an entry does not read or the
 // body ends before the count of entries. Octets after the last entry are ignored.
-std::optional<QList<Part>> decodeMultipart(QByteArrayView body, DecodeError* error = nullptr);
-QByteArray encodeMultipart(const QList<Part>& parts);
+TAVMMS_EXPORT std::optional<QList<Part>> decodeMultipart(QByteArrayView body,
+                                                         DecodeError* error = nullptr);
+TAVMMS_EXPORT QByteArray encodeMultipart(const QList<Part>& parts);
 // The same, after what `writer` holds.
-void writeMultipart(WspWriter& writer, const QList<Part>& parts);
+TAVMMS_EXPORT void writeMultipart(WspWriter& writer, const QList<Part>& parts);
 
 // The index of the part to present first: the one whose Content-ID is the `start` parameter of
 // `multipartType` (angle brackets on either side or not), else the first; -1 when there are none.
-qsizetype startPart(const ContentType& multipartType, const QList<Part>& parts);
+TAVMMS_EXPORT qsizetype startPart(const ContentType& multipartType, const QList<Part>& parts);
 
 } // namespace tavmms::pdu
 

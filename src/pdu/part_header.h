@@ -17,7 +17,7 @@
 namespace tavmms::pdu
 {
 
-struct PartHeader {
+struct TAVMMS_EXPORT PartHeader {
     // WSP's spelling for a numbered field, else as it came.
     QByteArray name;
     // As text: Content-ID as carried ("<0.smil>"), Content-Disposition in its text form
@@ -36,12 +36,12 @@ struct PartHeader {
 };
 
 // The name of the field WSP numbers `code`; empty for a number it does not assign.
-QByteArray headerFieldName(quint8 code);
+TAVMMS_EXPORT QByteArray headerFieldName(quint8 code);
 
-std::optional<PartHeader> readPartHeader(WspReader& reader);
+TAVMMS_EXPORT std::optional<PartHeader> readPartHeader(WspReader& reader);
 // A field WSP names is written by its number, in the encoding its value has there; any other as
 // a name and a text.
-void writePartHeader(WspWriter& writer, const PartHeader& header);
+TAVMMS_EXPORT void writePartHeader(WspWriter& writer, const PartHeader& header);
 
 } // namespace tavmms::pdu
 

@@ -14,14 +14,14 @@ namespace tavmms::pdu
 {
 
 // The data of `part` with its transfer encoding undone; any other encoding, or none, as it is.
-QByteArray decodedData(const Part& part);
+TAVMMS_EXPORT QByteArray decodedData(const Part& part);
 
 // Base64, whatever whitespace or line breaks come between the characters; a last character left
 // over, which makes no whole octet, is dropped.
-QByteArray decodeBase64(QByteArrayView text);
+TAVMMS_EXPORT QByteArray decodeBase64(QByteArrayView text);
 // Quoted-printable: =XX escapes and soft line breaks (an '=' ending a line) undone; an '=' that
 // starts neither is kept as it is.
-QByteArray decodeQuotedPrintable(QByteArrayView text);
+TAVMMS_EXPORT QByteArray decodeQuotedPrintable(QByteArrayView text);
 
 } // namespace tavmms::pdu
 

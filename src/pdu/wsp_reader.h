@@ -17,12 +17,12 @@ namespace tavmms::pdu
 {
 
 // Why the bytes do not read: the offset of the value that does not, and what was expected there.
-struct DecodeError {
+struct TAVMMS_EXPORT DecodeError {
     qsizetype offset = 0;
     QString expected;
 };
 
-class WspReader
+class TAVMMS_EXPORT WspReader
 {
 public:
     // The reader keeps a view of `bytes`, which must outlive it: a temporary array is refused.

@@ -11,7 +11,7 @@
 namespace tavmms::pdu
 {
 
-class WspWriter
+class TAVMMS_EXPORT WspWriter
 {
 public:
     const QByteArray& bytes() const { return bytes_; }
