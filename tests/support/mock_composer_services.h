@@ -26,6 +26,7 @@ public:
     ~MockMimeRegistry() override;
 
     MOCK_METHOD(QStringList, extensions, (const QString& mimeId), (override));
+    MOCK_METHOD(QString, mediaTypeOfFile, (const QString& path), (override));
 };
 
 class MockMediaCapabilities : public tavplatform::MediaCapabilityService

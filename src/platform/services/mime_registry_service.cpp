@@ -47,6 +47,11 @@ QStringList QtMimeRegistry::extensions(const QString& mimeId)
     return type.suffixes();
 }
 
+QString QtMimeRegistry::mediaTypeOfFile(const QString& path)
+{
+    return database_.mimeTypeForFile(path, QMimeDatabase::MatchDefault).name();
+}
+
 MimeRegistryService& mimeRegistryService()
 {
     return registrySlot().get();

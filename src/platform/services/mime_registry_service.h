@@ -21,6 +21,9 @@ public:
     // The extensions (without the dot) the registry holds for `mimeId` ("type/subtype"), in the
     // registry's own order, most preferred first; empty for a type it does not know.
     virtual QStringList extensions(const QString& mimeId) = 0;
+    // The MIME type ("image/png") of the file at `path`, judged by its content and its name;
+    // "application/octet-stream" for a file it can tell by neither.
+    virtual QString mediaTypeOfFile(const QString& path) = 0;
 };
 
 // The registry on the freedesktop shared MIME database, through QMimeDatabase. Type names are
@@ -30,6 +33,8 @@ class TAVPLATFORM_EXPORT QtMimeRegistry : public MimeRegistryService
 {
 public:
     QStringList extensions(const QString& mimeId) override;
+    // The database reads the file's first bytes only.
+    QString mediaTypeOfFile(const QString& path) override;
 
 private:
     QMimeDatabase database_;

@@ -9,7 +9,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <QFile>
 #include <QMimeDatabase>
+#include <QTemporaryDir>
 
 namespace
 {
@@ -68,6 +70,26 @@ TEST(QtMimeRegistry, AnswersTheSameOnEveryCall)
     EXPECT_THAT(first, Contains(QStringLiteral("mp4")));
     EXPECT_EQ(registry.extensions(QStringLiteral("Video/MP4")), first);
     EXPECT_EQ(registry.extensions(QStringLiteral("video/mp4")), first);
+}
+
+TEST(QtMimeRegistry, TellsAFilesTypeByItsContentAndItsName)
+{
+    QTemporaryDir dir;
+    ASSERT_TRUE(dir.isValid());
+    const auto write = [&dir](const char* name, const QByteArray& data) {
+        QFile file(dir.filePath(QString::fromUtf8(name)));
+        EXPECT_TRUE(file.open(QIODevice::WriteOnly));
+        file.write(data);
+        return file.fileName();
+    };
+    QtMimeRegistry registry;
+    // A PNG without an extension is told by its signature.
+    EXPECT_EQ(registry.mediaTypeOfFile(write("picture", "\x89PNG\r\n\x1a\n")),
+              QStringLiteral("image/png"));
+    EXPECT_EQ(registry.mediaTypeOfFile(write("note.txt", "plain words")),
+              QStringLiteral("text/plain"));
+    EXPECT_EQ(registry.mediaTypeOfFile(write("blob", QByteArray("\x00\x01\x02", 3))),
+              QStringLiteral("application/octet-stream"));
 }
 
 TEST(AmMimeType, HasOneInstanceForTheProcess)
