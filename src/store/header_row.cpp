@@ -97,6 +97,8 @@ void setHeaderFields(MMS_UTIL_DBStruct_T* row, const MMS_UTIL_MsgHeaderBase& hea
         MMS_UTIL_Common::mimeTypeGetValue(header.contentType.type, header.contentType.subtype);
     row->mms_fld_msgsize_name = header.messageSize;
     row->mms_fld_expiretime_name = header.expiry;
+    row->mms_fld_deliverytime_name =
+        header.deliveryTime.isValid() ? quint32(header.deliveryTime.toSecsSinceEpoch()) : 0;
     setText8(row->mms_fld_msgid_name, header.messageId);
 }
 

@@ -15,7 +15,7 @@ namespace tavmms::store
 {
 
 // Sets the fields of `row` that `header` gives (sender, recipients, subject, time, priority, type,
-// reports, size, expiry, Message-ID); the others stay.
+// reports, size, expiry, delivery time, Message-ID); the others stay.
 void setHeaderFields(MMS_UTIL_DBStruct_T* row, const MMS_UTIL_MsgHeaderBase& header);
 
 // A row holding the fields `header` gives; the others are zero.

@@ -1,5 +1,6 @@
 #include "message_store.h"
 
+#include "body_contents.h"
 #include "file_status.h"
 #include "header_row.h"
 #include "index_row_text.h"
@@ -10,6 +11,8 @@
 #include "mail_file_reader.h"
 #include "message_index.h"
 #include "recovery.h"
+#include "retrieved_message.h"
+#include "send_request.h"
 #include "space_reserve.h"
 #include "store_lock.h"
 
@@ -166,6 +169,10 @@ MMS_UTIL_DBStruct_T rowOf(const MMS_UTIL_MsgHeaderBase& header, const NewMessage
     row.cmn_fld_msg_attr_read = state == State::Received ? 0 : 1;
     row.cmn_fld_folder_id = unsigned(folder);
     row.cmn_fld_send_receive_state = ushort(state);
+    const BodyContents contents = bodyContents(header.contentType, message.body);
+    row.cmn_fld_contain_au_or_vi = contents.audioOrVideo ? 1 : 0;
+    row.cmn_fld_contain_attachment = contents.attachment ? 1 : 0;
+    setText8(row.mms_fld_tid_name, message.transactionId);
     setText8(row.mms_fld_msguri_name, message.uri.isEmpty()
                                           ? QUuid::createUuid()
                                                 .toString(QUuid::WithoutBraces)
@@ -233,8 +240,19 @@ void fillHeader(MMS_UTIL_MsgHeaderBase* header, const NewMessage& message)
     header->contentType = message.contentType;
     header->messageId = message.messageId;
     // The header block keeps whole seconds; so does the row.
-    header->sendDate = QDateTime::fromSecsSinceEpoch(QDateTime::currentSecsSinceEpoch());
-    header->messageSize = uint(message.body.size());
+    header->sendDate =
+        QDateTime::fromSecsSinceEpoch(message.date.isValid() ? message.date.toSecsSinceEpoch()
+                                                             : QDateTime::currentSecsSinceEpoch());
+    if (message.deliveryTime.isValid())
+        header->deliveryTime =
+            QDateTime::fromSecsSinceEpoch(message.deliveryTime.toSecsSinceEpoch());
+    if (message.priority)
+        header->setPriority(*message.priority);
+    header->deliveryReport = message.deliveryReport.value_or(header->deliveryReport);
+    header->readReplyReport = message.readReport.value_or(header->readReplyReport);
+    header->senderVisibility = message.senderVisible.value_or(header->senderVisibility);
+    header->expiry = message.expiry.value_or(header->expiry);
+    header->messageSize = message.messageSize.value_or(uint(message.body.size()));
 }
 
 // The text of the URI or the Message-ID field of `row`, as it is kept.
@@ -386,6 +404,12 @@ Added MessageStore::Impl::keep(MMS_UTIL_MsgHeaderBase& header, const NewMessage&
     const MMS_UTIL_DBStruct_T row = rowOf(header, message, folder, state);
     if (r == DB_OK)
         r = addRowAtFreeId(row, &added.id);
+    // An added row has no attachment whatever it says; an update keeps what it says.
+    if (r == DB_OK && row.cmn_fld_contain_attachment != 0) {
+        r = MMS_UTIL_DBTable::update(added.id, row);
+        if (r == DB_OK)
+            r = commitOrAbort();
+    }
     if (r != DB_OK) {
         added.status = databaseFailure(QStringLiteral("cannot add the message's row"), r);
         return added;
@@ -648,6 +672,18 @@ Added MessageStore::receive(const NewMessage& message, bool allowDuplicate)
     return d->keep(header, received, Folder::Inbox, State::Received, !allowDuplicate);
 }
 
+Added MessageStore::receivePdu(const QByteArray& pdu, const QString& uri, bool allowDuplicate)
+{
+    RetrievedMessage retrieved = retrievedMessage(pdu);
+    if (!retrieved.status.ok()) {
+        Added added;
+        added.status = retrieved.status;
+        return added;
+    }
+    retrieved.message.uri = uri;
+    return receive(retrieved.message, allowDuplicate);
+}
+
 Added MessageStore::writeMailFile(unsigned int id, MMS_UTIL_MsgHeaderBase& header,
                                   const QByteArray& body, bool replace)
 {
@@ -745,6 +781,25 @@ ReadMessage MessageStore::read(unsigned int id, bool withBody)
                                       qsizetype(loaded->bodyLength));
     }
     return message;
+}
+
+SendRequest MessageStore::sendRequest(unsigned int id)
+{
+    SendRequest request;
+    const ReadMessage message = read(id);
+    request.status = message.status;
+    if (request.status.ok() && !message.header)
+        request.status = failed(message.mailFileError);
+    if (!request.status.ok())
+        return request;
+    request.transactionId = newTransactionId();
+    request.pdu = encodeSendRequest(*message.header, message.body, request.transactionId);
+    request.status = d->changeRow(id, [&request](MMS_UTIL_DBStruct_T* record) {
+        setText8(record->mms_fld_tid_name, request.transactionId);
+    });
+    if (!request.status.ok())
+        request.pdu.clear();
+    return request;
 }
 
 Listed MessageStore::list(const ListFilter& filter)

@@ -67,6 +67,12 @@ public:
     // confirmed in the kept message's mail file), unless `allowDuplicate`; TooLarge for a body
     // over receiveLimit().
     Added receive(const NewMessage& message, bool allowDuplicate = false);
+    // Keeps the message of an m-retrieve.conf PDU as receive() keeps one, its header read from
+    // the PDU's fields and its body the PDU's as carried; `uri` is the row's message URI, as for
+    // receive(). Malformed when the PDU does not read, WrongType for a PDU of another type,
+    // NotRetrieved when its X-Mms-Retrieve-Status is not Ok; each with nothing written.
+    Added receivePdu(const QByteArray& pdu, const QString& uri = QString(),
+                     bool allowDuplicate = false);
 
     // Writes the mail file of the message with row `id`. NotFound without a row; Exists when it
     // has a mail file and `replace` is false. A new file is saved as an add saves it; a file
@@ -76,6 +82,11 @@ public:
     // mark and URI stay.
     Added writeMailFile(unsigned int id, MMS_UTIL_MsgHeaderBase& header, const QByteArray& body,
                         bool replace);
+
+    // The m-send.req that sends message `id`, made from its mail file's header and body under a
+    // new transaction id, which its row then keeps. NotFound without a row; Failed when the mail
+    // file does not load.
+    SendRequest sendRequest(unsigned int id);
 
     // The message's row, and its mail file's header and body; without `withBody`, the body's
     // length alone (a listing or a summary needs no copy of a large body).

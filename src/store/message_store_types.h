@@ -47,15 +47,18 @@ TAVMMS_EXPORT QString stateName(unsigned int state);
 // What went wrong, for a caller that acts on it; the text says it to a person.
 enum class ErrorCode {
     None,
-    NotFound,  // no message has that id
-    Blocked,   // receive: the sender is on the block list
-    Duplicate, // receive: a message with that URI or Message-ID is kept already
-    Exists,    // the message has a mail file already, and replacing it was not asked for
-    TooLarge,  // the body is over the size limit of its direction, or over kLargestBody
-    Invalid,   // the call's arguments cannot be kept (a folder a composed message cannot go to)
-    NoSpace,   // the disk is full
-    Busy,      // another program held the store's lock longer than the call waits
-    Failed,    // anything else: the database or the file system failed
+    NotFound,     // no message has that id
+    Blocked,      // receive: the sender is on the block list
+    Duplicate,    // receive: a message with that URI or Message-ID is kept already
+    Exists,       // the message has a mail file already, and replacing it was not asked for
+    TooLarge,     // the body is over the size limit of its direction, or over kLargestBody
+    Invalid,      // the call's arguments cannot be kept (a folder a composed message cannot go to)
+    NoSpace,      // the disk is full
+    Busy,         // another program held the store's lock longer than the call waits
+    Failed,       // anything else: the database or the file system failed
+    Malformed,    // receivePdu: the bytes do not read as a PDU
+    WrongType,    // receivePdu: a PDU, but not a retrieved message (m-retrieve.conf)
+    NotRetrieved, // receivePdu: the MMSC says the message could not be retrieved
 };
 
 // The result of a call: done, or an error with one line of text (no line end) naming what failed
@@ -88,6 +91,18 @@ struct TAVMMS_EXPORT NewMessage {
     QString messageId;
     QString uri; // the row's message URI; empty: a new "urn:uuid:" one
 
+    // What the message itself says of its sending, as a received PDU carries it; each given wins
+    // over what compose() takes from the sending options and over the header's defaults.
+    QDateTime date;                          // when it was sent; invalid: now
+    std::optional<unsigned char> priority;   // 128 Low, 129 Normal, 130 High
+    std::optional<bool> deliveryReport;      // a delivery report is asked for
+    std::optional<bool> readReport;          // a read report is asked for
+    std::optional<bool> senderVisible;       // the sender may be shown to the recipients
+    std::optional<unsigned int> expiry;      // seconds
+    QDateTime deliveryTime;                  // invalid: none asked for
+    std::optional<unsigned int> messageSize; // the size the MMSC gives; default: the body's
+    QString transactionId;                   // kept in the row, cut to its 39 bytes
+
     // application/vnd.wap.multipart.mixed, without parameters.
     static MMS_CONTENT_TYPE_T defaultContentType();
 };
@@ -97,6 +112,13 @@ struct TAVMMS_EXPORT Added {
     Status status;
     unsigned int id = 0; // the row
     QString mailFile;    // the mail file named after it
+};
+
+// A kept message made into the request that sends it (an m-send.req PDU), or why not.
+struct TAVMMS_EXPORT SendRequest {
+    Status status;
+    QByteArray pdu;
+    QString transactionId; // the PDU's, now kept in the message's row too
 };
 
 // A message's row as the message lists show it.

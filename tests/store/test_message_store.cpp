@@ -19,6 +19,7 @@
 #include "support/mock_settings_store.h"
 #include "support/model_helpers.h"
 #include "support/mount_namespace.h"
+#include "support/pdu_helpers.h"
 #include "support/scoped_environment.h"
 #include "support/sql_queries.h"
 #include "support/temp_database.h"
@@ -1786,6 +1787,227 @@ TEST_F(MessageStoreTest, AWriterWaitsForARepairAndGivesUpAfterItsTimeout)
 
     repair.release();
     EXPECT_TRUE(impatient.compose(sampleMessage()).status.ok());
+}
+
+// ---- receivePdu ----
+
+using tavmms::pdu::Field;
+using tavmms::pdu::HeaderField;
+
+// A retrieved message from +4915550199 to +4915550101, with a Message-ID and a subject.
+QByteArray
+retrievedPdu(const QList<HeaderField>& more = {},
+             const QByteArray& body = tavmms_test::twoPartBody(),
+             const QByteArray& mediaType = QByteArrayLiteral("application/vnd.wap.multipart.mixed"))
+{
+    return tavmms_test::retrieveConfPdu(
+        QList<HeaderField>{
+            HeaderField::from(QStringLiteral("+4915550199/TYPE=PLMN")),
+            HeaderField::textField(Field::To, QStringLiteral("+4915550101/TYPE=PLMN")),
+            HeaderField::textField(Field::Subject, QStringLiteral("Lunch today?")),
+            HeaderField::textField(Field::MessageId, QStringLiteral("m-17@mmsc")),
+            HeaderField::integer(Field::Date, 1600000000)} +
+            more,
+        body, mediaType);
+}
+
+TEST_F(MessageStoreTest, ReceivePduFilesTheMessageWithItsHeaderFieldsAndItsBodyAsCarried)
+{
+    const Added outcome =
+        messages.receivePdu(retrievedPdu({HeaderField::octet(Field::Priority, 130),
+                                          HeaderField::octet(Field::DeliveryReport, 128),
+                                          HeaderField::octet(Field::ReadReport, 128),
+                                          HeaderField::octet(Field::SenderVisibility, 128),
+                                          HeaderField::time(Field::Expiry, 1600003600, false),
+                                          HeaderField::time(Field::DeliveryTime, 1600000600, false),
+                                          HeaderField::integer(Field::MessageSize, 4000)}),
+                            QStringLiteral("http://mmsc.example/get/17"));
+
+    ASSERT_TRUE(outcome.status.ok()) << outcome.status.text.toStdString();
+    const MMS_UTIL_DBStruct_T row = store.row(outcome.id);
+    EXPECT_EQ(row.cmn_fld_folder_id, unsigned(Folder::Inbox));
+    EXPECT_EQ(row.cmn_fld_send_receive_state, unsigned(State::Received));
+    EXPECT_EQ(tavmms_test::text16(row.cmn_fld_from_name), QStringLiteral("+4915550199"));
+    EXPECT_EQ(row.cmn_fld_time, 1600000000u);
+    EXPECT_EQ(row.cmn_fld_priority, 130);
+    EXPECT_EQ(row.mms_fld_deliveryreport_name, 1);
+    EXPECT_EQ(row.mms_fld_readreplyreport_name, 1);
+    EXPECT_EQ(row.mms_fld_sendervisibility_name, 0);
+    EXPECT_EQ(row.mms_fld_expiretime_name, 3600u);
+    EXPECT_EQ(row.mms_fld_deliverytime_name, 1600000600u);
+    EXPECT_EQ(row.mms_fld_msgsize_name, 4000u);
+    EXPECT_EQ(row.mms_fld_contenttype_name, 0x23); // application/vnd.wap.multipart.mixed
+    EXPECT_EQ(tavmms_test::text8(row.mms_fld_tid_name), "T-1");
+    EXPECT_EQ(tavmms_test::text8(row.mms_fld_msgid_name), "m-17@mmsc");
+    EXPECT_EQ(tavmms_test::text8(row.mms_fld_msguri_name), "http://mmsc.example/get/17");
+    EXPECT_EQ(row.cmn_fld_contain_au_or_vi, 0);
+    EXPECT_EQ(row.cmn_fld_contain_attachment, 0);
+    const Loaded mail = load(outcome.mailFile);
+    ASSERT_EQ(mail.result, MMS_UTIL_MAILFILE_OK);
+    EXPECT_EQ(mail.bodyBytes(), tavmms_test::twoPartBody());
+    EXPECT_EQ(mail.header->subject, QStringLiteral("Lunch today?"));
+    EXPECT_EQ(mail.header->priority, 130);
+    EXPECT_FALSE(mail.header->senderVisibility);
+    EXPECT_EQ(mail.header->expiry, 3600u);
+    EXPECT_EQ(mail.header->deliveryTime.toSecsSinceEpoch(), 1600000600);
+    EXPECT_EQ(mail.header->messageSize, 4000u);
+}
+
+TEST_F(MessageStoreTest, ReceivePduWithoutAMessageSizeTakesTheBodysAndShowsTheSender)
+{
+    const Added outcome = messages.receivePdu(retrievedPdu());
+
+    ASSERT_TRUE(outcome.status.ok()) << outcome.status.text.toStdString();
+    const MMS_UTIL_DBStruct_T row = store.row(outcome.id);
+    EXPECT_EQ(row.mms_fld_msgsize_name, unsigned(tavmms_test::twoPartBody().size()));
+    EXPECT_EQ(row.mms_fld_sendervisibility_name, 1);
+    EXPECT_EQ(row.mms_fld_deliverytime_name, 0u);
+}
+
+TEST_F(MessageStoreTest, ReceivePduMarksSoundVideoAndAttachmentsInTheRow)
+{
+    using tavmms::pdu::Part;
+    const QByteArray body = tavmms::pdu::encodeMultipart(
+        {Part{{"audio/amr", {}}, {}, "#!AMR"}, Part{{"text/x-vcard", {}}, {}, "BEGIN:VCARD"}});
+
+    const Added outcome = messages.receivePdu(retrievedPdu({}, body));
+
+    ASSERT_TRUE(outcome.status.ok()) << outcome.status.text.toStdString();
+    const MMS_UTIL_DBStruct_T row = store.row(outcome.id);
+    EXPECT_EQ(row.cmn_fld_contain_au_or_vi, 1);
+    EXPECT_EQ(row.cmn_fld_contain_attachment, 1);
+}
+
+TEST_F(MessageStoreTest, ReceivePduRefusesABlockedSenderAndWritesNothing)
+{
+    ASSERT_EQ(MMS_UTIL_Setting::addToBlockList(QStringLiteral("15550199")), 0);
+
+    const Added outcome = messages.receivePdu(retrievedPdu());
+
+    EXPECT_EQ(outcome.status.code, ErrorCode::Blocked);
+    expectNothingStays();
+}
+
+TEST_F(MessageStoreTest, ReceivePduRefusesAMessageIdKeptAlreadyUnlessAskedTo)
+{
+    ASSERT_TRUE(messages.receivePdu(retrievedPdu()).status.ok());
+
+    const Added again = messages.receivePdu(retrievedPdu());
+    const Added allowed = messages.receivePdu(retrievedPdu(), QString(), true);
+
+    EXPECT_EQ(again.status.code, ErrorCode::Duplicate);
+    EXPECT_TRUE(again.status.text.contains(QStringLiteral("Message-ID 'm-17@mmsc'")))
+        << again.status.text.toStdString();
+    EXPECT_TRUE(allowed.status.ok()) << allowed.status.text.toStdString();
+    EXPECT_EQ(store.rowCount(), 2);
+}
+
+TEST_F(MessageStoreTest, ReceivePduRefusesABodyOverMaxMtSize)
+{
+    ASSERT_EQ(MMS_UTIL_Setting::setMaxiumMTMMSSize(1), 0);
+
+    const Added outcome = messages.receivePdu(
+        retrievedPdu({}, QByteArray(1025, 'x'), QByteArrayLiteral("text/plain")));
+
+    EXPECT_EQ(outcome.status.code, ErrorCode::TooLarge);
+    expectNothingStays();
+}
+
+TEST_F(MessageStoreTest, ReceivePduRefusesWhatIsNoRetrievedMessageAndWritesNothing)
+{
+    const Added garbage = messages.receivePdu(QByteArrayLiteral("\x8c"));
+    const Added notFound =
+        messages.receivePdu(retrievedPdu({HeaderField::octet(Field::RetrieveStatus, 226)}));
+
+    EXPECT_EQ(garbage.status.code, ErrorCode::Malformed);
+    EXPECT_EQ(notFound.status.code, ErrorCode::NotRetrieved);
+    expectNothingStays();
+}
+
+TEST_F(MessageStoreTest, ReceivePduFailingAtAnyDatabaseCallKeepsNothing)
+{
+    const QByteArray pdu = retrievedPdu();
+    const int calls = failEachDatabaseCallInTurn(
+        [&](MessageStore& messages) { return messages.receivePdu(pdu); });
+    // As receive() of a message with a Message-ID and without a URI.
+    EXPECT_GT(calls, 14);
+}
+
+TEST_F(MessageStoreTest, ReceivePduTakesEveryRealRetrievedMessageButTheOneNotFound)
+{
+    if (!QDir(tavmms_test::realPduFolder()).exists())
+        GTEST_SKIP() << "no real PDUs at " << tavmms_test::realPduFolder().toStdString();
+    // One of them is over a fresh store's 100 KB.
+    ASSERT_EQ(MMS_UTIL_Setting::setMaxiumMTMMSSize(1024), 0);
+    const QStringList names =
+        QDir(tavmms_test::realPduFolder()).entryList({QStringLiteral("m-retrieve_*.conf")});
+    for (const QString& name : names) {
+        SCOPED_TRACE(name.toStdString());
+        const Added outcome = messages.receivePdu(tavmms_test::realPdu(name), QString(), true);
+        if (name == QLatin1String("m-retrieve_5.conf")) {
+            EXPECT_EQ(outcome.status.code, ErrorCode::NotRetrieved);
+            continue;
+        }
+        ASSERT_TRUE(outcome.status.ok()) << outcome.status.text.toStdString();
+        EXPECT_EQ(load(outcome.mailFile).result, MMS_UTIL_MAILFILE_OK);
+    }
+    EXPECT_EQ(store.rowCount(), names.size() - 1);
+}
+
+// ---- sendRequest ----
+
+TEST_F(MessageStoreTest, SendRequestCarriesTheHeaderAndBodyAndKeepsItsTransactionIdInTheRow)
+{
+    ASSERT_EQ(MMS_UTIL_Setting::setSendingOption(true, false, 86400, 130), 0);
+    const Added kept = messages.compose(sampleMessage());
+    ASSERT_TRUE(kept.status.ok()) << kept.status.text.toStdString();
+
+    const tavmms::store::SendRequest request = messages.sendRequest(kept.id);
+
+    ASSERT_TRUE(request.status.ok()) << request.status.text.toStdString();
+    const std::optional<tavmms::pdu::Pdu> pdu = tavmms::pdu::decodePdu(request.pdu);
+    ASSERT_TRUE(pdu);
+    EXPECT_EQ(pdu->messageType(), tavmms::pdu::MessageType::SendReq);
+    EXPECT_EQ(pdu->text(Field::TransactionId), request.transactionId);
+    EXPECT_EQ(tavmms_test::text8(store.row(kept.id).mms_fld_tid_name),
+              request.transactionId.toUtf8());
+    EXPECT_EQ(pdu->number(Field::MmsVersion), 0x12u);
+    EXPECT_TRUE(pdu->find(Field::From)->insertAddress);
+    ASSERT_EQ(pdu->findAll(Field::To).size(), 2);
+    EXPECT_EQ(pdu->findAll(Field::To)[0]->text, QStringLiteral("+4915550101/TYPE=PLMN"));
+    EXPECT_EQ(pdu->findAll(Field::To)[1]->text, QStringLiteral("bob@example.org"));
+    EXPECT_EQ(pdu->text(Field::Subject), QStringLiteral("Lunch today?"));
+    EXPECT_EQ(pdu->number(Field::DeliveryReport), 128u);
+    EXPECT_EQ(pdu->number(Field::ReadReport), 129u);
+    EXPECT_EQ(pdu->number(Field::Priority), 130u);
+    EXPECT_TRUE(pdu->find(Field::Expiry)->relative);
+    EXPECT_EQ(pdu->number(Field::Expiry), 86400u);
+    EXPECT_EQ(pdu->contentType()->mediaType, "application/vnd.wap.multipart.mixed");
+    EXPECT_EQ(pdu->body, sampleMessage().body);
+}
+
+TEST_F(MessageStoreTest, SendRequestGivesEachRequestATransactionIdOfItsOwn)
+{
+    const Added kept = messages.compose(sampleMessage());
+    ASSERT_TRUE(kept.status.ok()) << kept.status.text.toStdString();
+
+    const tavmms::store::SendRequest first = messages.sendRequest(kept.id);
+    const tavmms::store::SendRequest second = messages.sendRequest(kept.id);
+
+    ASSERT_TRUE(first.status.ok());
+    ASSERT_TRUE(second.status.ok());
+    EXPECT_NE(first.transactionId, second.transactionId);
+    EXPECT_LT(first.transactionId.size(), 40);
+    EXPECT_EQ(tavmms_test::text8(store.row(kept.id).mms_fld_tid_name),
+              second.transactionId.toUtf8());
+}
+
+TEST_F(MessageStoreTest, SendRequestOfAnUnknownIdIsNotFound)
+{
+    const tavmms::store::SendRequest request = messages.sendRequest(7);
+
+    EXPECT_EQ(request.status.code, ErrorCode::NotFound);
+    EXPECT_TRUE(request.pdu.isEmpty());
 }
 
 } // namespace
