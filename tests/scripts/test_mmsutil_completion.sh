@@ -62,7 +62,7 @@ cd "$work" || exit 1
 expect "mailfile" mai
 expect "mark" mar
 expect "content-type" content
-for command in mailfile index settings profile block sending flex paths; do
+for command in mailfile index settings profile block sending flex paths pdu; do
     expect_among "$command" ""
 done
 expect "--help --version -h -v" -
@@ -70,12 +70,18 @@ expect "write" mailfile w
 expect "delete" index de
 expect "region remove" contacts re
 expect "list" -v index l
+expect "send-req" pdu s
 expect "" nosuch ""
 
 # Options of a command, also where it takes no more arguments.
 expect "--bcc --body" mailfile write --b
 expect "--unread" list --unr
 expect "--dry-run" delete --dr
+expect "--attach" compose --att
+expect "--text --text-file" compose --tex
+expect "--mixed" compose --mi
+expect "--pdu" receive --pd
+expect "--help --output -h -o" pdu send-req 3 -
 expect "--folder --help --json -h" index list ""
 expect "--help --json -h" mailfile show alpha.mms ""
 expect "--help --json -h" mailfile show alpha.mms -
@@ -86,6 +92,11 @@ expect "off" mailfile write --read-report = of
 expect "off on" sending set --delivery-report =
 expect "beta.bin" mailfile write --body b
 expect "$work/beta.bin" mailfile write --body = "$work/b"
+expect "beta.bin" receive --pdu b
+expect "beta.bin" compose --attach b
+expect "beta.bin" compose --text-file b
+expect "beta.bin" pdu send-req 3 -o b
+expect "" compose --text ""
 expect "" mailfile write --subject ""
 
 # Arguments: file names where the argument is a file, also where it repeats ("FILE..."), nothing

@@ -71,11 +71,11 @@ struct MessageOptions {
         return {to, cc, bcc, subject, subjectFile, contentType};
     }
 
-    // Fills `message` from the options given and the body file `body`, read up to `limit`; the
-    // exit status when the command must stop here.
+    // Fills `message`, but its body, from the options given; `input` names the file the body
+    // comes from, which standard input cannot be for both. The exit status when the command must
+    // stop here.
     std::optional<int> read(const QCommandLineParser& parser, const cli::Command& command,
-                            const QString& body, const store::SizeLimit& limit,
-                            store::NewMessage* message) const
+                            const QString& input, store::NewMessage* message) const
     {
         const struct {
             const QCommandLineOption& option;
@@ -86,7 +86,7 @@ struct MessageOptions {
                     cli::entriesOf(parser, list.option, command, list.entries, composing))
                 return stop;
         }
-        if (const std::optional<int> stop = readSubject(parser, command, body, &message->subject))
+        if (const std::optional<int> stop = readSubject(parser, command, input, &message->subject))
             return stop;
         if (parser.isSet(contentType)) {
             QString error;
@@ -96,12 +96,12 @@ struct MessageOptions {
                 return cli::usageError(command.name, QStringLiteral("--content-type: ") + error);
             message->contentType = *type;
         }
-        return cli::readBody(body, limit, &message->body);
+        return std::nullopt;
     }
 
 private:
     std::optional<int> readSubject(const QCommandLineParser& parser, const cli::Command& command,
-                                   const QString& body, QString* text) const
+                                   const QString& input, QString* text) const
     {
         if (!parser.isSet(subjectFile)) {
             *text = parser.value(subject);
@@ -111,7 +111,7 @@ private:
         if (parser.isSet(subject))
             return cli::usageError(
                 command.name, QStringLiteral("--subject and --subject-file exclude each other"));
-        if (path == QLatin1String("-") && body == QLatin1String("-"))
+        if (path == QLatin1String("-") && input == QLatin1String("-"))
             return cli::usageError(command.name, QStringLiteral("the body and the subject cannot "
                                                                 "both come from standard input"));
         std::optional<QByteArray> data = cli::readInput(path, store::MessageStore::kLargestBody);
@@ -136,13 +136,98 @@ int reportStored(const store::Added& added)
     return cli::ExitOk;
 }
 
+// The options that make a body from a text and files, in place of a ready-made one.
+struct BodyOptions {
+    QCommandLineOption body{QStringLiteral("body"),
+                            QStringLiteral("File holding the encoded body; - reads standard "
+                                           "input. Excludes the options that make a body."),
+                            QStringLiteral("FILE")};
+    QCommandLineOption text{QStringLiteral("text"),
+                            QStringLiteral("The message's text, its first part (text/plain in "
+                                           "UTF-8)."),
+                            QStringLiteral("TEXT")};
+    QCommandLineOption textFile{QStringLiteral("text-file"),
+                                QStringLiteral("The message's text from FILE, in UTF-8; - reads "
+                                               "standard input."),
+                                QStringLiteral("FILE")};
+    QCommandLineOption attach{QStringLiteral("attach"),
+                              QStringLiteral("A file to send, after the text, in the order given; "
+                                             "its media type is told by its content and name. "
+                                             "May be repeated."),
+                              QStringLiteral("FILE")};
+    QCommandLineOption mixed{QStringLiteral("mixed"),
+                             QStringLiteral("Sends the text and the files as a "
+                                            "multipart.mixed body, without the SMIL presentation "
+                                            "that a multipart.related body (the default) opens "
+                                            "with.")};
+
+    QList<QCommandLineOption> all() const { return {body, text, textFile, attach, mixed}; }
+
+    bool makesBody(const QCommandLineParser& parser) const
+    {
+        return parser.isSet(text) || parser.isSet(textFile) || parser.isSet(attach) ||
+               parser.isSet(mixed);
+    }
+
+    // The usage error of `command` when the options given do not describe one body.
+    std::optional<int> check(const QCommandLineParser& parser, const cli::Command& command,
+                             const QCommandLineOption& contentType) const
+    {
+        const auto refuse = [&command](const QString& why) {
+            return std::optional<int>(cli::usageError(command.name, why));
+        };
+        if (!parser.isSet(body) && !makesBody(parser))
+            return refuse(QStringLiteral("--body, --text, --text-file or --attach is required"));
+        if (parser.isSet(body) && makesBody(parser))
+            return refuse(QStringLiteral("--body excludes --text, --text-file, --attach and "
+                                         "--mixed"));
+        if (parser.isSet(text) && parser.isSet(textFile))
+            return refuse(QStringLiteral("--text and --text-file exclude each other"));
+        if (parser.isSet(mixed) && !parser.isSet(text) && !parser.isSet(textFile) &&
+            !parser.isSet(attach))
+            return refuse(QStringLiteral("--mixed needs --text, --text-file or --attach"));
+        if (makesBody(parser) && parser.isSet(contentType))
+            return refuse(QStringLiteral("--content-type goes with --body only: a body made "
+                                         "from a text and files has the type it is made with"));
+        return std::nullopt;
+    }
+
+    // The file the body or its text comes from; empty when none.
+    QString input(const QCommandLineParser& parser) const
+    {
+        return parser.value(parser.isSet(body) ? body : textFile);
+    }
+
+    // Reads or makes the body of `message`, no larger than `limit`; the exit status when the
+    // command must stop here.
+    std::optional<int> read(const QCommandLineParser& parser, const store::SizeLimit& limit,
+                            store::NewMessage* message) const
+    {
+        if (parser.isSet(body))
+            return cli::readBody(parser.value(body), limit, &message->body);
+        QString words = parser.value(text);
+        if (parser.isSet(textFile)) {
+            QByteArray data;
+            if (const std::optional<int> stop = cli::readBody(parser.value(textFile), limit, &data))
+                return stop;
+            words = QString::fromUtf8(data);
+        }
+        const store::ComposedBody composed = store::composeBodyFromFiles(
+            words, parser.values(attach),
+            parser.isSet(mixed) ? tavmms::pdu::BodyKind::Mixed : tavmms::pdu::BodyKind::Related,
+            limit);
+        if (!composed.status.ok())
+            return cli::storeFailure(composed.status);
+        message->body = composed.body;
+        message->contentType = composed.contentType;
+        return std::nullopt;
+    }
+};
+
 int runCompose(const cli::Command& command, const QStringList& arguments)
 {
     const MessageOptions options(QStringLiteral("Recipient (required)."), true);
-    const QCommandLineOption body(QStringLiteral("body"),
-                                  QStringLiteral("File holding the encoded body (required); - "
-                                                 "reads standard input."),
-                                  QStringLiteral("FILE"));
+    const BodyOptions body;
     const QCommandLineOption folder(QStringLiteral("folder"),
                                     QStringLiteral("Folder of the message: %1 the outbox (the "
                                                    "default, state \"to send\") or %2 the drafts "
@@ -153,37 +238,79 @@ int runCompose(const cli::Command& command, const QStringList& arguments)
     QCommandLineParser parser;
     parser.setApplicationDescription(
         command.summary +
-        QStringLiteral(" The header takes its reports, expiry and priority from the stored "
-                       "sending options and comes from the phone's owner when the address book "
-                       "knows them. The message gets its row in the message index, then its mail "
-                       "file, named after the row's id, which is read back and checked; when a "
-                       "step fails, nothing of the message is kept. Prints the id and the mail "
-                       "file's path on one line."));
+        QStringLiteral(" The body is a ready-made one (--body), or made from a text and files: "
+                       "the text first, then each file, led by a SMIL presentation that shows "
+                       "them slide by slide unless --mixed is given. The header takes its "
+                       "reports, expiry and priority from the stored sending options and comes "
+                       "from the phone's owner when the address book knows them. The message "
+                       "gets its row in the message index, then its mail file, named after the "
+                       "row's id, which is read back and checked; when a step fails, nothing of "
+                       "the message is kept. Prints the id and the mail file's path on one "
+                       "line."));
     parser.addOptions(options.all());
-    parser.addOptions({body, folder});
+    parser.addOptions(body.all());
+    parser.addOption(folder);
     if (const std::optional<int> stop = cli::parse(parser, command, arguments, 0))
         return *stop;
-    for (const QCommandLineOption& required : {options.to, body}) {
-        if (!parser.isSet(required))
-            return cli::usageError(
-                command.name,
-                QStringLiteral("--%1 is required").arg(required.names().constFirst()));
-    }
+    if (!parser.isSet(options.to))
+        return cli::usageError(command.name, QStringLiteral("--to is required"));
     if (!parser.isSet(options.subject) && !parser.isSet(options.subjectFile))
         return cli::usageError(command.name,
                                QStringLiteral("--subject or --subject-file is required"));
+    if (const std::optional<int> stop = body.check(parser, command, options.contentType))
+        return *stop;
     std::optional<unsigned int> number;
     if (const std::optional<int> stop = cli::numberOf(parser, folder, command, &number))
         return *stop;
     store::NewMessage message;
-    if (const std::optional<int> stop = options.read(parser, command, parser.value(body),
-                                                     store::MessageStore::composeLimit(), &message))
+    if (const std::optional<int> stop = options.read(parser, command, body.input(parser), &message))
+        return *stop;
+    if (const std::optional<int> stop =
+            body.read(parser, store::MessageStore::composeLimit(), &message))
         return *stop;
     const store::Added added = store::MessageStore().compose(
         message, store::Folder(number.value_or(unsigned(store::Folder::Outbox))));
     // The store says which folders a composed message goes to.
     if (added.status.code == store::ErrorCode::Invalid)
         return cli::usageError(command.name, QStringLiteral("--folder: ") + added.status.text);
+    return reportStored(added);
+}
+
+// Room for a PDU's header fields beside a body as large as the limit allows.
+constexpr qint64 kPduHeaderRoom = 1024 * 1024;
+
+// Files the message of the m-retrieve.conf PDU in `path`; the options that describe a message
+// are refused, since the PDU gives all of it.
+int receivePdu(const QCommandLineParser& parser, const cli::Command& command,
+               const QList<QCommandLineOption>& described, const QString& uri, bool allowDuplicate)
+{
+    for (const QCommandLineOption& option : described) {
+        if (parser.isSet(option))
+            return cli::usageError(command.name,
+                                   QStringLiteral("--pdu excludes --%1: the PDU gives it")
+                                       .arg(option.names().constFirst()));
+    }
+    if (!parser.positionalArguments().isEmpty())
+        return cli::usageError(command.name,
+                               QStringLiteral("--pdu excludes a body FILE: the PDU carries it"));
+    const QString path = parser.value(QStringLiteral("pdu"));
+    const store::SizeLimit limit = store::MessageStore::receiveLimit();
+    const std::optional<QByteArray> bytes = cli::readInput(path, limit.bytes + kPduHeaderRoom);
+    if (!bytes)
+        return cli::ExitFailed;
+    if (bytes->size() > limit.bytes + kPduHeaderRoom) {
+        cli::fail(QStringLiteral("the PDU in '%1' is over %2 by more than its header can take; "
+                                 "the message was not kept")
+                      .arg(path, limit.text));
+        return cli::ExitRefused;
+    }
+    const store::Added added = store::MessageStore().receivePdu(*bytes, uri, allowDuplicate);
+    // A PDU of another kind is the wrong file for this command.
+    if (added.status.code == store::ErrorCode::WrongType)
+        return cli::usageError(command.name,
+                               QStringLiteral("'%1': %2").arg(path, added.status.text));
+    if (!added.status.ok())
+        return cli::storeFailure(added.status);
     return reportStored(added);
 }
 
@@ -195,8 +322,8 @@ int runReceive(const cli::Command& command, const QStringList& arguments)
         false);
     const QCommandLineOption from(
         QStringLiteral("from"),
-        QStringLiteral("Sender (required). An entry or a bare address; without a name, the "
-                       "contact's."),
+        QStringLiteral("Sender (required without --pdu). An entry or a bare address; without a "
+                       "name, the contact's."),
         QStringLiteral("ENTRY"));
     const QCommandLineOption messageId(QStringLiteral("message-id"),
                                        QStringLiteral("The message's Message-ID."),
@@ -209,6 +336,18 @@ int runReceive(const cli::Command& command, const QStringList& arguments)
         QStringLiteral("allow-duplicate"),
         QStringLiteral("Keeps the message even when a kept message has the same URI or "
                        "Message-ID."));
+    const QCommandLineOption pdu(
+        QStringLiteral("pdu"),
+        QStringLiteral("The whole message as the MMSC gave it, an m-retrieve.conf PDU, in place "
+                       "of FILE and the options that describe a message: its sender, "
+                       "recipients, subject, date, Message-ID, priority, reports, expiry, "
+                       "delivery time, size, transaction id and content type come from its "
+                       "header, and its body is kept as carried. A PDU of another type is a "
+                       "usage error; one that does not read fails, naming the offset; one whose "
+                       "X-Mms-Retrieve-Status is not Ok is refused (exit status %1), naming the "
+                       "status and its text. - reads standard input.")
+            .arg(cli::ExitRefused),
+        QStringLiteral("FILE"));
     QCommandLineParser parser;
     parser.setApplicationDescription(
         command.summary +
@@ -222,11 +361,19 @@ int runReceive(const cli::Command& command, const QStringList& arguments)
             .arg(cli::ExitRefused));
     parser.addOption(from);
     parser.addOptions(options.all());
-    parser.addOptions({messageId, uri, allowDuplicate});
-    parser.addPositionalArgument(QStringLiteral("FILE"),
-                                 QStringLiteral("The encoded body; - reads standard input."));
-    if (const std::optional<int> stop = cli::parse(parser, command, arguments, 1))
+    parser.addOptions({messageId, uri, allowDuplicate, pdu});
+    parser.addPositionalArgument(
+        QStringLiteral("FILE"),
+        QStringLiteral("The encoded body (required without --pdu); - reads standard input."),
+        QStringLiteral("[FILE]"));
+    if (const std::optional<int> stop = cli::parse(parser, command, arguments, 0, 1))
         return *stop;
+    if (parser.isSet(pdu))
+        return receivePdu(parser, command,
+                          QList<QCommandLineOption>{from, messageId} + options.all(),
+                          parser.value(uri), parser.isSet(allowDuplicate));
+    if (parser.positionalArguments().isEmpty())
+        return cli::usageError(command.name, QStringLiteral("FILE or --pdu is required"));
     if (!parser.isSet(from))
         return cli::usageError(command.name, QStringLiteral("--from is required"));
     QString error;
@@ -238,9 +385,11 @@ int runReceive(const cli::Command& command, const QStringList& arguments)
     message.from = *sender;
     message.messageId = parser.value(messageId);
     message.uri = parser.value(uri);
+    const QString body = parser.positionalArguments().constFirst();
+    if (const std::optional<int> stop = options.read(parser, command, body, &message))
+        return *stop;
     if (const std::optional<int> stop =
-            options.read(parser, command, parser.positionalArguments().constFirst(),
-                         store::MessageStore::receiveLimit(), &message))
+            cli::readBody(body, store::MessageStore::receiveLimit(), &message.body))
         return *stop;
     return reportStored(store::MessageStore().receive(message, parser.isSet(allowDuplicate)));
 }

@@ -19,7 +19,7 @@ QList<cli::Command> allCommands()
     return messageCommands() + mailfileCommands() + indexCommands() + checkCommands() +
            settingsCommands() + profileCommands() + blockCommands() + sendingCommands() +
            flexCommands() + contactsCommands() + classifyCommands() + contentTypeCommands() +
-           extensionCommands() + mediaCommands() + pathsCommands();
+           extensionCommands() + mediaCommands() + pathsCommands() + pduCommands();
 }
 
 QString firstWord(const QString& name)

@@ -147,6 +147,7 @@ int storeFailure(const tavmms::store::Status& status)
     case ErrorCode::Blocked:
     case ErrorCode::Duplicate:
     case ErrorCode::TooLarge:
+    case ErrorCode::NotRetrieved:
         fail(status.text);
         return ExitRefused;
     default:

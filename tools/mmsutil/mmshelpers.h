@@ -84,7 +84,8 @@ std::optional<int> parseRowId(QCommandLineParser& parser, const Command& command
                               const QStringList& arguments, const QString& description,
                               unsigned int* id);
 // Reports the store's failure `status` on standard error and gives its exit code: ExitNo for what
-// is not there, ExitRefused for what the store's rules refuse, ExitFailed for the rest.
+// is not there, ExitRefused for what the store's rules refuse (and a message the MMSC could not
+// give), ExitFailed for the rest.
 int storeFailure(const tavmms::store::Status& status);
 // Reports "<what>: <the database result in words>" and returns ExitFailed.
 int databaseFailure(const QString& what, int code);
