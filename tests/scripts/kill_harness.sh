@@ -3,7 +3,7 @@
 # again, and checks after each kill that the next commands find every message the store reported
 # as kept whole, no row without its mail file, and a contact import all there or not at all.
 #   kill_harness.sh MMSUTIL OPERATION [KILLS]
-# OPERATION: compose, receive, mailfile-write or contacts-import. KILLS: how many commands are
+# OPERATION: compose, receive, receive-pdu, mailfile-write or contacts-import. KILLS: how many commands are
 # killed (default $TAVMMS_KILLS, else 10).
 set -uo pipefail
 
@@ -159,6 +159,16 @@ add_args()
     body=$(body_file "$1")
     if [ "$operation" = compose ]; then
         args=(compose --to +15550101 --to bob@example.org --subject "Message $1" --body "$body")
+    elif [ "$operation" = receive-pdu ]; then
+        # An m-retrieve.conf: its type, transaction id, version 1.2, sender, Message-ID and
+        # content type text/plain, then the body as it is.
+        local pdu=$work/bodies/$1.conf
+        {
+            printf '\x8c\x84\x98T%s\0\x8d\x92\x89\x15\x80+15550199/TYPE=PLMN\0' "$1"
+            printf '\x8bm-%s@mmsc.example\0\x84\x83' "$1"
+            cat "$body"
+        } >"$pdu"
+        args=(receive --pdu "$pdu" --uri "http://mmsc.example/get/$1")
     else
         args=(receive "$body" --from +15550199 --subject "Message $1"
             --message-id "m-$1@mmsc.example" --uri "http://mmsc.example/get/$1")
@@ -190,7 +200,7 @@ vcards()
 }
 
 case "$operation" in
-compose | receive)
+compose | receive | receive-pdu)
     add_args 0
     calibrate "${args[@]}"
     note_kept 0
@@ -232,7 +242,7 @@ contacts-import)
     done
     ;;
 *)
-    fail "unknown operation (compose, receive, mailfile-write or contacts-import)"
+    fail "unknown operation (compose, receive, receive-pdu, mailfile-write or contacts-import)"
     ;;
 esac
 echo "kill_harness $operation: $kills kills, every message and contact whole or absent"

@@ -141,11 +141,8 @@ TEST(RetrievedMessage, TheMessageSizeIsTheOneGiven)
 
 TEST(RetrievedMessage, AnotherPduIsRefusedNamingItsType)
 {
-    Pdu pdu;
-    pdu.headers = {HeaderField::octet(Field::MessageType, quint64(MessageType::SendReq)),
-                   HeaderField::textField(Field::TransactionId, QStringLiteral("T")),
-                   HeaderField::integer(Field::MmsVersion, 0x12)};
-    const RetrievedMessage retrieved = retrievedMessage(encodePdu(pdu));
+    const RetrievedMessage retrieved =
+        retrievedMessage(encodePdu(tavmms_test::pduOfType(MessageType::SendReq)));
     EXPECT_EQ(retrieved.status.code, ErrorCode::WrongType);
     EXPECT_TRUE(retrieved.status.text.contains(QStringLiteral("m-send-req")))
         << retrieved.status.text.toStdString();

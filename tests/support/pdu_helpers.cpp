@@ -1,6 +1,5 @@
 #include "support/pdu_helpers.h"
 
-#include "mms_pdu.h"
 #include "multipart.h"
 
 #include <gtest/gtest.h>
@@ -18,13 +17,19 @@ QByteArray twoPartBody()
                             Part{{"image/png", {}}, {}, "\x89PNG"}});
 }
 
+Pdu pduOfType(MessageType type)
+{
+    Pdu pdu;
+    pdu.headers = {HeaderField::octet(Field::MessageType, quint64(type)),
+                   HeaderField::textField(Field::TransactionId, QStringLiteral("T-1")),
+                   HeaderField::integer(Field::MmsVersion, 0x12)};
+    return pdu;
+}
+
 QByteArray retrieveConfPdu(const QList<HeaderField>& fields, const QByteArray& body,
                            const QByteArray& mediaType)
 {
-    Pdu pdu;
-    pdu.headers = {HeaderField::octet(Field::MessageType, quint64(MessageType::RetrieveConf)),
-                   HeaderField::textField(Field::TransactionId, QStringLiteral("T-1")),
-                   HeaderField::integer(Field::MmsVersion, 0x12)};
+    Pdu pdu = pduOfType(MessageType::RetrieveConf);
     pdu.headers += fields;
     HeaderField type;
     type.code = quint8(Field::ContentType);

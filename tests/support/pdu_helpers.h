@@ -1,7 +1,7 @@
 #ifndef TAVMMS_TESTS_PDU_HELPERS_H
 #define TAVMMS_TESTS_PDU_HELPERS_H
 
-#include "header_field.h"
+#include "mms_pdu.h"
 
 #include <QByteArray>
 #include <QList>
@@ -12,6 +12,9 @@ namespace tavmms_test
 
 // A multipart body of two parts: the text "Hello" and four bytes of an image/png.
 QByteArray twoPartBody();
+
+// A PDU of `type` with its first three fields: the type, transaction id "T-1" and version 1.2.
+tavmms::pdu::Pdu pduOfType(tavmms::pdu::MessageType type);
 
 // The bytes of an m-retrieve.conf: its message type, transaction id "T-1" and version 1.2, then
 // `fields`, then the content type `mediaType` and `body`.

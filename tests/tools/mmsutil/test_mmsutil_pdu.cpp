@@ -111,12 +111,8 @@ TEST_F(MmsutilPduTest, ReceivePduFilesTheMessageAndPrintsItsIdAndMailFile)
 
 TEST_F(MmsutilPduTest, ReceivePduOfAnotherTypeIsAUsageErrorNamingTheType)
 {
-    Pdu pdu;
-    pdu.headers = {HeaderField::octet(Field::MessageType, quint64(MessageType::NotificationInd)),
-                   HeaderField::textField(Field::TransactionId, QStringLiteral("T")),
-                   HeaderField::integer(Field::MmsVersion, 0x12)};
-
-    const ToolResult result = receive(encodePdu(pdu));
+    const ToolResult result =
+        receive(encodePdu(tavmms_test::pduOfType(MessageType::NotificationInd)));
 
     expectUsageError(result);
     EXPECT_TRUE(result.err.contains("m-notification-ind")) << result.err.toStdString();
