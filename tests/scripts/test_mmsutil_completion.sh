@@ -62,7 +62,8 @@ cd "$work" || exit 1
 expect "mailfile" mai
 expect "mark" mar
 expect "content-type" content
-for command in mailfile index settings profile block sending flex paths pdu; do
+expect "export" exp
+for command in mailfile index settings profile block sending flex paths export pdu; do
     expect_among "$command" ""
 done
 expect "--help --version -h -v" -
@@ -82,6 +83,7 @@ expect "--text --text-file" compose --tex
 expect "--mixed" compose --mi
 expect "--pdu" receive --pd
 expect "--help --output -h -o" pdu send-req 3 -
+expect "--bcc --eml --force --help -h" export 3 ""
 expect "--folder --help --json -h" index list ""
 expect "--help --json -h" mailfile show alpha.mms ""
 expect "--help --json -h" mailfile show alpha.mms -
@@ -98,6 +100,7 @@ expect "beta.bin" compose --text-file b
 expect "beta.bin" pdu send-req 3 -o b
 expect "" compose --text ""
 expect "" mailfile write --subject ""
+expect "alpha.mms alpine.txt" export 3 --eml al
 
 # Arguments: file names where the argument is a file, also where it repeats ("FILE..."), nothing
 # where it is not. The value of --subject is no argument, so "al" is the file.
