@@ -20,7 +20,7 @@ QList<cli::Command> allCommands()
            checkCommands() + settingsCommands() + profileCommands() + blockCommands() +
            sendingCommands() + flexCommands() + contactsCommands() + classifyCommands() +
            contentTypeCommands() + extensionCommands() + mediaCommands() + pathsCommands() +
-           pduCommands();
+           sendRequestCommands();
 }
 
 QString firstWord(const QString& name)

@@ -1,4 +1,4 @@
-// mmsutil pdu ...: the PDUs that carry the store's messages to and from the MMSC.
+// mmsutil pdu send-req: the request that hands a kept message to the MMSC.
 
 #include "commands.h"
 #include "mmshelpers.h"
@@ -68,7 +68,7 @@ int runSendReq(const cli::Command& command, const QStringList& arguments)
 
 } // namespace
 
-QList<cli::Command> pduCommands()
+QList<cli::Command> sendRequestCommands()
 {
     return {
         {QStringLiteral("pdu send-req"),

@@ -28,7 +28,7 @@ using tavmms_test::ToolResult;
 const int kExitRefused = 4;
 const QByteArray kPng = QByteArrayLiteral("\x89PNG\r\n\x1a\n\0\0\0\rIHDR");
 
-class MmsutilPduTest : public ::testing::Test
+class MmsutilSendReceiveTest : public ::testing::Test
 {
 protected:
     void SetUp() override { ASSERT_TRUE(dir.isValid()); }
@@ -92,7 +92,7 @@ protected:
 
 // ---- receive --pdu ----
 
-TEST_F(MmsutilPduTest, ReceivePduFilesTheMessageAndPrintsItsIdAndMailFile)
+TEST_F(MmsutilSendReceiveTest, ReceivePduFilesTheMessageAndPrintsItsIdAndMailFile)
 {
     const ToolResult result = receive(tavmms_test::retrieveConfPdu(
         {HeaderField::from(QStringLiteral("+15550199/TYPE=PLMN")),
@@ -109,7 +109,7 @@ TEST_F(MmsutilPduTest, ReceivePduFilesTheMessageAndPrintsItsIdAndMailFile)
     EXPECT_TRUE(shown.out.contains("From the MMSC")) << shown.out.toStdString();
 }
 
-TEST_F(MmsutilPduTest, ReceivePduOfAnotherTypeIsAUsageErrorNamingTheType)
+TEST_F(MmsutilSendReceiveTest, ReceivePduOfAnotherTypeIsAUsageErrorNamingTheType)
 {
     const ToolResult result =
         receive(encodePdu(tavmms_test::pduOfType(MessageType::NotificationInd)));
@@ -118,7 +118,7 @@ TEST_F(MmsutilPduTest, ReceivePduOfAnotherTypeIsAUsageErrorNamingTheType)
     EXPECT_TRUE(result.err.contains("m-notification-ind")) << result.err.toStdString();
 }
 
-TEST_F(MmsutilPduTest, ReceivePduThatDoesNotReadFailsNamingTheOffset)
+TEST_F(MmsutilSendReceiveTest, ReceivePduThatDoesNotReadFailsNamingTheOffset)
 {
     const ToolResult result = receive(QByteArrayLiteral("\x8c\x84\x98"));
 
@@ -126,7 +126,7 @@ TEST_F(MmsutilPduTest, ReceivePduThatDoesNotReadFailsNamingTheOffset)
     EXPECT_TRUE(result.err.contains("at offset")) << result.err.toStdString();
 }
 
-TEST_F(MmsutilPduTest, ReceivePduWithAnErrorStatusIsRefusedWithTheStatusAndItsText)
+TEST_F(MmsutilSendReceiveTest, ReceivePduWithAnErrorStatusIsRefusedWithTheStatusAndItsText)
 {
     const ToolResult result = receive(tavmms_test::retrieveConfPdu(
         {HeaderField::octet(Field::RetrieveStatus, 226),
@@ -138,7 +138,7 @@ TEST_F(MmsutilPduTest, ReceivePduWithAnErrorStatusIsRefusedWithTheStatusAndItsTe
         << result.err.toStdString();
 }
 
-TEST_F(MmsutilPduTest, ReceivePduOfTheRealMessageNotFoundIsRefused)
+TEST_F(MmsutilSendReceiveTest, ReceivePduOfTheRealMessageNotFoundIsRefused)
 {
     if (!QDir(tavmms_test::realPduFolder()).exists())
         GTEST_SKIP() << "no real PDUs at " << tavmms_test::realPduFolder().toStdString();
@@ -149,7 +149,7 @@ TEST_F(MmsutilPduTest, ReceivePduOfTheRealMessageNotFoundIsRefused)
     EXPECT_TRUE(result.err.contains("226")) << result.err.toStdString();
 }
 
-TEST_F(MmsutilPduTest, ReceivePduRefusesABlockedSenderAndADuplicate)
+TEST_F(MmsutilSendReceiveTest, ReceivePduRefusesABlockedSenderAndADuplicate)
 {
     const QByteArray pdu = tavmms_test::retrieveConfPdu(
         {HeaderField::from(QStringLiteral("+15550199/TYPE=PLMN")),
@@ -163,7 +163,7 @@ TEST_F(MmsutilPduTest, ReceivePduRefusesABlockedSenderAndADuplicate)
     expectOneLineReport(receive(pdu, {QStringLiteral("--allow-duplicate")}), kExitRefused);
 }
 
-TEST_F(MmsutilPduTest, ReceivePduExcludesTheOptionsThePduGives)
+TEST_F(MmsutilSendReceiveTest, ReceivePduExcludesTheOptionsThePduGives)
 {
     const QString pdu = file(QStringLiteral("in.pdu"), tavmms_test::retrieveConfPdu({}));
     expectUsageError(run({QStringLiteral("receive"), QStringLiteral("--pdu"), pdu,
@@ -174,7 +174,7 @@ TEST_F(MmsutilPduTest, ReceivePduExcludesTheOptionsThePduGives)
 
 // ---- compose --text --attach ----
 
-TEST_F(MmsutilPduTest, ComposeMakesARelatedBodyOfTheTextAndTheFiles)
+TEST_F(MmsutilSendReceiveTest, ComposeMakesARelatedBodyOfTheTextAndTheFiles)
 {
     const unsigned id =
         keptId(run(compose({QStringLiteral("--text"), QStringLiteral("Hello"),
@@ -189,7 +189,7 @@ TEST_F(MmsutilPduTest, ComposeMakesARelatedBodyOfTheTextAndTheFiles)
     EXPECT_EQ(request.parts[2].data, kPng);
 }
 
-TEST_F(MmsutilPduTest, ComposeMixedTakesTheTextFromAFileWithoutSmil)
+TEST_F(MmsutilSendReceiveTest, ComposeMixedTakesTheTextFromAFileWithoutSmil)
 {
     const unsigned id =
         keptId(run(compose({QStringLiteral("--mixed"), QStringLiteral("--text-file"),
@@ -203,7 +203,7 @@ TEST_F(MmsutilPduTest, ComposeMixedTakesTheTextFromAFileWithoutSmil)
     EXPECT_EQ(request.parts[1].contentType.mediaType, "text/plain");
 }
 
-TEST_F(MmsutilPduTest, ComposeRefusesAnEncodedBodyOverMaxMoSize)
+TEST_F(MmsutilSendReceiveTest, ComposeRefusesAnEncodedBodyOverMaxMoSize)
 {
     ASSERT_EQ(run({QStringLiteral("settings"), QStringLiteral("set"), QStringLiteral("max-mo-size"),
                    QStringLiteral("1")})
@@ -219,7 +219,7 @@ TEST_F(MmsutilPduTest, ComposeRefusesAnEncodedBodyOverMaxMoSize)
     EXPECT_EQ(tavmms_test::rowIds(dir.filePath(QStringLiteral("platform/device.db"))).size(), 0);
 }
 
-TEST_F(MmsutilPduTest, ComposeOfAMissingFileFailsNamingIt)
+TEST_F(MmsutilSendReceiveTest, ComposeOfAMissingFileFailsNamingIt)
 {
     const ToolResult result =
         run(compose({QStringLiteral("--attach"), dir.filePath(QStringLiteral("gone.jpg"))}));
@@ -228,7 +228,7 @@ TEST_F(MmsutilPduTest, ComposeOfAMissingFileFailsNamingIt)
     EXPECT_TRUE(result.err.contains("gone.jpg")) << result.err.toStdString();
 }
 
-TEST_F(MmsutilPduTest, ComposeRefusesABodyWithATextOrFiles)
+TEST_F(MmsutilSendReceiveTest, ComposeRefusesABodyWithATextOrFiles)
 {
     const QString body = file(QStringLiteral("body.bin"), "body");
     expectUsageError(run(
@@ -245,7 +245,7 @@ TEST_F(MmsutilPduTest, ComposeRefusesABodyWithATextOrFiles)
 
 // ---- pdu send-req ----
 
-TEST_F(MmsutilPduTest, SendReqWritesANewFileAndNeverReplacesOne)
+TEST_F(MmsutilSendReceiveTest, SendReqWritesANewFileAndNeverReplacesOne)
 {
     const unsigned id = keptId(run(compose({QStringLiteral("--text"), QStringLiteral("Hello")})));
     const QString out = dir.filePath(QStringLiteral("out.req"));
@@ -269,7 +269,7 @@ TEST_F(MmsutilPduTest, SendReqWritesANewFileAndNeverReplacesOne)
     EXPECT_TRUE(again.err.contains("exists")) << again.err.toStdString();
 }
 
-TEST_F(MmsutilPduTest, SendReqOfAMissingMessageIsNotFoundAndWritesNoFile)
+TEST_F(MmsutilSendReceiveTest, SendReqOfAMissingMessageIsNotFoundAndWritesNoFile)
 {
     const QString out = dir.filePath(QStringLiteral("out.req"));
 
