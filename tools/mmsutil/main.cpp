@@ -16,10 +16,11 @@ namespace
 
 QList<cli::Command> allCommands()
 {
-    return messageCommands() + mailfileCommands() + indexCommands() + checkCommands() +
-           settingsCommands() + profileCommands() + blockCommands() + sendingCommands() +
-           flexCommands() + contactsCommands() + classifyCommands() + contentTypeCommands() +
-           extensionCommands() + mediaCommands() + pathsCommands();
+    return messageCommands() + partsCommands() + mailfileCommands() + pduCommands() +
+           indexCommands() + checkCommands() + settingsCommands() + profileCommands() +
+           blockCommands() + sendingCommands() + flexCommands() + contactsCommands() +
+           classifyCommands() + contentTypeCommands() + extensionCommands() + mediaCommands() +
+           pathsCommands();
 }
 
 QString firstWord(const QString& name)
