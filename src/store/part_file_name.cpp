@@ -1,6 +1,7 @@
 #include "part_file_name.h"
 
 #include "display_text.h"
+#include "index_row_text.h"
 #include "mime_registry_service.h"
 
 #include <QStringList>
@@ -30,19 +31,7 @@ std::pair<QString, QString> splitExtension(const QString& name)
 // The longest start of `text` whose UTF-8 takes at most `budget` bytes, cut between characters.
 QString utf8Prefix(const QString& text, qsizetype budget)
 {
-    qsizetype bytes = 0;
-    qsizetype i = 0;
-    while (i < text.size()) {
-        const bool pair =
-            text.at(i).isHighSurrogate() && i + 1 < text.size() && text.at(i + 1).isLowSurrogate();
-        const char16_t unit = text.at(i).unicode();
-        const qsizetype width = pair ? 4 : unit < 0x80 ? 1 : unit < 0x800 ? 2 : 3;
-        if (bytes + width > budget)
-            break;
-        bytes += width;
-        i += pair ? 2 : 1;
-    }
-    return text.left(i);
+    return QString::fromUtf8(cut8(text.toUtf8(), budget));
 }
 
 qsizetype utf8Size(const QString& text)
