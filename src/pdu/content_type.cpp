@@ -1,6 +1,7 @@
 #include "content_type.h"
 
 #include "charsets.h"
+#include "name_index.h"
 
 namespace tavmms::pdu
 {
@@ -274,11 +275,9 @@ QByteArray wellKnownMediaType(quint64 code)
 
 std::optional<quint8> wellKnownMediaCode(QByteArrayView mediaType)
 {
-    for (quint8 code = 0; code < std::size(kMediaTypes); ++code) {
-        if (mediaType.compare(kMediaTypes[code], Qt::CaseInsensitive) == 0)
-            return code;
-    }
-    return std::nullopt;
+    static const NameIndex index(kMediaTypes);
+    const std::optional<int> code = index.find(mediaType);
+    return code ? std::optional(quint8(*code)) : std::nullopt;
 }
 
 std::optional<QByteArray> readTextValue(WspReader& reader)

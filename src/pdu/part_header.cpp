@@ -1,6 +1,7 @@
 #include "part_header.h"
 
 #include "content_disposition.h"
+#include "name_index.h"
 
 namespace tavmms::pdu
 {
@@ -92,11 +93,9 @@ constexpr quint8 kContentDispositionSecond = 0x45;
 
 std::optional<quint8> fieldCode(QByteArrayView name)
 {
-    for (quint8 code = 0; code < std::size(kFieldNames); ++code) {
-        if (name.compare(kFieldNames[code], Qt::CaseInsensitive) == 0)
-            return code;
-    }
-    return std::nullopt;
+    static const NameIndex index(kFieldNames);
+    const std::optional<int> code = index.find(name);
+    return code ? std::optional(quint8(*code)) : std::nullopt;
 }
 
 // A value of a field this codec does not read in its own encoding: a short integer, a length

@@ -64,7 +64,8 @@ cd "$work" || exit 1
 expect "mailfile" mai
 expect "mark" mar
 expect "content-type" content
-for command in mailfile index settings profile block sending flex paths parts extract pdu; do
+expect "export" exp
+for command in mailfile index settings profile block sending flex paths export parts extract pdu; do
     expect_among "$command" ""
 done
 expect "--help --version -h -v" -
@@ -79,6 +80,7 @@ expect "" nosuch ""
 expect "--bcc --body" mailfile write --b
 expect "--unread" list --unr
 expect "--dry-run" delete --dr
+expect "--bcc --eml --force --help -h" export 3 ""
 expect "--folder --help --json -h" index list ""
 expect "--help --json -h" mailfile show alpha.mms ""
 expect "--help --json -h" mailfile show alpha.mms -
@@ -93,6 +95,7 @@ expect "off on" sending set --delivery-report =
 expect "beta.bin" mailfile write --body b
 expect "$work/beta.bin" mailfile write --body = "$work/b"
 expect "" mailfile write --subject ""
+expect "alpha.mms alpine.txt" export 3 --eml al
 
 # Arguments: file names where the argument is a file, also where it repeats ("FILE..."), nothing
 # where it is not. The value of --subject is no argument, so "al" is the file.

@@ -6,6 +6,7 @@
 #include "cli.h"
 
 QList<cli::Command> messageCommands();
+QList<cli::Command> exportCommands();
 QList<cli::Command> mailfileCommands();
 QList<cli::Command> classifyCommands();
 QList<cli::Command> contactsCommands();
