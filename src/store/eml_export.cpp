@@ -7,6 +7,7 @@
 #include "mail_file_io.h"
 #include "mail_header.h"
 #include "message_content_type.h"
+#include "message_parts.h"
 #include "mime_entity.h"
 #include "mms_message.h"
 #include "mms_util_msgheaderbase.h"
@@ -258,18 +259,11 @@ EmlMessage emlMessage(const ReadMessage& message, const EmlOptions& options)
         // A message without a body says so in an empty text, which every mail program shows.
         entity = leafEntity(pdu::Part{{"text/plain", {}}, {}, {}});
     } else {
-        pdu::DecodeError error;
-        const std::optional<QList<pdu::Part>> parts = pdu::decodeBody(type, message.body, &error);
-        if (!parts)
-            return {Status::failure(ErrorCode::Failed,
-                                    QStringLiteral("the body of message %1 does not read: at "
-                                                   "octet %2, %3")
-                                        .arg(message.row.id)
-                                        .arg(error.offset)
-                                        .arg(error.expected)),
-                    {}};
-        entity = pdu::isMultipartType(type) ? multipartEntity(type, *parts, {}, 0)
-                                            : leafEntity(parts->constFirst());
+        const MessageParts parts = messageParts(message);
+        if (!parts.status.ok())
+            return {parts.status, {}};
+        entity = pdu::isMultipartType(type) ? multipartEntity(type, parts.parts, {}, 0)
+                                            : leafEntity(parts.parts.constFirst());
     }
     // The message ends with a line break; a text that ends with one has it already.
     if (!entity.body.endsWith("\r\n"))

@@ -44,7 +44,23 @@ void putWord(unsigned char* at, quint32 word)
     at[3] = uchar(word);
 }
 
-// Writes all of `parts` to `fd`; 0, or -1 with errno.
+// The key of the first line in which the two header blocks differ, or nothing when they agree.
+QString firstDifference(const QByteArray& written, const QByteArray& read)
+{
+    const QList<QByteArray> expected = written.split('\n');
+    const QList<QByteArray> actual = read.split('\n');
+    for (qsizetype i = 0; i < qMax(expected.size(), actual.size()); ++i) {
+        const QByteArray line = expected.value(i);
+        if (line != actual.value(i)) {
+            const QByteArray named = line.isEmpty() ? actual.value(i) : line;
+            return QString::fromUtf8(named.left(named.indexOf(' ')));
+        }
+    }
+    return QString();
+}
+
+} // namespace
+
 int writeAll(int fd, iovec* parts, int count)
 {
     while (count > 0) {
@@ -67,23 +83,6 @@ int writeAll(int fd, iovec* parts, int count)
     }
     return 0;
 }
-
-// The key of the first line in which the two header blocks differ, or nothing when they agree.
-QString firstDifference(const QByteArray& written, const QByteArray& read)
-{
-    const QList<QByteArray> expected = written.split('\n');
-    const QList<QByteArray> actual = read.split('\n');
-    for (qsizetype i = 0; i < qMax(expected.size(), actual.size()); ++i) {
-        const QByteArray line = expected.value(i);
-        if (line != actual.value(i)) {
-            const QByteArray named = line.isEmpty() ? actual.value(i) : line;
-            return QString::fromUtf8(named.left(named.indexOf(' ')));
-        }
-    }
-    return QString();
-}
-
-} // namespace
 
 QByteArray headerBlock(MMS_UTIL_MsgHeaderBase& header)
 {

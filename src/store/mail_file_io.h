@@ -14,9 +14,13 @@
 
 #include <memory>
 #include <optional>
+#include <sys/uio.h>
 
 namespace tavmms::store
 {
+
+// Writes all of `parts` to `fd`, again after a signal or a short write; 0, or -1 with errno.
+int writeAll(int fd, iovec* parts, int count);
 
 // The header text block of `header`, as a mail file holds it.
 QByteArray headerBlock(MMS_UTIL_MsgHeaderBase& header);

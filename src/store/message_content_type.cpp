@@ -74,4 +74,12 @@ MMS_CONTENT_TYPE_T headerContentType(const pdu::ContentType& type)
     return header;
 }
 
+QString contentTypeText(const pdu::ContentType& type)
+{
+    QByteArray text = type.mediaType;
+    for (const pdu::Parameter& parameter : type.parameters)
+        text += "; " + parameter.name + '=' + quotedWhenNeeded(parameter.value);
+    return QString::fromUtf8(text);
+}
+
 } // namespace tavmms::store

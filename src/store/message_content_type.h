@@ -16,6 +16,8 @@ namespace tavmms::store
 TAVMMS_EXPORT pdu::ContentType codecContentType(const MMS_CONTENT_TYPE_T& type);
 // The parameters joined by ";" without blanks; a value holding ";", a blank or a '"' is quoted.
 TAVMMS_EXPORT MMS_CONTENT_TYPE_T headerContentType(const pdu::ContentType& type);
+// The MIME form, "text/plain; charset=utf-8; name=\"a b.txt\"", values quoted as the header's.
+TAVMMS_EXPORT QString contentTypeText(const pdu::ContentType& type);
 
 } // namespace tavmms::store
 

@@ -56,6 +56,8 @@ if [[ $(complete -p mmsutil) != *"-F _mmsutil"* ]]; then
 fi
 
 touch "$work/alpha.mms" "$work/alpine.txt" "$work/beta.bin"
+mkdir "$work/photos"
+touch "$work/photo.txt"
 cd "$work" || exit 1
 
 # Commands, from the tool's list; a group's word takes one of the group's commands.
@@ -63,7 +65,7 @@ expect "mailfile" mai
 expect "mark" mar
 expect "content-type" content
 expect "export" exp
-for command in mailfile index settings profile block sending flex paths export pdu; do
+for command in mailfile index settings profile block sending flex paths export parts extract pdu; do
     expect_among "$command" ""
 done
 expect "--help --version -h -v" -
@@ -71,6 +73,7 @@ expect "write" mailfile w
 expect "delete" index de
 expect "region remove" contacts re
 expect "list" -v index l
+expect "decode" pdu d
 expect "send-req" pdu s
 expect "" nosuch ""
 
@@ -87,6 +90,9 @@ expect "--bcc --eml --force --help -h" export 3 ""
 expect "--folder --help --json -h" index list ""
 expect "--help --json -h" mailfile show alpha.mms ""
 expect "--help --json -h" mailfile show alpha.mms -
+expect "--help --json -h" parts 1 ""
+expect "--help --part -h" extract 1 photos ""
+expect "--help --json -h" pdu decode alpha.mms ""
 
 # Option values: a choice, a file, none for free text; also written as --option=value.
 expect "off on" mailfile write --delivery-report ""
@@ -105,6 +111,10 @@ expect "alpha.mms alpine.txt" export 3 --eml al
 # Arguments: file names where the argument is a file, also where it repeats ("FILE..."), nothing
 # where it is not. The value of --subject is no argument, so "al" is the file.
 expect "alpha.mms alpine.txt" mailfile show al
+expect "alpha.mms alpine.txt" pdu decode al
+# A directory argument completes directories alone.
+expect "photos" extract 1 ph
+expect "" extract ""
 expect "alpha.mms alpine.txt" mailfile write --subject alpha al
 expect "$work/alpha.mms" mailfile body "$work/alpha"
 expect "alpha.mms alpine.txt" contacts import beta.bin al

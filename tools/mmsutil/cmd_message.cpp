@@ -4,6 +4,7 @@
 
 #include "commands.h"
 #include "mmshelpers.h"
+#include "partsout.h"
 #include "textout.h"
 
 #include <tavmmsutility.h>
@@ -541,7 +542,8 @@ bool subjectIsCut(const store::ReadMessage& message)
            message.header->subject.startsWith(kept);
 }
 
-QJsonObject shownMessageToJson(unsigned int id, const store::ReadMessage& message)
+QJsonObject shownMessageToJson(unsigned int id, const store::ReadMessage& message,
+                               const store::MessageParts& parts)
 {
     const MMS_UTIL_DBStruct_T& row = message.row.record;
     QJsonObject object{
@@ -559,6 +561,8 @@ QJsonObject shownMessageToJson(unsigned int id, const store::ReadMessage& messag
         {QStringLiteral("mailFileError"), message.mailFileError},
         {QStringLiteral("mailFileDamage"), message.mailFileDamage},
         {QStringLiteral("subjectCut"), subjectIsCut(message)},
+        {QStringLiteral("parts"), cli::partsToJson(parts, true)},
+        {QStringLiteral("partsError"), parts.status.text},
     };
     if (message.header) {
         const int code = MMS_UTIL_Common::getMsgTypeByContentType(message.header->contentType);
@@ -575,31 +579,33 @@ int runShow(const cli::Command& command, const QStringList& arguments)
     parser.setApplicationDescription(
         command.summary +
         QStringLiteral(" Prints where the message is kept, its row in the message index and the "
-                       "header of its mail file side by side, the body's length and the message "
-                       "type its content type gives. When the mail file does not load, the row "
+                       "header of its mail file side by side, the body's length, the message "
+                       "type its content type gives, its parts (as 'parts' lists them) and the "
+                       "text of each text part. A body whose parts do not read is said so. When "
+                       "the mail file does not load, the row "
                        "is printed alone and the tool exits with 1. When it is damaged (cut "
                        "short, or its header does not match its row), it says how on standard "
                        "error, shows what it holds and exits with 1."));
     const QCommandLineOption json = cli::jsonOption(QStringLiteral(
         "an object {id, folder, folderName, state, stateName, read, uri, mailFile, row, header, "
-        "bodyLength, messageType, messageTypeMeaning, mailFileError, mailFileDamage, subjectCut}: "
-        "the row "
-        "with every field by its database name, the header by its keys (null when the mail file "
-        "does not load)"));
+        "bodyLength, messageType, messageTypeMeaning, mailFileError, mailFileDamage, subjectCut, "
+        "parts, partsError}: the row with every field by its database name, the header by its "
+        "keys (null when the mail file does not load), the parts as 'parts --json' gives them, "
+        "with the text of each text part"));
     parser.addOption(json);
     unsigned int id = 0;
     if (const std::optional<int> stop =
             cli::parseRowId(parser, command, arguments, QStringLiteral("The message's id."), &id))
         return *stop;
 
-    // The body's length is all that is shown of it.
-    const store::ReadMessage message = store::MessageStore().read(id, false);
+    const store::ReadMessage message = store::MessageStore().read(id, true);
     if (!message.status.ok())
         return cli::storeFailure(message.status);
     const int status =
         message.header && message.mailFileDamage.isEmpty() ? cli::ExitOk : cli::ExitFailed;
+    const store::MessageParts parts = store::messageParts(message);
     if (parser.isSet(json)) {
-        const int printed = cli::printJson(QJsonDocument(shownMessageToJson(id, message)));
+        const int printed = cli::printJson(QJsonDocument(shownMessageToJson(id, message, parts)));
         return printed == cli::ExitOk ? status : printed;
     }
     const MMS_UTIL_DBStruct_T& row = message.row.record;
@@ -630,7 +636,12 @@ int runShow(const cli::Command& command, const QStringList& arguments)
     out << textout::columns({
         {QStringLiteral("Body:"), QStringLiteral("%1 bytes").arg(message.bodyLength)},
         {QStringLiteral("Message type:"), messageTypeText(message.header->contentType)},
+        {QStringLiteral("Parts:"), parts.status.ok()
+                                       ? QString::number(parts.parts.size())
+                                       : QStringLiteral("none: ") + parts.status.text},
     });
+    if (!parts.parts.isEmpty())
+        out << '\n' << cli::partTable(parts) << cli::partTexts(parts);
     return status;
 }
 

@@ -22,5 +22,7 @@ QList<cli::Command> profileCommands();
 QList<cli::Command> blockCommands();
 QList<cli::Command> sendingCommands();
 QList<cli::Command> flexCommands();
+QList<cli::Command> partsCommands();
+QList<cli::Command> pduCommands();
 
 #endif

@@ -16,11 +16,11 @@ namespace
 
 QList<cli::Command> allCommands()
 {
-    return messageCommands() + exportCommands() + mailfileCommands() + indexCommands() +
-           checkCommands() + settingsCommands() + profileCommands() + blockCommands() +
-           sendingCommands() + flexCommands() + contactsCommands() + classifyCommands() +
-           contentTypeCommands() + extensionCommands() + mediaCommands() + pathsCommands() +
-           sendRequestCommands();
+    return messageCommands() + partsCommands() + exportCommands() + mailfileCommands() +
+           pduCommands() + sendRequestCommands() + indexCommands() + checkCommands() +
+           settingsCommands() + profileCommands() + blockCommands() + sendingCommands() +
+           flexCommands() + contactsCommands() + classifyCommands() + contentTypeCommands() +
+           extensionCommands() + mediaCommands() + pathsCommands();
 }
 
 QString firstWord(const QString& name)

@@ -202,7 +202,11 @@ std::optional<int> parseRowId(QCommandLineParser& parser, const Command& command
     parser.addPositionalArgument(QStringLiteral("ID"), description);
     if (const std::optional<int> stop = parse(parser, command, arguments, 1))
         return stop;
-    const QString text = parser.positionalArguments().constFirst();
+    return rowIdOf(command, parser.positionalArguments().constFirst(), id);
+}
+
+std::optional<int> rowIdOf(const Command& command, const QString& text, unsigned int* id)
+{
     const std::optional<unsigned int> number = parseNumber(text);
     if (!number)
         return usageError(command.name, QStringLiteral("'%1' is not a row id").arg(text));

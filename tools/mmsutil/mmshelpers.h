@@ -83,6 +83,9 @@ std::optional<int> numberOf(const QCommandLineParser& parser, const QCommandLine
 std::optional<int> parseRowId(QCommandLineParser& parser, const Command& command,
                               const QStringList& arguments, const QString& description,
                               unsigned int* id);
+// The row id `text`, given to `command`, in `id`; gives the exit status of a usage error when it
+// is not one.
+std::optional<int> rowIdOf(const Command& command, const QString& text, unsigned int* id);
 // Reports the store's failure `status` on standard error and gives its exit code: ExitNo for what
 // is not there, ExitRefused for what the store's rules refuse (and a message the MMSC could not
 // give), ExitFailed for the rest.

@@ -1,6 +1,7 @@
 #include "textout.h"
 
 #include <display_text.h>
+#include <pdu_field_text.h>
 
 #include <QDateTime>
 
@@ -15,27 +16,6 @@ QString counted(qsizetype count, const char* noun)
         .arg(count == 1 ? QString() : QStringLiteral("s"));
 }
 
-namespace
-{
-
-// "+01:00", "-05:30", "+00:00": a time read back alone gives the same second wherever it is read.
-QString offsetText(int seconds)
-{
-    const int minutes = qAbs(seconds) / 60;
-    return QStringLiteral("%1%2:%3")
-        .arg(seconds < 0 ? QLatin1Char('-') : QLatin1Char('+'))
-        .arg(minutes / 60, 2, 10, QLatin1Char('0'))
-        .arg(minutes % 60, 2, 10, QLatin1Char('0'));
-}
-
-QString withOffset(const QDateTime& time, const char* format, const char* beforeOffset)
-{
-    return time.toString(QLatin1String(format)) + QLatin1String(beforeOffset) +
-           offsetText(time.offsetFromUtc());
-}
-
-} // namespace
-
 QString timeText(quint32 seconds)
 {
     return dateTimeText(QDateTime::fromSecsSinceEpoch(seconds));
@@ -43,12 +23,15 @@ QString timeText(quint32 seconds)
 
 QString jsonTimeText(quint32 seconds)
 {
-    return withOffset(QDateTime::fromSecsSinceEpoch(seconds), "yyyy-MM-ddThh:mm:ss", "");
+    return tavmms::store::isoDateText(seconds);
 }
 
 QString dateTimeText(const QDateTime& time)
 {
-    return time.isValid() ? withOffset(time, "yyyy-MM-dd hh:mm:ss", " ") : QString();
+    // The offset keeps a time read back alone the same second wherever it is read.
+    return time.isValid() ? time.toString(QStringLiteral("yyyy-MM-dd hh:mm:ss ")) +
+                                tavmms::store::utcOffsetText(time.offsetFromUtc())
+                          : QString();
 }
 
 QString columns(const QList<QStringList>& rows, const QList<int>& rightAligned)

@@ -1,0 +1,144 @@
+// mmsutil pdu decode: any MMS PDU read whole, its header fields in words and its parts, without
+// the store.
+
+#include "commands.h"
+#include "textout.h"
+
+#include <tavmmsutility.h>
+
+#include <QCommandLineParser>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QTextStream>
+
+namespace
+{
+
+namespace pdu = tavmms::pdu;
+namespace store = tavmms::store;
+
+QString headerValueText(const pdu::PartHeader& header)
+{
+    return header.opaque ? QString::fromLatin1(header.value.toHex(' '))
+                         : QString::fromUtf8(header.value);
+}
+
+QJsonObject pduToJson(const pdu::Message& message)
+{
+    QJsonArray headers;
+    for (const pdu::HeaderField& field : message.pdu.headers) {
+        const store::FieldText text = store::fieldText(field);
+        QJsonObject object{{QStringLiteral("name"), text.name},
+                           {QStringLiteral("value"), text.value}};
+        if (!text.charset.isEmpty())
+            object.insert(QStringLiteral("charset"), text.charset);
+        headers.append(object);
+    }
+    QJsonArray parts;
+    for (qsizetype i = 0; i < message.parts.size(); ++i) {
+        const pdu::Part& part = message.parts.at(i);
+        QJsonArray parameters;
+        for (const pdu::Parameter& parameter : part.contentType.parameters)
+            parameters.append(
+                QJsonObject{{QStringLiteral("name"), QString::fromUtf8(parameter.name)},
+                            {QStringLiteral("value"), QString::fromUtf8(parameter.value)}});
+        QJsonArray partHeaders;
+        for (const pdu::PartHeader& header : part.headers)
+            partHeaders.append(QJsonObject{{QStringLiteral("name"), QString::fromUtf8(header.name)},
+                                           {QStringLiteral("value"), headerValueText(header)}});
+        parts.append(QJsonObject{
+            {QStringLiteral("index"), qint64(i + 1)},
+            {QStringLiteral("contentType"), QString::fromUtf8(part.contentType.mediaType)},
+            {QStringLiteral("parameters"), parameters},
+            {QStringLiteral("headers"), partHeaders},
+            {QStringLiteral("size"), qint64(part.data.size())},
+        });
+    }
+    return QJsonObject{
+        {QStringLiteral("headers"), headers},
+        {QStringLiteral("parts"), parts},
+        {QStringLiteral("warnings"), QJsonArray::fromStringList(message.pdu.warnings)}};
+}
+
+void printPdu(const pdu::Message& message)
+{
+    QList<QStringList> fields{
+        {QStringLiteral("FIELD"), QStringLiteral("VALUE"), QStringLiteral("CHARSET")}};
+    for (const pdu::HeaderField& field : message.pdu.headers) {
+        const store::FieldText text = store::fieldText(field);
+        fields.append({textout::oneLine(text.name), textout::oneLine(text.value), text.charset});
+    }
+    QTextStream& out = cli::out();
+    out << textout::columns(fields);
+    for (qsizetype i = 0; i < message.parts.size(); ++i) {
+        const pdu::Part& part = message.parts.at(i);
+        out << QStringLiteral("\nPart %1: %2, %3\n")
+                   .arg(i + 1)
+                   .arg(textout::oneLine(store::contentTypeText(part.contentType)))
+                   .arg(textout::counted(part.data.size(), "byte"));
+        for (const pdu::PartHeader& header : part.headers)
+            out << QStringLiteral("  %1: %2\n")
+                       .arg(textout::oneLine(QString::fromUtf8(header.name)),
+                            textout::oneLine(headerValueText(header)));
+    }
+}
+
+int runDecode(const cli::Command& command, const QStringList& arguments)
+{
+    QCommandLineParser parser;
+    parser.setApplicationDescription(
+        command.summary +
+        QStringLiteral(
+            " Prints every header field with its value in words (a message type by its name, "
+            "the version as \"1.2\", dates in ISO 8601 with their offset, relative times in "
+            "seconds, encoded strings with their charset), then every part: its number, content "
+            "type with parameters, size and headers. What was read all the same (text not valid "
+            "in its charset) is warned about on standard error. A PDU that does not read fails "
+            "(exit status %1) with the offset and what was expected there; a file over %2 bytes "
+            "is refused (exit status %3) before it is read whole. The store is not touched.")
+            .arg(cli::ExitFailed)
+            .arg(store::MessageStore::kLargestBody)
+            .arg(cli::ExitRefused));
+    const QCommandLineOption json = cli::jsonOption(QStringLiteral(
+        "an object {headers: [{name, value, charset}], parts: [{index, contentType, parameters: "
+        "[{name, value}], headers: [{name, value}], size}], warnings}"));
+    parser.addOption(json);
+    parser.addPositionalArgument(QStringLiteral("FILE"),
+                                 QStringLiteral("The PDU; - reads standard input."));
+    if (const std::optional<int> stop = cli::parse(parser, command, arguments, 1))
+        return *stop;
+    const QString path = parser.positionalArguments().constFirst();
+    const std::optional<QByteArray> bytes = cli::readInput(path, store::MessageStore::kLargestBody);
+    if (!bytes)
+        return cli::ExitFailed;
+    if (bytes->size() > store::MessageStore::kLargestBody) {
+        cli::fail(QStringLiteral("'%1' is larger than %2 bytes; no PDU is that large")
+                      .arg(path)
+                      .arg(store::MessageStore::kLargestBody));
+        return cli::ExitRefused;
+    }
+    pdu::DecodeError error;
+    const std::optional<pdu::Message> message = pdu::decodeMessage(*bytes, &error);
+    if (!message)
+        return cli::fail(QStringLiteral("'%1' does not read: offset %2: expected %3")
+                             .arg(path)
+                             .arg(error.offset)
+                             .arg(error.expected));
+    for (const QString& warning : message->pdu.warnings)
+        cli::warn(warning);
+    if (parser.isSet(json))
+        return cli::printJson(QJsonDocument(pduToJson(*message)));
+    printPdu(*message);
+    return cli::ExitOk;
+}
+
+} // namespace
+
+QList<cli::Command> pduCommands()
+{
+    return {
+        {QStringLiteral("pdu decode"),
+         QStringLiteral("Prints the header fields and the parts of an MMS PDU file."), runDecode},
+    };
+}
