@@ -3,13 +3,12 @@
 // the same data, and written once more gives the same bytes. Every part's data, in whatever
 // transfer encoding it names, decodes; a nested multipart reads as a body in turn.
 
+#include "fuzz_require.h"
 #include "multipart.h"
 #include "transfer_encoding.h"
 
 #include <cstddef>
 #include <cstdint>
-#include <cstdio>
-#include <cstdlib>
 
 namespace
 {
@@ -18,14 +17,6 @@ using tavmms::pdu::DecodeError;
 using tavmms::pdu::decodeMultipart;
 using tavmms::pdu::encodeMultipart;
 using tavmms::pdu::Part;
-
-void require(bool holds, const char* property)
-{
-    if (holds)
-        return;
-    std::fprintf(stderr, "property does not hold: %s\n", property);
-    std::abort();
-}
 
 void check(QByteArrayView body, int depth)
 {

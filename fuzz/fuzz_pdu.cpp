@@ -3,26 +3,12 @@
 // header fields and body; and a message read whole, written again, reads back with the same
 // header fields and the same parts' data.
 
+#include "fuzz_require.h"
 #include "mms_message.h"
 #include "mms_pdu.h"
 
 #include <cstddef>
 #include <cstdint>
-#include <cstdio>
-#include <cstdlib>
-
-namespace
-{
-
-void require(bool holds, const char* property)
-{
-    if (holds)
-        return;
-    std::fprintf(stderr, "property does not hold: %s\n", property);
-    std::abort();
-}
-
-} // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {

@@ -8,6 +8,7 @@
 // they were given, and a field set changes no byte of the row but its own.
 
 #include "cli.h"
+#include "fuzz_require.h"
 #include "mmshelpers.h"
 #include "settingshelpers.h"
 
@@ -18,22 +19,12 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <cstdio>
-#include <cstdlib>
 #include <cstring>
 
 namespace
 {
 
 // Stops the run with the property that does not hold, so that the report says which.
-void require(bool holds, const char* property)
-{
-    if (holds)
-        return;
-    std::fprintf(stderr, "property does not hold: %s\n", property);
-    std::abort();
-}
-
 // Whether every character of `text` is one of the ASCII `characters`.
 bool onlyOf(const QString& text, const char* characters)
 {

@@ -3,27 +3,18 @@
 // again, reads back the same. Texts in the charsets MMS names decode, whatever their bytes.
 
 #include "charsets.h"
+#include "fuzz_require.h"
 #include "wsp_reader.h"
 #include "wsp_writer.h"
 
 #include <cstddef>
 #include <cstdint>
-#include <cstdio>
-#include <cstdlib>
 
 namespace
 {
 
 using tavmms::pdu::WspReader;
 using tavmms::pdu::WspWriter;
-
-void require(bool holds, const char* property)
-{
-    if (holds)
-        return;
-    std::fprintf(stderr, "property does not hold: %s\n", property);
-    std::abort();
-}
 
 // Writes `value` with `write`, reads it back with `read`, and requires the same value.
 template <typename Value, typename Write, typename Read>

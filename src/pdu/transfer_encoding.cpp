@@ -1,20 +1,25 @@
 #include "transfer_encoding.h"
 
+#include <charconv>
+#include <optional>
+
 namespace tavmms::pdu
 {
 
 namespace
 {
 
-int hexDigit(char c)
+// The octet that the two hex digits at `at` write; nothing when they are not two hex digits.
+std::optional<char> hexOctet(QByteArrayView text, qsizetype at)
 {
-    if (c >= '0' && c <= '9')
-        return c - '0';
-    if (c >= 'A' && c <= 'F')
-        return c - 'A' + 10;
-    if (c >= 'a' && c <= 'f')
-        return c - 'a' + 10;
-    return -1;
+    if (at + 2 > text.size())
+        return std::nullopt;
+    unsigned int value = 0;
+    const char* first = text.data() + at;
+    const auto [end, failure] = std::from_chars(first, first + 2, value, 16);
+    if (failure != std::errc() || end != first + 2)
+        return std::nullopt;
+    return char(value);
 }
 
 // The length of the line break at `at` after spaces and tabs, which mail lets a line end with;
@@ -51,13 +56,12 @@ QByteArray decodeQuotedPrintable(QByteArrayView text)
             i += soft;
             continue;
         }
-        const int high = i + 2 < text.size() ? hexDigit(text[i + 1]) : -1;
-        const int low = high >= 0 ? hexDigit(text[i + 2]) : -1;
-        if (low < 0) {
+        const std::optional<char> octet = hexOctet(text, i + 1);
+        if (!octet) {
             data += '=';
             continue;
         }
-        data += char(high << 4 | low);
+        data += *octet;
         i += 2;
     }
     return data;

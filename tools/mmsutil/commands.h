@@ -14,7 +14,6 @@ QList<cli::Command> contentTypeCommands();
 QList<cli::Command> extensionCommands();
 QList<cli::Command> mediaCommands();
 QList<cli::Command> pathsCommands();
-QList<cli::Command> sendRequestCommands();
 QList<cli::Command> indexCommands();
 QList<cli::Command> checkCommands();
 QList<cli::Command> settingsCommands();
