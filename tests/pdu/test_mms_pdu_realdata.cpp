@@ -4,6 +4,7 @@
 
 #include "mms_message.h"
 #include "mms_pdu.h"
+#include "support/pdu_helpers.h"
 
 #include <QDir>
 #include <QFile>
@@ -15,7 +16,7 @@ namespace
 
 using namespace tavmms::pdu;
 
-const QString kFolder = QStringLiteral(TAVMMS_SOURCE_DIR "/../shared/realdata/mms-pdus");
+const QString kFolder = tavmms_test::realPduFolder();
 
 class RealPduTest : public ::testing::Test
 {

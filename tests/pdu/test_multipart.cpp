@@ -4,6 +4,7 @@
 #include "mms_pdu.h"
 #include "multipart.h"
 #include "support/octets.h"
+#include "support/pdu_helpers.h"
 
 #include <QDir>
 #include <QFile>
@@ -310,7 +311,7 @@ TEST(MultipartTest, StartsWithThePartWhoseContentIdIsTheStartParameter)
 
 TEST(MultipartTest, TheBodiesOfRealMessagesDecodeAndStartWithAPartTheyHave)
 {
-    const QDir folder(TAVMMS_SOURCE_DIR "/../shared/realdata/mms-pdus");
+    const QDir folder(tavmms_test::realPduFolder());
     if (!folder.exists())
         GTEST_SKIP() << "no sample messages in " << qPrintable(folder.path());
     int multiparts = 0;

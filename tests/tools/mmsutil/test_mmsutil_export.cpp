@@ -7,6 +7,7 @@
 
 #include "support/mail_parser.h"
 #include "support/message_store.h"
+#include "support/pdu_helpers.h"
 #include "support/tool_process.h"
 
 #include <gtest/gtest.h>
@@ -26,7 +27,7 @@ using tavmms_test::expectOneLineReport;
 using tavmms_test::expectUsageError;
 using tavmms_test::ToolResult;
 
-const QString kRealPdus = QStringLiteral(TAVMMS_SOURCE_DIR "/../shared/realdata/mms-pdus");
+const QString kRealPdus = tavmms_test::realPduFolder();
 const QByteArray kSmil = "<smil><body><par><img src=\"cid:img\"/></par></body></smil>";
 
 QByteArray slidesBody()

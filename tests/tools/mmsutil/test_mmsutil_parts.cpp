@@ -5,6 +5,7 @@
 #include <tavmmsutility.h>
 
 #include "support/message_store.h"
+#include "support/pdu_helpers.h"
 #include "support/tool_process.h"
 
 #include <gtest/gtest.h>
@@ -25,7 +26,7 @@ using tavmms_test::expectNotFound;
 using tavmms_test::expectUsageError;
 using tavmms_test::ToolResult;
 
-const QString kRealFolder = QStringLiteral(TAVMMS_SOURCE_DIR "/../shared/realdata/mms-pdus");
+const QString kRealFolder = tavmms_test::realPduFolder();
 const QByteArray kHostileName = "\x1b]0;owned\x07\xe2\x80\xae"
                                 "gpj.exe";
 

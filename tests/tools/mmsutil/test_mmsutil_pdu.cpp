@@ -4,6 +4,7 @@
 #include <tavmmsutility.h>
 
 #include "support/message_store.h"
+#include "support/pdu_helpers.h"
 #include "support/tool_process.h"
 
 #include <gtest/gtest.h>
@@ -23,7 +24,7 @@ using pdu::Field;
 using pdu::HeaderField;
 using tavmms_test::ToolResult;
 
-const QString kRealFolder = QStringLiteral(TAVMMS_SOURCE_DIR "/../shared/realdata/mms-pdus");
+const QString kRealFolder = tavmms_test::realPduFolder();
 
 // An m-retrieve.conf with a text part and a subject in UTF-8.
 QByteArray samplePdu()
