@@ -41,7 +41,10 @@ QByteArray retrieveConfPdu(const QList<HeaderField>& fields, const QByteArray& b
 
 QString realPduFolder()
 {
-    return QStringLiteral(TAVMMS_SOURCE_DIR "/../shared/realdata/mms-pdus");
+    // A checkout elsewhere than beside the shared data names the folder in the environment.
+    const QString named = qEnvironmentVariable("TAVMMS_REAL_PDUS");
+    return named.isEmpty() ? QStringLiteral(TAVMMS_SOURCE_DIR "/../shared/realdata/mms-pdus")
+                           : named;
 }
 
 QByteArray realPdu(const QString& name)

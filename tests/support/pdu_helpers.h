@@ -22,7 +22,8 @@ QByteArray retrieveConfPdu(
     const QList<tavmms::pdu::HeaderField>& fields, const QByteArray& body = twoPartBody(),
     const QByteArray& mediaType = QByteArrayLiteral("application/vnd.wap.multipart.mixed"));
 
-// Where the machine keeps real PDUs; tests that read them skip when it does not exist.
+// Where the machine keeps real PDUs ($TAVMMS_REAL_PDUS, else beside the source tree); tests
+// that read them skip when it does not exist.
 QString realPduFolder();
 // The bytes of the real PDU `name`; a file that cannot be read fails the test.
 QByteArray realPdu(const QString& name);
