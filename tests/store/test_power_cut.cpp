@@ -11,6 +11,7 @@
 #include "mail_file_reader.h"
 
 #include "support/message_store.h"
+#include "support/pdu_helpers.h"
 #include "support/sql_queries.h"
 #include "support/tool_process.h"
 
@@ -334,6 +335,14 @@ TEST_F(PowerCutTest, ReceiveCutAtAnyCallKeepsEveryKeptMessage)
     checkAdd({QStringLiteral("receive"), bodyFile(body), QStringLiteral("--from"),
               QStringLiteral("+15550103"), QStringLiteral("--subject"), QStringLiteral("In")},
              body);
+}
+
+TEST_F(PowerCutTest, ReceiveOfAPduCutAtAnyCallKeepsEveryKeptMessage)
+{
+    const QByteArray pdu = tavmms_test::retrieveConfPdu(
+        {tavmms::pdu::HeaderField::from(QStringLiteral("+15550105/TYPE=PLMN"))});
+    checkAdd({QStringLiteral("receive"), QStringLiteral("--pdu"), bodyFile(pdu)},
+             tavmms_test::twoPartBody());
 }
 
 // The rows of a delete go first: a cut leaves each message whole, or without its row, its mail file
