@@ -143,7 +143,8 @@ TEST_F(RealPduTest, SentMessagesAskTheMmscToInsertTheSender)
         EXPECT_TRUE(pdu.find(Field::From)->insertAddress);
     }
     EXPECT_EQ(decoded(QStringLiteral("m-send_1.req")).number(Field::SenderVisibility), 129u);
-    const HeaderField* expiry = decoded(QStringLiteral("m-send_3.req")).find(Field::Expiry);
+    const Pdu third = decoded(QStringLiteral("m-send_3.req"));
+    const HeaderField* expiry = third.find(Field::Expiry);
     ASSERT_TRUE(expiry);
     EXPECT_TRUE(expiry->relative);
     EXPECT_EQ(expiry->number, 604800u);
