@@ -70,6 +70,7 @@
 #include "settings_store.h"
 #include "setup_set_manager.h"
 #include "setup_utility.h"
+#include "store_backup.h"
 #include "tavmms_global.h"
 #include "transfer_encoding.h"
 #include "user_input.h"

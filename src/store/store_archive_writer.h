@@ -1,0 +1,47 @@
+#ifndef TAVMMS_STORE_STORE_ARCHIVE_WRITER_H
+#define TAVMMS_STORE_STORE_ARCHIVE_WRITER_H
+
+// A tar archive (pax) compressed with zstd, written member by member to a file descriptor: what a
+// backup of the store is made of. The only place that sees libarchive.
+
+#include <QByteArray>
+#include <QDateTime>
+#include <QString>
+
+#include <memory>
+
+namespace tavmms::store
+{
+
+class ArchiveWriter
+{
+public:
+    // Starts an archive on `fd`, which stays the caller's: written to, never closed. The
+    // compression is zstd's fastest level but one, since a phone backs up more than it restores.
+    explicit ArchiveWriter(int fd);
+    ~ArchiveWriter();
+    ArchiveWriter(const ArchiveWriter&) = delete;
+    ArchiveWriter& operator=(const ArchiveWriter&) = delete;
+
+    // Adds a regular file `name` (a path inside the archive, "/" between its folders) holding
+    // `data`, readable by its owner alone, with the modification time `time`. False, with error()
+    // and errorNumber() set, when it cannot be written; every call after a failure fails.
+    bool add(const QString& name, const QByteArray& data, const QDateTime& time);
+    // Writes the compressor's last bytes and the archive's end. False as add() fails.
+    bool finish();
+
+    QString error() const { return error_; }
+    int errorNumber() const { return errno_; } // 0 when libarchive named none
+
+private:
+    bool fail();
+
+    struct Handle;
+    std::unique_ptr<Handle> archive_;
+    QString error_;
+    int errno_ = 0;
+};
+
+} // namespace tavmms::store
+
+#endif

@@ -1,0 +1,398 @@
+#include "store_backup.h"
+
+#include "contact_book.h"
+#include "file_status.h"
+#include "index_row_fields.h"
+#include "mail_file_io.h"
+#include "message_store.h"
+#include "store_archive_writer.h"
+#include "store_lock.h"
+
+#include "address_book_settings.h"
+#include "file_descriptor.h"
+#include "filesync.h"
+#include "mms_util_common.h"
+#include "platform_paths.h"
+#include "settings_service.h"
+#include "settings_store.h"
+
+#include <QCryptographicHash>
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <sys/stat.h>
+#include <unistd.h>
+#include <utility>
+
+namespace tavmms::store
+{
+
+namespace
+{
+
+// The platform's own groups that the messaging applications depend on: the address book's
+// settings (its owner and region) and the feature flags (the block list is used only while its
+// flag is set).
+const QString kAddressBookGroup = QStringLiteral("TAV_Address_Book");
+const QString kFeatureFlagGroup = QStringLiteral("TAV_Feature_Flags");
+
+// True when the directory `inner` is `outer` or inside it; both canonical, `outer` possibly empty.
+bool isWithin(const QString& inner, const QString& outer)
+{
+    return !outer.isEmpty() &&
+           (inner == outer ||
+            inner.startsWith(outer.endsWith(QLatin1Char('/')) ? outer : outer + QLatin1Char('/')));
+}
+
+// A backup kept where the store keeps its own files would be swept up by a repair, counted by the
+// next backup and lost with the store it is meant to outlive.
+Status refuseInsideStore(const QString& path)
+{
+    const QString directory = QFileInfo(QFileInfo(path).absolutePath()).canonicalFilePath();
+    for (const QString& own : {MMS_UTIL_Common::getWorkDir(), platformDirectory()}) {
+        if (own.isEmpty() || directory.isEmpty())
+            continue;
+        if (isWithin(directory, QFileInfo(own).canonicalFilePath()))
+            return Status::failure(
+                ErrorCode::Invalid,
+                QStringLiteral("the backup '%1' would lie inside the store's directory '%2'")
+                    .arg(path, QDir::cleanPath(own)));
+    }
+    return {};
+}
+
+QByteArray jsonBytes(const QJsonObject& object)
+{
+    return QJsonDocument(object).toJson(QJsonDocument::Indented);
+}
+
+QJsonArray addressesToJson(const QList<ContactAddress>& addresses)
+{
+    QJsonArray array;
+    for (const ContactAddress& address : addresses)
+        array.append(QJsonObject{{QStringLiteral("value"), address.value},
+                                 {QStringLiteral("label"), address.label}});
+    return array;
+}
+
+// The row's fields by name; a text field whose text does not write back to the same bytes (no
+// valid UTF-8 or UTF-16 in it, or bytes after its terminator) has those bytes in "exact" too, so
+// that a restore can make the row again to the byte.
+QJsonObject rowToJson(const MessageRow& row, bool hasMailFile)
+{
+    QJsonObject fields;
+    QJsonObject exact;
+    const auto* bytes = reinterpret_cast<const char*>(&row.record);
+    for (const DB_BIND_T& field : rowFields()) {
+        const QString name = QLatin1String(field.name);
+        const QVariant value = rowFieldValue(row.record, field);
+        fields.insert(name, QJsonValue::fromVariant(value));
+        if (field.code != DB_BIND_UCS2_TEXT && field.code != DB_BIND_CHAR_TEXT)
+            continue;
+        MMS_UTIL_DBStruct_T rebuilt{};
+        QString error;
+        setRowField(&rebuilt, name, value.toString(), &error);
+        const auto* again = reinterpret_cast<const char*>(&rebuilt);
+        if (std::memcmp(bytes + field.offset, again + field.offset, field.size) != 0)
+            exact.insert(
+                name, QString::fromLatin1(QByteArray(bytes + field.offset, field.size).toBase64()));
+    }
+    QJsonObject object{{QStringLiteral("id"), qint64(row.id)},
+                       {QStringLiteral("mailFile"), hasMailFile},
+                       {QStringLiteral("fields"), fields}};
+    if (!exact.isEmpty())
+        object.insert(QStringLiteral("exact"), exact);
+    return object;
+}
+
+// What the settings store holds of the messaging applications, group by group; nothing with
+// `error` set when it cannot be read, since its defaults are no backup of what the user set.
+std::optional<QJsonObject> settingsToJson(QString* error)
+{
+    tavplatform::SettingsStoreService& store = tavplatform::settingsStoreService();
+    QStringList groups{settings::kGlobalGroup, settings::kProfileListGroup};
+    groups += store.entries(settings::kProfileListGroup).keys();
+    groups += {kAddressBookGroup, kFeatureFlagGroup};
+    QJsonObject all;
+    for (const QString& group : std::as_const(groups)) {
+        const QMap<QString, QString> entries = store.entries(group);
+        QJsonObject values;
+        for (auto it = entries.cbegin(); it != entries.cend(); ++it)
+            values.insert(it.key(), it.value());
+        all.insert(group, values);
+    }
+    *error = store.readError();
+    if (!error->isEmpty())
+        return std::nullopt;
+    return QJsonObject{{QStringLiteral("groups"), all}};
+}
+
+// The address book: every contact, in the order they were added, its owner and region.
+std::optional<QJsonObject> contactsToJson(qsizetype* count, QString* error)
+{
+    const std::optional<QList<Contact>> contacts = listContacts(error);
+    if (!contacts)
+        return std::nullopt;
+    QJsonArray array;
+    for (const Contact& contact : *contacts)
+        array.append(QJsonObject{{QStringLiteral("uid"), contact.uid},
+                                 {QStringLiteral("name"), contact.name},
+                                 {QStringLiteral("organization"), contact.organization},
+                                 {QStringLiteral("numbers"), addressesToJson(contact.numbers)},
+                                 {QStringLiteral("emails"), addressesToJson(contact.emails)}});
+    *count = contacts->size();
+    const tavplatform::AddressBookOwner owner = tavplatform::addressBookOwner();
+    return QJsonObject{
+        {QStringLiteral("owner"), QJsonObject{{QStringLiteral("name"), owner.name},
+                                              {QStringLiteral("number"), owner.number}}},
+        {QStringLiteral("region"), contactRegion()},
+        {QStringLiteral("contacts"), array}};
+}
+
+// The archive being written under a temporary name beside its path, removed unless it was put in
+// place.
+class TemporaryFile
+{
+public:
+    explicit TemporaryFile(const QString& path)
+    {
+        const QFileInfo info(path);
+        name_ = QFile::encodeName(info.absolutePath() + QStringLiteral("/.") + info.fileName() +
+                                  QStringLiteral(".XXXXXX"));
+        // Readable by its owner alone: it holds every message and contact of the phone.
+        file_.fd = ::mkstemp(name_.data());
+    }
+    ~TemporaryFile()
+    {
+        if (!kept_)
+            ::unlink(name_.constData());
+    }
+    TemporaryFile(const TemporaryFile&) = delete;
+    TemporaryFile& operator=(const TemporaryFile&) = delete;
+
+    int fd() const { return file_.fd; }
+    const QByteArray& name() const { return name_; }
+    int close() { return ::close(std::exchange(file_.fd, -1)); }
+    void keep() { kept_ = true; }
+
+private:
+    QByteArray name_;
+    FileDescriptor file_{-1};
+    bool kept_ = false;
+};
+
+// Builds the archive's members in order, keeping each member's checksum for the manifest.
+class BackupWriter
+{
+public:
+    BackupWriter(int fd, QDateTime time) : archive_(fd), time_(std::move(time)) {}
+
+    bool add(const QString& name, const QByteArray& data)
+    {
+        if (!archive_.add(name, data, time_))
+            return false;
+        members_.insert(
+            name,
+            QJsonObject{{QStringLiteral("size"), qint64(data.size())},
+                        {QStringLiteral("sha256"),
+                         QString::fromLatin1(
+                             QCryptographicHash::hash(data, QCryptographicHash::Sha256).toHex())}});
+        return true;
+    }
+
+    bool finish(QJsonObject manifest)
+    {
+        manifest.insert(QStringLiteral("members"), members_);
+        return archive_.add(QStringLiteral("manifest.json"), jsonBytes(manifest), time_) &&
+               archive_.finish();
+    }
+
+    Status failure(const QString& what) const
+    {
+        const int error = archive_.errorNumber();
+        if (error == ENOSPC)
+            return fileFailure(what, error);
+        return Status::failure(ErrorCode::Failed, what + QStringLiteral(": ") + archive_.error());
+    }
+
+private:
+    ArchiveWriter archive_;
+    QDateTime time_;
+    QJsonObject members_;
+};
+
+ListFilter listFilterOf(const BackupFilter& filter)
+{
+    ListFilter list;
+    list.anyFolder = filter.anyFolder;
+    list.folder = filter.folder;
+    list.since = filter.since;
+    list.until = filter.until;
+    return list;
+}
+
+QJsonObject filterToJson(const BackupFilter& filter)
+{
+    QJsonObject object;
+    if (!filter.anyFolder)
+        object.insert(QStringLiteral("folder"), qint64(filter.folder));
+    if (filter.since.isValid())
+        object.insert(QStringLiteral("since"), filter.since.toString(Qt::ISODate));
+    if (filter.until.isValid())
+        object.insert(QStringLiteral("until"), filter.until.toString(Qt::ISODate));
+    return object;
+}
+
+// Reads the mail file of `row` into `bytes`: true when it was there, false when it was not; a
+// failure to read it otherwise sets `status`.
+bool readMailFile(const MessageRow& row, QByteArray* bytes, Status* status)
+{
+    QFile file(row.mailFile());
+    if (file.open(QIODevice::ReadOnly)) {
+        *bytes = file.readAll();
+        if (file.error() == QFileDevice::NoError)
+            return true;
+    }
+    const int error = errno;
+    if (!file.exists())
+        return false;
+    *status =
+        fileFailure(QStringLiteral("cannot read the mail file '%1'").arg(row.mailFile()), error);
+    return false;
+}
+
+// Puts the finished archive in place: its data synced, renamed to `path` (over a file there only
+// when `replace`), and the directory synced so that the name survives a power cut.
+Status putInPlace(TemporaryFile& temporary, const QString& path, bool replace)
+{
+    const QString what = QStringLiteral("cannot write the backup '%1'").arg(path);
+    const QByteArray target = QFile::encodeName(path);
+    if (syncDescriptor(temporary.fd()) != 0 || temporary.close() != 0)
+        return fileFailure(what, errno);
+    const int renamed = replace ? std::rename(temporary.name().constData(), target.constData())
+                                : renameWithoutReplacing(temporary.name(), target);
+    if (renamed != 0) {
+        const int error = errno;
+        if (error == EEXIST)
+            return Status::failure(ErrorCode::Exists,
+                                   QStringLiteral("'%1' exists already; it was kept").arg(path));
+        return fileFailure(what, error);
+    }
+    temporary.keep();
+    if (syncParentDirectory(target) != 0) {
+        const int error = errno;
+        ::unlink(target.constData());
+        return fileFailure(what, error);
+    }
+    return {};
+}
+
+} // namespace
+
+Backup backupStore(const QString& path, const BackupFilter& filter, const BackupOptions& options)
+{
+    Backup backup;
+    backup.path = path;
+    backup.status = refuseInsideStore(path);
+    if (!backup.status.ok())
+        return backup;
+    if (!options.replace && QFileInfo::exists(path)) {
+        backup.status = Status::failure(
+            ErrorCode::Exists, QStringLiteral("'%1' exists already; it was kept").arg(path));
+        return backup;
+    }
+
+    // Held from the first read to the last, so that no repair moves a file while it is read;
+    // writers take it shared too, and go on adding messages meanwhile.
+    StoreLock lock;
+    if (QFileInfo::exists(MMS_UTIL_Common::getWorkDir())) {
+        backup.status =
+            lock.acquire(StoreLock::defaultPath(), StoreLock::Shared, options.lockTimeout);
+        if (!backup.status.ok())
+            return backup;
+    }
+    MessageStore store(options.lockTimeout);
+    const Listed listed = store.list(listFilterOf(filter));
+    if (!listed.status.ok()) {
+        backup.status = listed.status;
+        return backup;
+    }
+    QString error;
+    const std::optional<QJsonObject> settings = settingsToJson(&error);
+    qsizetype contactCount = 0;
+    const std::optional<QJsonObject> contacts =
+        settings ? contactsToJson(&contactCount, &error) : std::nullopt;
+    if (!contacts) {
+        backup.status = Status::failure(ErrorCode::Failed, error);
+        return backup;
+    }
+
+    const QString what = QStringLiteral("cannot write the backup '%1'").arg(path);
+    TemporaryFile temporary(path);
+    if (temporary.fd() < 0) {
+        backup.status = fileFailure(what, errno);
+        return backup;
+    }
+    const QDateTime now = QDateTime::currentDateTime();
+    BackupWriter writer(temporary.fd(), now);
+    QJsonArray rows;
+    qsizetype done = 0;
+    for (const MessageRow& row : listed.rows) {
+        QByteArray bytes;
+        const bool hasMailFile = readMailFile(row, &bytes, &backup.status);
+        if (!backup.status.ok())
+            return backup;
+        // A message deleted since the rows were read is left out; one whose row stays without
+        // its file keeps its row, for a restore to give back as it was.
+        if (hasMailFile || store.read(row.id, false).status.code != ErrorCode::NotFound) {
+            rows.append(rowToJson(row, hasMailFile));
+            if (!hasMailFile)
+                ++backup.withoutFile;
+        }
+        if (hasMailFile) {
+            if (!writer.add(QStringLiteral("messages/%1.mms").arg(row.id), bytes)) {
+                backup.status = writer.failure(what);
+                return backup;
+            }
+            ++backup.messages;
+            backup.messageBytes += bytes.size();
+        }
+        if (options.progress)
+            options.progress(++done, listed.rows.size());
+    }
+
+    const QJsonObject manifest{
+        {QStringLiteral("format"), kBackupFormatVersion},
+        {QStringLiteral("library"), QStringLiteral(TAVMMS_VERSION)},
+        {QStringLiteral("created"), now.toOffsetFromUtc(now.offsetFromUtc()).toString(Qt::ISODate)},
+        {QStringLiteral("filter"), filterToJson(filter)},
+        {QStringLiteral("counts"),
+         QJsonObject{{QStringLiteral("rows"), rows.size()},
+                     {QStringLiteral("mailFiles"), backup.messages},
+                     {QStringLiteral("rowsWithoutMailFile"), backup.withoutFile},
+                     {QStringLiteral("contacts"), contactCount}}}};
+    if (!writer.add(QStringLiteral("index.json"),
+                    jsonBytes(QJsonObject{{QStringLiteral("rows"), rows}})) ||
+        !writer.add(QStringLiteral("settings.json"), jsonBytes(*settings)) ||
+        !writer.add(QStringLiteral("contacts.json"), jsonBytes(*contacts)) ||
+        !writer.finish(manifest)) {
+        backup.status = writer.failure(what);
+        return backup;
+    }
+    struct stat written {
+    };
+    if (::fstat(temporary.fd(), &written) == 0)
+        backup.archiveBytes = qint64(written.st_size);
+    backup.status = putInPlace(temporary, path, options.replace);
+    return backup;
+}
+
+} // namespace tavmms::store

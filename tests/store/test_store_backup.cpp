@@ -1,0 +1,385 @@
+// A backup of the store, called in-process over a store, a settings store and an address book on
+// temporary files, and read back with libarchive: every mail file byte for byte, every row field
+// by field, the settings and the contacts, and a manifest whose counts and checksums match what
+// the archive holds. A file that is there stays unless replacing it is asked for, and a backup
+// that cannot be written leaves nothing behind.
+
+#include "store_backup.h"
+
+#include <tavmmsutility.h>
+
+#include "support/child_process.h"
+#include "support/index_table_helpers.h"
+#include "support/message_store.h"
+#include "support/model_helpers.h"
+#include "support/scoped_environment.h"
+#include "support/temp_address_book.h"
+#include "support/temp_database.h"
+
+#include <archive.h>
+#include <archive_entry.h>
+
+#include <gtest/gtest.h>
+
+#include <QCryptographicHash>
+#include <QDir>
+#include <QFile>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QTemporaryDir>
+#include <QTimeZone>
+
+#include <cerrno>
+#include <cstring>
+
+namespace
+{
+
+using namespace std::chrono_literals;
+using namespace tavmms::store;
+using tavmms_test::ChildProcess;
+using tavmms_test::ChildVerdict;
+
+// The members of an archive, in the order it holds them.
+struct Member {
+    QString name;
+    QByteArray data;
+};
+
+// Reads every member of the archive at `path`; a failure fails the test and gives what was read.
+QList<Member> readArchive(const QString& path)
+{
+    QList<Member> members;
+    archive* a = archive_read_new();
+    archive_read_support_filter_all(a);
+    archive_read_support_format_all(a);
+    if (archive_read_open_filename(a, QFile::encodeName(path).constData(), 10240) != ARCHIVE_OK) {
+        ADD_FAILURE() << "cannot open the archive: " << archive_error_string(a);
+        archive_read_free(a);
+        return members;
+    }
+    EXPECT_EQ(archive_filter_code(a, 0), ARCHIVE_FILTER_ZSTD);
+    archive_entry* entry = nullptr;
+    int r;
+    while ((r = archive_read_next_header(a, &entry)) == ARCHIVE_OK) {
+        Member member{QString::fromUtf8(archive_entry_pathname_utf8(entry)), {}};
+        member.data.resize(qsizetype(archive_entry_size(entry)));
+        EXPECT_EQ(archive_read_data(a, member.data.data(), size_t(member.data.size())),
+                  la_ssize_t(member.data.size()));
+        members.append(member);
+    }
+    EXPECT_EQ(r, ARCHIVE_EOF) << archive_error_string(a);
+    archive_read_free(a);
+    return members;
+}
+
+QByteArray memberData(const QList<Member>& members, const QString& name)
+{
+    for (const Member& member : members) {
+        if (member.name == name)
+            return member.data;
+    }
+    ADD_FAILURE() << "no member " << name.toStdString();
+    return {};
+}
+
+QJsonObject memberJson(const QList<Member>& members, const QString& name)
+{
+    return QJsonDocument::fromJson(memberData(members, name)).object();
+}
+
+QStringList memberNames(const QList<Member>& members)
+{
+    QStringList names;
+    for (const Member& member : members)
+        names.append(member.name);
+    return names;
+}
+
+QByteArray fileBytes(const QString& path)
+{
+    QFile file(path);
+    EXPECT_TRUE(file.open(QIODevice::ReadOnly)) << path.toStdString();
+    return file.readAll();
+}
+
+// A message with a text and two attachments, dated `date` (invalid: now).
+NewMessage messageWithAttachments(const QString& subject, const QDateTime& date = {})
+{
+    const tavmms::pdu::EncodedBody body = tavmms::pdu::composeBody(
+        QStringLiteral("See the pictures"),
+        {{"image/png", QStringLiteral("a.png"), QByteArray("\x89PNG\r\n\x1a\n\x00\x01", 10)},
+         {"text/x-vcard", QStringLiteral("ann.vcf"), "BEGIN:VCARD\r\nEND:VCARD\r\n"}},
+        tavmms::pdu::BodyKind::Mixed);
+    NewMessage message;
+    message.from =
+        tavmms_test::makeEntry(QString(), MMS_UTIL_ADDR_PLMN, QStringLiteral("+4915550199"));
+    message.to = {tavmms_test::makeEntry(QStringLiteral("Bob"), MMS_UTIL_ADDR_PLMN,
+                                         QStringLiteral("+4915550101"))};
+    message.subject = subject;
+    message.body = body.bytes;
+    message.date = date;
+    return message;
+}
+
+class StoreBackupTest : public ::testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        ASSERT_TRUE(dir.isValid());
+        ASSERT_TRUE(database.isValid());
+        ASSERT_TRUE(book.isValid());
+    }
+
+    QString mailFile(unsigned int id) const
+    {
+        return dir.filePath(QStringLiteral("download/mms/mailfile/%1.mms").arg(id));
+    }
+    QString backupPath() const { return dir.filePath(QStringLiteral("backup.tar.zst")); }
+
+    unsigned int receive(const NewMessage& message)
+    {
+        const Added added = MessageStore().receive(message);
+        EXPECT_TRUE(added.status.ok()) << added.status.text.toStdString();
+        return added.id;
+    }
+
+    QTemporaryDir dir;
+    tavmms_test::ScopedEnvironment platform{"TAV_PLATFORM_DIR",
+                                            dir.filePath(QStringLiteral("platform")).toUtf8()};
+    tavmms_test::ScopedEnvironment download{"TAV_LOCAL_DOWNLOAD_PATH",
+                                            dir.filePath(QStringLiteral("download")).toUtf8()};
+    tavmms_test::ScopedIndexTableState indexState;
+    tavmms_test::TempDatabase database;
+    tavmms_test::TempAddressBook book;
+};
+
+TEST_F(StoreBackupTest, HoldsEveryMailFileRowSettingAndContactWithAManifestThatMatchesThem)
+{
+    book.import("BEGIN:VCARD\r\nVERSION:3.0\r\nFN:Ann\r\nTEL;TYPE=CELL:+49 151 1\r\n"
+                "EMAIL:ann@example.org\r\nEND:VCARD\r\n");
+    ASSERT_TRUE(setOwner(QStringLiteral("Me"), QStringLiteral("+4915550100")));
+    tavplatform::SettingsStoreService& settings = tavplatform::settingsStoreService();
+    ASSERT_TRUE(settings.writeInt(tavmms::settings::kProfileListGroup, QStringLiteral("Work"), 1));
+    ASSERT_TRUE(settings.writeText(QStringLiteral("Work"), tavmms::settings::kServerAddress,
+                                   QStringLiteral("http://mmsc.example"), false));
+    ASSERT_TRUE(settings.writeText(tavmms::settings::kGlobalGroup, tavmms::settings::kBlockList,
+                                   QStringLiteral("+4915550666"), false));
+    ASSERT_TRUE(
+        settings.writeInt(tavmms::settings::kGlobalGroup, tavmms::settings::kReadReport, 1));
+    const Added composed = MessageStore().compose(messageWithAttachments(QStringLiteral("Out")));
+    ASSERT_TRUE(composed.status.ok()) << composed.status.text.toStdString();
+    const unsigned int received = receive(messageWithAttachments(QStringLiteral("In")));
+
+    QList<qsizetype> progress;
+    BackupOptions options;
+    options.progress = [&progress](qsizetype done, qsizetype total) {
+        EXPECT_EQ(total, 2);
+        progress.append(done);
+    };
+    const Backup backup = backupStore(backupPath(), {}, options);
+
+    ASSERT_TRUE(backup.status.ok()) << backup.status.text.toStdString();
+    EXPECT_EQ(progress, (QList<qsizetype>{1, 2}));
+    EXPECT_EQ(backup.messages, 2);
+    EXPECT_EQ(backup.withoutFile, 0);
+    EXPECT_EQ(backup.messageBytes,
+              QFileInfo(mailFile(composed.id)).size() + QFileInfo(mailFile(received)).size());
+    EXPECT_EQ(backup.archiveBytes, QFileInfo(backupPath()).size());
+    const QList<Member> members = readArchive(backupPath());
+    EXPECT_EQ(memberNames(members),
+              (QStringList{QStringLiteral("messages/%1.mms").arg(composed.id),
+                           QStringLiteral("messages/%1.mms").arg(received),
+                           QStringLiteral("index.json"), QStringLiteral("settings.json"),
+                           QStringLiteral("contacts.json"), QStringLiteral("manifest.json")}));
+    for (const unsigned int id : {composed.id, received})
+        EXPECT_EQ(memberData(members, QStringLiteral("messages/%1.mms").arg(id)),
+                  fileBytes(mailFile(id)));
+
+    const QJsonArray rows =
+        memberJson(members, QStringLiteral("index.json")).value(QStringLiteral("rows")).toArray();
+    ASSERT_EQ(rows.size(), 2);
+    for (const QJsonValue& value : rows) {
+        const QJsonObject row = value.toObject();
+        const unsigned int id = unsigned(row.value(QStringLiteral("id")).toInteger());
+        EXPECT_TRUE(row.value(QStringLiteral("mailFile")).toBool());
+        EXPECT_FALSE(row.contains(QStringLiteral("exact")));
+        const MMS_UTIL_DBStruct_T record = tavmms_test::readRow(database.path(), id);
+        const QJsonObject fields = row.value(QStringLiteral("fields")).toObject();
+        ASSERT_EQ(fields.size(), rowFields().size());
+        for (const DB_BIND_T& field : rowFields())
+            EXPECT_EQ(fields.value(QLatin1String(field.name)).toVariant(),
+                      rowFieldValue(record, field))
+                << field.name;
+    }
+
+    const QJsonObject groups = memberJson(members, QStringLiteral("settings.json"))
+                                   .value(QStringLiteral("groups"))
+                                   .toObject();
+    EXPECT_EQ(groups.value(QStringLiteral("MMS_GRP")).toObject(),
+              (QJsonObject{{QStringLiteral("MMS_Block_List"), QStringLiteral("+4915550666")},
+                           {QStringLiteral("MMS_Read_Report"), QStringLiteral("1")}}));
+    EXPECT_EQ(groups.value(QStringLiteral("MMS_Profile_List")).toObject(),
+              (QJsonObject{{QStringLiteral("Work"), QStringLiteral("1")}}));
+    EXPECT_EQ(groups.value(QStringLiteral("Work")).toObject(),
+              (QJsonObject{
+                  {QStringLiteral("MMS_Server_Address"), QStringLiteral("http://mmsc.example")}}));
+    EXPECT_EQ(groups.value(QStringLiteral("TAV_Address_Book"))
+                  .toObject()
+                  .value(QStringLiteral("Owner_Number")),
+              QStringLiteral("+4915550100"));
+
+    const QJsonObject contacts = memberJson(members, QStringLiteral("contacts.json"));
+    EXPECT_EQ(contacts.value(QStringLiteral("owner")).toObject(),
+              (QJsonObject{{QStringLiteral("name"), QStringLiteral("Me")},
+                           {QStringLiteral("number"), QStringLiteral("+4915550100")}}));
+    EXPECT_EQ(contacts.value(QStringLiteral("region")), QStringLiteral("DE"));
+    const QJsonArray people = contacts.value(QStringLiteral("contacts")).toArray();
+    ASSERT_EQ(people.size(), 1);
+    EXPECT_EQ(people.at(0).toObject().value(QStringLiteral("name")), QStringLiteral("Ann"));
+    EXPECT_EQ(people.at(0)
+                  .toObject()
+                  .value(QStringLiteral("emails"))
+                  .toArray()
+                  .at(0)
+                  .toObject()
+                  .value(QStringLiteral("value")),
+              QStringLiteral("ann@example.org"));
+
+    const QJsonObject manifest = memberJson(members, QStringLiteral("manifest.json"));
+    EXPECT_EQ(manifest.value(QStringLiteral("format")), kBackupFormatVersion);
+    EXPECT_FALSE(manifest.value(QStringLiteral("library")).toString().isEmpty());
+    EXPECT_TRUE(
+        QDateTime::fromString(manifest.value(QStringLiteral("created")).toString(), Qt::ISODate)
+            .isValid());
+    EXPECT_EQ(manifest.value(QStringLiteral("counts")).toObject(),
+              (QJsonObject{{QStringLiteral("rows"), 2},
+                           {QStringLiteral("mailFiles"), 2},
+                           {QStringLiteral("rowsWithoutMailFile"), 0},
+                           {QStringLiteral("contacts"), 1}}));
+    const QJsonObject sums = manifest.value(QStringLiteral("members")).toObject();
+    EXPECT_EQ(sums.size(), members.size() - 1);
+    for (const Member& member : members) {
+        if (member.name == QLatin1String("manifest.json"))
+            continue;
+        const QJsonObject sum = sums.value(member.name).toObject();
+        EXPECT_EQ(sum.value(QStringLiteral("sha256")).toString(),
+                  QString::fromLatin1(
+                      QCryptographicHash::hash(member.data, QCryptographicHash::Sha256).toHex()))
+            << member.name.toStdString();
+        EXPECT_EQ(sum.value(QStringLiteral("size")).toInteger(), member.data.size());
+    }
+}
+
+TEST_F(StoreBackupTest, AFolderAndATimeSpanChooseTheMessages)
+{
+    const QTimeZone utc = QTimeZone::utc();
+    const unsigned int old = receive(messageWithAttachments(
+        QStringLiteral("Old"), QDateTime(QDate(2020, 5, 1), QTime(12, 0), utc)));
+    const unsigned int recent = receive(messageWithAttachments(
+        QStringLiteral("Recent"), QDateTime(QDate(2026, 5, 1), QTime(12, 0), utc)));
+    ASSERT_TRUE(MessageStore().compose(messageWithAttachments(QStringLiteral("Out"))).status.ok());
+
+    BackupFilter inbox;
+    inbox.anyFolder = false;
+    inbox.folder = unsigned(Folder::Inbox);
+    ASSERT_TRUE(backupStore(backupPath(), inbox).status.ok());
+    EXPECT_EQ(memberNames(readArchive(backupPath())).mid(0, 2),
+              (QStringList{QStringLiteral("messages/%1.mms").arg(old),
+                           QStringLiteral("messages/%1.mms").arg(recent)}));
+
+    BackupFilter since;
+    since.since = QDateTime(QDate(2025, 1, 1), QTime(0, 0), utc);
+    since.until = QDateTime(QDate(2026, 6, 1), QTime(0, 0), utc);
+    BackupOptions replacing;
+    replacing.replace = true;
+    const Backup backup = backupStore(backupPath(), since, replacing);
+    ASSERT_TRUE(backup.status.ok()) << backup.status.text.toStdString();
+    EXPECT_EQ(backup.messages, 1);
+    const QList<Member> members = readArchive(backupPath());
+    EXPECT_EQ(memberNames(members).first(), QStringLiteral("messages/%1.mms").arg(recent));
+    EXPECT_EQ(memberJson(members, QStringLiteral("index.json"))
+                  .value(QStringLiteral("rows"))
+                  .toArray()
+                  .size(),
+              1);
+}
+
+TEST_F(StoreBackupTest, AFileThereIsKeptUnlessReplacingIsAsked)
+{
+    receive(messageWithAttachments(QStringLiteral("In")));
+    QFile there(backupPath());
+    ASSERT_TRUE(there.open(QIODevice::WriteOnly));
+    there.write("mine");
+    there.close();
+
+    const Backup refused = backupStore(backupPath());
+
+    EXPECT_EQ(refused.status.code, ErrorCode::Exists);
+    EXPECT_EQ(refused.status.text,
+              QStringLiteral("'%1' exists already; it was kept").arg(backupPath()));
+    EXPECT_EQ(fileBytes(backupPath()), QByteArray("mine"));
+    BackupOptions replacing;
+    replacing.replace = true;
+    ASSERT_TRUE(backupStore(backupPath(), {}, replacing).status.ok());
+    EXPECT_EQ(readArchive(backupPath()).size(), 5);
+    EXPECT_EQ(tavmms_test::namesIn(dir.path()).filter(QStringLiteral("backup")),
+              QStringList{QStringLiteral("backup.tar.zst")});
+}
+
+TEST_F(StoreBackupTest, APathInsideTheStoreIsRefused)
+{
+    receive(messageWithAttachments(QStringLiteral("In")));
+    const QString inside = dir.filePath(QStringLiteral("download/mms/backup.tar.zst"));
+
+    const Backup refused = backupStore(inside);
+
+    EXPECT_EQ(refused.status.code, ErrorCode::Invalid);
+    EXPECT_TRUE(refused.status.text.contains(QStringLiteral("inside the store's directory")))
+        << refused.status.text.toStdString();
+    EXPECT_FALSE(QFileInfo::exists(inside));
+}
+
+TEST_F(StoreBackupTest, AMissingDirectoryFailsClearly)
+{
+    const QString path = dir.filePath(QStringLiteral("nowhere/backup.tar.zst"));
+
+    const Backup failed = backupStore(path);
+
+    EXPECT_EQ(failed.status.code, ErrorCode::Failed);
+    EXPECT_EQ(failed.status.text, QStringLiteral("cannot write the backup '%1': %2")
+                                      .arg(path, QString::fromLocal8Bit(std::strerror(ENOENT))));
+}
+
+// On a small file system of its own, filled up: the archive cannot be written, and neither it nor
+// its temporary file stays.
+ChildVerdict backUpToAFullDisk(const QString& directory)
+{
+    if (const std::string why = tavmms_test::fillASmallDisk(directory); !why.empty())
+        return ChildVerdict::skip(why);
+    const QString path = directory + QStringLiteral("/backup.tar.zst");
+    const Backup backup = backupStore(path);
+    if (backup.status.code != ErrorCode::NoSpace ||
+        !backup.status.text.startsWith(
+            QStringLiteral("cannot write the backup '%1': no space left on device").arg(path)))
+        return ChildVerdict::fail("a backup to a full disk gave " +
+                                  backup.status.text.toStdString());
+    if (tavmms_test::namesIn(directory) != QStringList{QStringLiteral("filler")})
+        return ChildVerdict::fail(
+            "files stayed: " +
+            tavmms_test::namesIn(directory).join(QLatin1Char(' ')).toStdString());
+    return ChildVerdict::pass();
+}
+
+TEST_F(StoreBackupTest, ABackupToAFullDiskLeavesNothing)
+{
+    for (int i = 0; i < 3; ++i)
+        receive(messageWithAttachments(QStringLiteral("In %1").arg(i)));
+    const QString directory = dir.filePath(QStringLiteral("full"));
+    ChildProcess child([&](ChildProcess&) { return backUpToAFullDisk(directory); });
+    EXPECT_CHILD_PASSES(child, 60s);
+}
+
+} // namespace
