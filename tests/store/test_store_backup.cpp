@@ -1,13 +1,14 @@
 // A backup of the store, called in-process over a store, a settings store and an address book on
-// temporary files, and read back with libarchive: every mail file byte for byte, every row field
-// by field, the settings and the contacts, and a manifest whose counts and checksums match what
-// the archive holds. A file that is there stays unless replacing it is asked for, and a backup
+// temporary files, and read back with libarchive's reader: every mail file byte for byte, every row
+// field by field, the settings and the contacts, and a manifest whose counts and checksums match
+// what the archive holds. A file that is there stays unless replacing it is asked for, and a backup
 // that cannot be written leaves nothing behind.
 
 #include "store_backup.h"
 
 #include <tavmmsutility.h>
 
+#include "support/archive_reader.h"
 #include "support/child_process.h"
 #include "support/index_table_helpers.h"
 #include "support/message_store.h"
@@ -15,9 +16,6 @@
 #include "support/scoped_environment.h"
 #include "support/temp_address_book.h"
 #include "support/temp_database.h"
-
-#include <archive.h>
-#include <archive_entry.h>
 
 #include <gtest/gtest.h>
 
@@ -40,62 +38,11 @@ using namespace std::chrono_literals;
 using namespace tavmms::store;
 using tavmms_test::ChildProcess;
 using tavmms_test::ChildVerdict;
-
-// The members of an archive, in the order it holds them.
-struct Member {
-    QString name;
-    QByteArray data;
-};
-
-// Reads every member of the archive at `path`; a failure fails the test and gives what was read.
-QList<Member> readArchive(const QString& path)
-{
-    QList<Member> members;
-    archive* a = archive_read_new();
-    archive_read_support_filter_all(a);
-    archive_read_support_format_all(a);
-    if (archive_read_open_filename(a, QFile::encodeName(path).constData(), 10240) != ARCHIVE_OK) {
-        ADD_FAILURE() << "cannot open the archive: " << archive_error_string(a);
-        archive_read_free(a);
-        return members;
-    }
-    EXPECT_EQ(archive_filter_code(a, 0), ARCHIVE_FILTER_ZSTD);
-    archive_entry* entry = nullptr;
-    int r;
-    while ((r = archive_read_next_header(a, &entry)) == ARCHIVE_OK) {
-        Member member{QString::fromUtf8(archive_entry_pathname_utf8(entry)), {}};
-        member.data.resize(qsizetype(archive_entry_size(entry)));
-        EXPECT_EQ(archive_read_data(a, member.data.data(), size_t(member.data.size())),
-                  la_ssize_t(member.data.size()));
-        members.append(member);
-    }
-    EXPECT_EQ(r, ARCHIVE_EOF) << archive_error_string(a);
-    archive_read_free(a);
-    return members;
-}
-
-QByteArray memberData(const QList<Member>& members, const QString& name)
-{
-    for (const Member& member : members) {
-        if (member.name == name)
-            return member.data;
-    }
-    ADD_FAILURE() << "no member " << name.toStdString();
-    return {};
-}
-
-QJsonObject memberJson(const QList<Member>& members, const QString& name)
-{
-    return QJsonDocument::fromJson(memberData(members, name)).object();
-}
-
-QStringList memberNames(const QList<Member>& members)
-{
-    QStringList names;
-    for (const Member& member : members)
-        names.append(member.name);
-    return names;
-}
+using tavmms_test::memberData;
+using tavmms_test::memberJson;
+using tavmms_test::memberNames;
+using tavmms_test::readArchive;
+using Member = tavmms_test::ArchiveMember;
 
 QByteArray fileBytes(const QString& path)
 {

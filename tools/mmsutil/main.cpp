@@ -16,11 +16,11 @@ namespace
 
 QList<cli::Command> allCommands()
 {
-    return messageCommands() + partsCommands() + exportCommands() + mailfileCommands() +
-           pduCommands() + indexCommands() + checkCommands() + settingsCommands() +
-           profileCommands() + blockCommands() + sendingCommands() + flexCommands() +
-           contactsCommands() + classifyCommands() + contentTypeCommands() + extensionCommands() +
-           mediaCommands() + pathsCommands();
+    return messageCommands() + partsCommands() + exportCommands() + backupCommands() +
+           mailfileCommands() + pduCommands() + indexCommands() + checkCommands() +
+           settingsCommands() + profileCommands() + blockCommands() + sendingCommands() +
+           flexCommands() + contactsCommands() + classifyCommands() + contentTypeCommands() +
+           extensionCommands() + mediaCommands() + pathsCommands();
 }
 
 QString firstWord(const QString& name)

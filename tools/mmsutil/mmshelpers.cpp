@@ -262,6 +262,42 @@ int reportMissing(const QList<unsigned int>& missing)
     return ExitNo;
 }
 
+TimeOptions::TimeOptions(const QString& verb)
+    : since(QStringLiteral("since"),
+            QStringLiteral("%1 only the messages of TIME or later: an ISO 8601 date (2026-01-31, "
+                           "from the start of that day in local time) or date and time "
+                           "(2026-01-31T12:00:00, in local time, or with its offset: "
+                           "2026-01-31T12:00:00+01:00).")
+                .arg(verb),
+            QStringLiteral("TIME")),
+      until(QStringLiteral("until"),
+            QStringLiteral("%1 only the messages of TIME or earlier, written as for --since; a "
+                           "date alone takes in the whole day.")
+                .arg(verb),
+            QStringLiteral("TIME"))
+{
+}
+
+std::optional<int> TimeOptions::fill(const QCommandLineParser& parser, const Command& command,
+                                     QDateTime* first, QDateTime* last) const
+{
+    for (const QCommandLineOption* bound : {&since, &until}) {
+        if (!parser.isSet(*bound))
+            continue;
+        QString error;
+        const std::optional<tavmms::store::TimeSpan> span =
+            tavmms::store::parseTimeSpan(parser.value(*bound), &error);
+        if (!span)
+            return usageError(command.name,
+                              QStringLiteral("--%1: ").arg(bound->names().constFirst()) + error);
+        if (bound == &since)
+            *first = span->first;
+        else
+            *last = span->last;
+    }
+    return std::nullopt;
+}
+
 namespace
 {
 
@@ -287,18 +323,7 @@ struct SelectOptions {
         QStringLiteral("subject"),
         QStringLiteral("Lists only the messages whose SUBJECT column holds TEXT.") + kTextMatch,
         QStringLiteral("TEXT")};
-    QCommandLineOption since{
-        QStringLiteral("since"),
-        QStringLiteral("Lists only the messages of TIME or later: an ISO 8601 date (2026-01-31, "
-                       "from the start of that day in local time) or date and time "
-                       "(2026-01-31T12:00:00, in local time, or with its offset: "
-                       "2026-01-31T12:00:00+01:00)."),
-        QStringLiteral("TIME")};
-    QCommandLineOption until{QStringLiteral("until"),
-                             QStringLiteral("Lists only the messages of TIME or earlier, written "
-                                            "as for --since; a date alone takes in the whole "
-                                            "day."),
-                             QStringLiteral("TIME")};
+    TimeOptions times{QStringLiteral("Lists")};
     QCommandLineOption sort{
         QStringLiteral("sort"),
         QStringLiteral("Orders by KEY: id (the default) or date (oldest first; ties by id)."),
@@ -314,7 +339,8 @@ struct SelectOptions {
 
     QList<QCommandLineOption> all() const
     {
-        return {unread, read, from, to, subject, since, until, sort, reverse, limit, offset};
+        return {unread,      read, from,    to,    subject, times.since,
+                times.until, sort, reverse, limit, offset};
     }
 
     // Fills `filter` from the options given; the exit status when the command must stop here.
@@ -329,21 +355,9 @@ struct SelectOptions {
         filter->from = parser.value(from);
         filter->to = parser.value(to);
         filter->subject = parser.value(subject);
-        for (const QCommandLineOption* bound : {&since, &until}) {
-            if (!parser.isSet(*bound))
-                continue;
-            QString error;
-            const std::optional<tavmms::store::TimeSpan> span =
-                tavmms::store::parseTimeSpan(parser.value(*bound), &error);
-            if (!span)
-                return usageError(command.name,
-                                  QStringLiteral("--%1: ").arg(bound->names().constFirst()) +
-                                      error);
-            if (bound == &since)
-                filter->since = span->first;
-            else
-                filter->until = span->last;
-        }
+        if (const std::optional<int> stop =
+                times.fill(parser, command, &filter->since, &filter->until))
+            return stop;
         if (parser.isSet(sort)) {
             const QString key = parser.value(sort);
             if (key == QLatin1String("date"))

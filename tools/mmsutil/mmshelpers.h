@@ -13,6 +13,8 @@
 
 #include <tavmmsutility.h>
 
+#include <QCommandLineOption>
+#include <QDateTime>
 #include <QJsonObject>
 #include <QList>
 #include <QString>
@@ -104,6 +106,19 @@ std::optional<int> parseMessageIds(QCommandLineParser& parser, const Command& co
                                    const QStringList& arguments, QList<unsigned int>* ids);
 // Reports each id of `missing` as "no message N" on standard error and gives ExitNo.
 int reportMissing(const QList<unsigned int>& missing);
+
+// --since and --until, which choose the messages of a span of time; `verb` says in their help what
+// the command does with them ("Lists", "Backs up").
+struct TimeOptions {
+    explicit TimeOptions(const QString& verb);
+    QCommandLineOption since;
+    QCommandLineOption until;
+    // The span's first and last instants given, in `first` and `last`, which stay as they are
+    // for an option not given; the exit status of a usage error of `command` when a time does not
+    // read.
+    std::optional<int> fill(const QCommandLineParser& parser, const Command& command,
+                            QDateTime* first, QDateTime* last) const;
+};
 
 // How a command that lists rows of the message index (with --folder and --json) shows them.
 struct RowList {
