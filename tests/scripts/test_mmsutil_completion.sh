@@ -65,7 +65,8 @@ expect "mailfile" mai
 expect "mark" mar
 expect "content-type" content
 expect "export" exp
-for command in mailfile index settings profile block sending flex paths export parts extract pdu; do
+expect "backup" bac
+for command in mailfile index settings profile block sending flex paths export backup parts extract pdu; do
     expect_among "$command" ""
 done
 expect "--help --version -h -v" -
@@ -88,6 +89,8 @@ expect "--pdu" receive --pd
 expect "--help --output -h -o" pdu send-req 3 -
 expect "--bcc --eml --force --help -h" export 3 ""
 expect "--folder --help --json -h" index list ""
+expect "--folder --force" backup --f
+expect "--folder --force --help --since --until -h" backup out.tar.zst ""
 expect "--help --json -h" mailfile show alpha.mms ""
 expect "--help --json -h" mailfile show alpha.mms -
 expect "--help --json -h" parts 1 ""
@@ -107,6 +110,7 @@ expect "beta.bin" pdu send-req 3 -o b
 expect "" compose --text ""
 expect "" mailfile write --subject ""
 expect "alpha.mms alpine.txt" export 3 --eml al
+expect "" backup --since ""
 
 # Arguments: file names where the argument is a file, also where it repeats ("FILE..."), nothing
 # where it is not. The value of --subject is no argument, so "al" is the file.
@@ -114,6 +118,7 @@ expect "alpha.mms alpine.txt" mailfile show al
 expect "alpha.mms alpine.txt" pdu decode al
 # A directory argument completes directories alone.
 expect "photos" extract 1 ph
+expect "alpha.mms alpine.txt" backup --folder inbox al
 expect "" extract ""
 expect "alpha.mms alpine.txt" mailfile write --subject alpha al
 expect "$work/alpha.mms" mailfile body "$work/alpha"
