@@ -16,6 +16,7 @@
 #include "support/scoped_environment.h"
 #include "support/temp_address_book.h"
 #include "support/temp_database.h"
+#include "support/tool_process.h"
 
 #include <gtest/gtest.h>
 
@@ -76,7 +77,7 @@ protected:
     void SetUp() override
     {
         ASSERT_TRUE(dir.isValid());
-        ASSERT_TRUE(database.isValid());
+        ASSERT_TRUE(QDir(dir.path()).mkpath(QStringLiteral("platform")));
         ASSERT_TRUE(book.isValid());
     }
 
@@ -99,7 +100,9 @@ protected:
     tavmms_test::ScopedEnvironment download{"TAV_LOCAL_DOWNLOAD_PATH",
                                             dir.filePath(QStringLiteral("download")).toUtf8()};
     tavmms_test::ScopedIndexTableState indexState;
-    tavmms_test::TempDatabase database;
+    // Where mmsutil, run on the same directory, finds the index too.
+    const QString databasePath = dir.filePath(QStringLiteral("platform/device.db"));
+    tavmms_test::InstalledDatabase database{databasePath};
     tavmms_test::TempAddressBook book;
 };
 
@@ -153,7 +156,7 @@ TEST_F(StoreBackupTest, HoldsEveryMailFileRowSettingAndContactWithAManifestThatM
         const unsigned int id = unsigned(row.value(QStringLiteral("id")).toInteger());
         EXPECT_TRUE(row.value(QStringLiteral("mailFile")).toBool());
         EXPECT_FALSE(row.contains(QStringLiteral("exact")));
-        const MMS_UTIL_DBStruct_T record = tavmms_test::readRow(database.path(), id);
+        const MMS_UTIL_DBStruct_T record = tavmms_test::readRow(databasePath, id);
         const QJsonObject fields = row.value(QStringLiteral("fields")).toObject();
         ASSERT_EQ(fields.size(), rowFields().size());
         for (const DB_BIND_T& field : rowFields())
@@ -298,6 +301,33 @@ TEST_F(StoreBackupTest, AMissingDirectoryFailsClearly)
     EXPECT_EQ(failed.status.code, ErrorCode::Failed);
     EXPECT_EQ(failed.status.text, QStringLiteral("cannot write the backup '%1': %2")
                                       .arg(path, QString::fromLocal8Bit(std::strerror(ENOENT))));
+}
+
+TEST_F(StoreBackupTest, MessagesStillComeInWhileABackupRunsAndLaterOnesAreNotInIt)
+{
+    const unsigned int kept = receive(messageWithAttachments(QStringLiteral("Before")));
+    QFile body(dir.filePath(QStringLiteral("body.bin")));
+    ASSERT_TRUE(body.open(QIODevice::WriteOnly));
+    body.write(messageWithAttachments(QStringLiteral("After")).body);
+    body.close();
+    tavmms_test::ToolResult during;
+    BackupOptions options;
+    options.lockTimeout = 2s;
+    // Another program keeps a message once the rows are read, the backup's lock held meanwhile.
+    options.progress = [&](qsizetype, qsizetype) {
+        during = tavmms_test::runOnStore(QStringLiteral(TAVMMS_MMSUTIL_PATH), dir.path(),
+                                         {QStringLiteral("receive"), QStringLiteral("--from"),
+                                          QStringLiteral("+4915550199"), body.fileName()});
+    };
+
+    const Backup backup = backupStore(backupPath(), {}, options);
+
+    ASSERT_TRUE(backup.status.ok()) << backup.status.text.toStdString();
+    EXPECT_EQ(during.exitCode, 0) << during.err.toStdString();
+    EXPECT_EQ(tavmms_test::rowIds(databasePath).size(), 2);
+    EXPECT_EQ(memberNames(readArchive(backupPath())).first(),
+              QStringLiteral("messages/%1.mms").arg(kept));
+    EXPECT_EQ(backup.messages, 1);
 }
 
 // On a small file system of its own, filled up: the archive cannot be written, and neither it nor
