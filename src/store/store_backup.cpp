@@ -269,6 +269,14 @@ bool readMailFile(const MessageRow& row, QByteArray* bytes, Status* status)
     return false;
 }
 
+// A backup is never written over a file that is there unless that was asked for: it may be the
+// only copy of an older store.
+Status fileIsThere(const QString& path)
+{
+    return Status::failure(ErrorCode::Exists,
+                           QStringLiteral("'%1' exists already; it was kept").arg(path));
+}
+
 // Puts the finished archive in place: its data synced, renamed to `path` (over a file there only
 // when `replace`), and the directory synced so that the name survives a power cut.
 Status putInPlace(TemporaryFile& temporary, const QString& path, bool replace)
@@ -282,8 +290,7 @@ Status putInPlace(TemporaryFile& temporary, const QString& path, bool replace)
     if (renamed != 0) {
         const int error = errno;
         if (error == EEXIST)
-            return Status::failure(ErrorCode::Exists,
-                                   QStringLiteral("'%1' exists already; it was kept").arg(path));
+            return fileIsThere(path);
         return fileFailure(what, error);
     }
     temporary.keep();
@@ -305,8 +312,7 @@ Backup backupStore(const QString& path, const BackupFilter& filter, const Backup
     if (!backup.status.ok())
         return backup;
     if (!options.replace && QFileInfo::exists(path)) {
-        backup.status = Status::failure(
-            ErrorCode::Exists, QStringLiteral("'%1' exists already; it was kept").arg(path));
+        backup.status = fileIsThere(path);
         return backup;
     }
 
