@@ -223,6 +223,65 @@ TEST_F(StoreBackupTest, HoldsEveryMailFileRowSettingAndContactWithAManifestThatM
     }
 }
 
+// The row `object` of index.json gives, made as a restore makes it: each field from its text, then
+// the exact bytes of those that have them.
+MMS_UTIL_DBStruct_T rowFromJson(const QJsonObject& object)
+{
+    MMS_UTIL_DBStruct_T record = tavmms_test::zeroRecord();
+    const QJsonObject fields = object.value(QStringLiteral("fields")).toObject();
+    const QJsonObject exact = object.value(QStringLiteral("exact")).toObject();
+    for (const DB_BIND_T& field : rowFields()) {
+        const QJsonValue value = fields.value(QLatin1String(field.name));
+        QString error;
+        EXPECT_TRUE(setRowField(
+            &record, QLatin1String(field.name),
+            value.isString() ? value.toString() : QString::number(value.toInteger()), &error))
+            << error.toStdString();
+        if (exact.contains(QLatin1String(field.name))) {
+            const QByteArray bytes = QByteArray::fromBase64(
+                exact.value(QLatin1String(field.name)).toString().toLatin1());
+            EXPECT_EQ(bytes.size(), qsizetype(field.size)) << field.name;
+            std::memcpy(reinterpret_cast<char*>(&record) + field.offset, bytes.constData(),
+                        qMin(size_t(bytes.size()), size_t(field.size)));
+        }
+    }
+    return record;
+}
+
+TEST_F(StoreBackupTest, EveryRowIsMadeAgainToTheByteFromTheIndexAlsoOneWithoutItsMailFile)
+{
+    const unsigned int kept = receive(messageWithAttachments(QStringLiteral("Grüße")));
+    // Texts that are no UTF-8 or UTF-16, filled to the field's end, and no mail file.
+    MMS_UTIL_DBStruct_T odd = tavmms_test::sampleRecord("mms://odd", 7);
+    std::memcpy(odd.mms_fld_msgid_name, "\xff\xfe id", 6);
+    odd.cmn_fld_subject[0] = 0xD8; // a lone high surrogate, high byte first
+    unsigned int oddId = 0;
+    {
+        const IndexTable index;
+        ASSERT_EQ(MMS_UTIL_DBTable::add(odd, &oddId), DB_OK);
+        ASSERT_EQ(MMS_UTIL_DBTable::commitTxn(), DB_OK);
+    }
+
+    const Backup backup = backupStore(backupPath());
+
+    ASSERT_TRUE(backup.status.ok()) << backup.status.text.toStdString();
+    EXPECT_EQ(backup.messages, 1);
+    EXPECT_EQ(backup.withoutFile, 1);
+    const QList<Member> members = readArchive(backupPath());
+    EXPECT_FALSE(memberNames(members).contains(QStringLiteral("messages/%1.mms").arg(oddId)));
+    const QJsonArray rows =
+        memberJson(members, QStringLiteral("index.json")).value(QStringLiteral("rows")).toArray();
+    ASSERT_EQ(rows.size(), 2);
+    for (const QJsonValue& value : rows) {
+        const QJsonObject row = value.toObject();
+        const unsigned int id = unsigned(row.value(QStringLiteral("id")).toInteger());
+        EXPECT_EQ(row.value(QStringLiteral("mailFile")).toBool(), id == kept);
+        EXPECT_EQ(row.contains(QStringLiteral("exact")), id == oddId);
+        EXPECT_TRUE(
+            tavmms_test::sameRecord(tavmms_test::readRow(databasePath, id), rowFromJson(row)));
+    }
+}
+
 TEST_F(StoreBackupTest, AFolderAndATimeSpanChooseTheMessages)
 {
     const QTimeZone utc = QTimeZone::utc();
