@@ -14,12 +14,14 @@
 //   them;
 // - "contacts.json": the address book's contacts, its owner and region;
 // - "manifest.json", last: the library's version, the archive's format version, when it was made
-//   (with its offset from UTC), the counts, and the SHA-256 of every other member by name.
+//   (with its offset from UTC), the filter that chose the messages, the counts, and the size and
+//   SHA-256 of every other member by name.
 //
 // The manifest comes last because the checksums are known only once the rest is written: a
 // restore reads the whole archive once to check every member against it before it changes
 // anything, and reads it again to put the store back.
 
+#include "message_store.h"
 #include "message_store_types.h"
 #include "tavmms_global.h"
 
@@ -48,9 +50,9 @@ struct TAVMMS_EXPORT BackupFilter {
 using BackupProgress = std::function<void(qsizetype done, qsizetype total)>;
 
 struct TAVMMS_EXPORT BackupOptions {
-    bool replace =
-        false; // an existing file at the path is replaced (only once the new one is whole)
-    std::chrono::milliseconds lockTimeout{30000};
+    // A file at the path is replaced, once the new backup is whole; otherwise it is kept.
+    bool replace = false;
+    std::chrono::milliseconds lockTimeout = MessageStore::kDefaultLockTimeout;
     BackupProgress progress; // may be empty
 };
 
@@ -72,7 +74,8 @@ struct TAVMMS_EXPORT Backup {
 // and no repair runs meanwhile; the rows are read in one transaction, and a message added after
 // that is not in this backup. The file is written under a temporary name beside `path`, synced,
 // renamed into place and its directory synced, so that `path` is either the whole backup or what
-// it was before; on failure nothing new is left.
+// it was before; on failure nothing new is left. The file is readable by its owner alone: it holds
+// every message and contact of the phone.
 TAVMMS_EXPORT Backup backupStore(const QString& path, const BackupFilter& filter = {},
                                  const BackupOptions& options = {});
 
