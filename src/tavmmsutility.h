@@ -29,6 +29,7 @@
 #include "device_db_result.h"
 #include "display_text.h"
 #include "eml_export.h"
+#include "mbox_export.h"
 #include "header_field.h"
 #include "index_row_fields.h"
 #include "index_row_text.h"
