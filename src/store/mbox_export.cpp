@@ -22,14 +22,13 @@ struct Written {
     bool skipped = false; // the message was not written, but the export goes on
 };
 
-// Reads each message `filter` chooses, makes it a mail message and hands it to `write`; a message
-// that does not read or does not make one is skipped, a failure of `write` that is not a skip ends
-// the export.
+// Reads each message of `store` that `filter` chooses, makes it a mail message and hands it to
+// `write`; a message that does not read or does not make one is skipped, a failure of `write` that
+// is not a skip ends the export.
 ExportedMany
-exportEach(const ListFilter& filter, const ExportManyOptions& options,
+exportEach(MessageStore& store, const ListFilter& filter, const ExportManyOptions& options,
            const std::function<Written(const ReadMessage& message, const QByteArray& eml)>& write)
 {
-    MessageStore store;
     const Listed listed = store.list(filter);
     if (!listed.status.ok())
         return {listed.status, 0, {}};
@@ -130,7 +129,7 @@ QByteArray mboxEntry(const QByteArray& fromLine, const QByteArray& eml)
     return entry + '\n';
 }
 
-ExportedMany exportMbox(const ListFilter& filter, const QString& path,
+ExportedMany exportMbox(MessageStore& store, const ListFilter& filter, const QString& path,
                         const ExportManyOptions& options)
 {
     // Said before any message is read, which takes long; the rename checks again.
@@ -140,7 +139,7 @@ ExportedMany exportMbox(const ListFilter& filter, const QString& path,
     ExportFile file(path);
     bool opened = false;
     ExportedMany result =
-        exportEach(filter, options, [&](const ReadMessage& message, const QByteArray& eml) {
+        exportEach(store, filter, options, [&](const ReadMessage& message, const QByteArray& eml) {
             if (!opened) {
                 if (const Status status = file.open(); !status.ok())
                     return Written{status};
@@ -153,7 +152,7 @@ ExportedMany exportMbox(const ListFilter& filter, const QString& path,
     return result;
 }
 
-ExportedMany exportEmlFiles(const ListFilter& filter, const QString& directory,
+ExportedMany exportEmlFiles(MessageStore& store, const ListFilter& filter, const QString& directory,
                             const ExportManyOptions& options)
 {
     if (!QDir().mkpath(directory))
@@ -161,11 +160,13 @@ ExportedMany exportEmlFiles(const ListFilter& filter, const QString& directory,
                                 QStringLiteral("cannot make the directory '%1'").arg(directory)),
                 0,
                 {}};
-    return exportEach(filter, options, [&](const ReadMessage& message, const QByteArray& eml) {
-        const QString path = QDir(directory).filePath(QStringLiteral("%1.eml").arg(message.row.id));
-        const Status status = saveExportFile(path, eml, options.replace);
-        return Written{status, status.code == ErrorCode::Exists};
-    });
+    return exportEach(
+        store, filter, options, [&](const ReadMessage& message, const QByteArray& eml) {
+            const QString path =
+                QDir(directory).filePath(QStringLiteral("%1.eml").arg(message.row.id));
+            const Status status = saveExportFile(path, eml, options.replace);
+            return Written{status, status.code == ErrorCode::Exists};
+        });
 }
 
 } // namespace tavmms::store

@@ -35,6 +35,8 @@
 namespace tavmms::store
 {
 
+class MessageStore;
+
 // How far an export has come: `done` of the `total` chosen messages are exported or skipped.
 struct TAVMMS_EXPORT ExportProgress {
     qsizetype done = 0;
@@ -70,15 +72,16 @@ TAVMMS_EXPORT QByteArray mboxFromLine(const ReadMessage& message);
 // breaks, its "From " lines quoted, an empty line after it.
 TAVMMS_EXPORT QByteArray mboxEntry(const QByteArray& fromLine, const QByteArray& eml);
 
-// Writes the messages `filter` chooses to the mbox file `path`, whole or not at all: into a
-// temporary file beside it, synced, then renamed to `path`.
-TAVMMS_EXPORT ExportedMany exportMbox(const ListFilter& filter, const QString& path,
-                                      const ExportManyOptions& options = {});
+// Writes the messages of `store` that `filter` chooses to the mbox file `path`, whole or not at
+// all: into a temporary file beside it, synced, then renamed to `path`.
+TAVMMS_EXPORT ExportedMany exportMbox(MessageStore& store, const ListFilter& filter,
+                                      const QString& path, const ExportManyOptions& options = {});
 
-// Writes each message `filter` chooses to "<id>.eml" in `directory`, which is made when it is not
-// there; each file whole or not at all, as saveExportFile() writes it. A file that is there and is
-// not to be replaced is left as it is, and its message skipped (Exists).
-TAVMMS_EXPORT ExportedMany exportEmlFiles(const ListFilter& filter, const QString& directory,
+// Writes each message of `store` that `filter` chooses to "<id>.eml" in `directory`, which is made
+// when it is not there; each file whole or not at all, as saveExportFile() writes it. A file that
+// is there and is not to be replaced is left as it is, and its message skipped (Exists).
+TAVMMS_EXPORT ExportedMany exportEmlFiles(MessageStore& store, const ListFilter& filter,
+                                          const QString& directory,
                                           const ExportManyOptions& options = {});
 
 } // namespace tavmms::store

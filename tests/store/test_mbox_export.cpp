@@ -139,7 +139,7 @@ protected:
         message.subject = subject;
         message.body = tavmms::pdu::encodeMultipart(partsWithText(text));
         message.date = QDateTime(QDate(2024, 5, day), QTime(12, 0, 0), QTimeZone::utc());
-        const Added added = MessageStore().receive(message, true);
+        const Added added = messages.receive(message, true);
         EXPECT_TRUE(added.status.ok()) << added.status.text.toStdString();
         return added.id;
     }
@@ -172,6 +172,7 @@ protected:
     tavmms_test::TempSettingsStore settings;
     NiceMock<tavmms_test::MockAddressBook> book;
     tavplatform::ScopedAddressBookService installedBook{&book};
+    MessageStore messages;
 };
 
 TEST_F(MboxExportTest, WritesTheChosenMessagesInTheFiltersOrder)
@@ -182,7 +183,7 @@ TEST_F(MboxExportTest, WritesTheChosenMessagesInTheFiltersOrder)
     ListFilter filter;
     filter.from = QStringLiteral("ann");
     filter.order = ListOrder::Date;
-    const ExportedMany exported = exportMbox(filter, path(QStringLiteral("out.mbox")));
+    const ExportedMany exported = exportMbox(messages, filter, path(QStringLiteral("out.mbox")));
     ASSERT_TRUE(exported.status.ok()) << exported.status.text.toStdString();
     EXPECT_EQ(exported.exported, 2);
     EXPECT_TRUE(exported.skipped.isEmpty());
@@ -193,7 +194,7 @@ TEST_F(MboxExportTest, WritesTheChosenMessagesInTheFiltersOrder)
 
 TEST_F(MboxExportTest, ChoosingNoMessageIsNotFoundAndWritesNothing)
 {
-    const ExportedMany exported = exportMbox({}, path(QStringLiteral("out.mbox")));
+    const ExportedMany exported = exportMbox(messages, {}, path(QStringLiteral("out.mbox")));
     EXPECT_EQ(exported.status.code, ErrorCode::NotFound);
     EXPECT_FALSE(QFile::exists(path(QStringLiteral("out.mbox"))));
     EXPECT_EQ(tavmms_test::namesIn(dir.path()).filter(QStringLiteral("out.mbox")), QStringList());
@@ -206,11 +207,11 @@ TEST_F(MboxExportTest, KeepsAFileThatIsThereUnlessToldToReplaceIt)
     QFile old(target);
     ASSERT_TRUE(old.open(QIODevice::WriteOnly) && old.write("old") == 3);
     old.close();
-    EXPECT_EQ(exportMbox({}, target).status.code, ErrorCode::Exists);
+    EXPECT_EQ(exportMbox(messages, {}, target).status.code, ErrorCode::Exists);
     EXPECT_EQ(contents(target), "old");
     ExportManyOptions options;
     options.replace = true;
-    EXPECT_TRUE(exportMbox({}, target, options).status.ok());
+    EXPECT_TRUE(exportMbox(messages, {}, target, options).status.ok());
     EXPECT_TRUE(contents(target).startsWith("From ann@example.org "));
 }
 
@@ -218,8 +219,8 @@ TEST_F(MboxExportTest, SkipsAMessageWhoseMailFileDoesNotLoadAndNamesIt)
 {
     receive(QStringLiteral("ann@example.org"), QStringLiteral("first"), 1);
     const unsigned int lost = receive(QStringLiteral("bob@example.org"), QStringLiteral("lost"), 2);
-    ASSERT_TRUE(QFile::remove(MessageStore().read(lost, false).row.mailFile()));
-    const ExportedMany exported = exportMbox({}, path(QStringLiteral("out.mbox")));
+    ASSERT_TRUE(QFile::remove(messages.read(lost, false).row.mailFile()));
+    const ExportedMany exported = exportMbox(messages, {}, path(QStringLiteral("out.mbox")));
     ASSERT_TRUE(exported.status.ok()) << exported.status.text.toStdString();
     EXPECT_EQ(exported.exported, 1);
     ASSERT_EQ(exported.skipped.size(), 1);
@@ -231,8 +232,8 @@ TEST_F(MboxExportTest, SkipsAMessageWhoseMailFileDoesNotLoadAndNamesIt)
 TEST_F(MboxExportTest, FailsAndWritesNothingWhenNoChosenMessageLoads)
 {
     const unsigned int lost = receive(QStringLiteral("bob@example.org"), QStringLiteral("lost"), 2);
-    ASSERT_TRUE(QFile::remove(MessageStore().read(lost, false).row.mailFile()));
-    const ExportedMany exported = exportMbox({}, path(QStringLiteral("out.mbox")));
+    ASSERT_TRUE(QFile::remove(messages.read(lost, false).row.mailFile()));
+    const ExportedMany exported = exportMbox(messages, {}, path(QStringLiteral("out.mbox")));
     EXPECT_EQ(exported.status.code, ErrorCode::Failed);
     EXPECT_EQ(exported.skipped.size(), 1);
     EXPECT_FALSE(QFile::exists(path(QStringLiteral("out.mbox"))));
@@ -248,7 +249,7 @@ TEST_F(MboxExportTest, ReportsProgressOnceChosenAndAfterEachMessage)
         EXPECT_EQ(progress.total, 2);
         done.append(progress.done);
     };
-    ASSERT_TRUE(exportMbox({}, path(QStringLiteral("out.mbox")), options).status.ok());
+    ASSERT_TRUE(exportMbox(messages, {}, path(QStringLiteral("out.mbox")), options).status.ok());
     EXPECT_EQ(done, (QList<qsizetype>{0, 1, 2}));
 }
 
@@ -259,7 +260,7 @@ TEST_F(MboxExportTest, MessagesReadBackByPythonsMailboxWhole)
     receive(QStringLiteral("bob@example.org"), QStringLiteral("From line subject"), 2);
     QTemporaryDir cases;
     ASSERT_TRUE(cases.isValid());
-    ASSERT_TRUE(exportMbox({}, cases.filePath(QStringLiteral("many.mbox"))).status.ok());
+    ASSERT_TRUE(exportMbox(messages, {}, cases.filePath(QStringLiteral("many.mbox"))).status.ok());
     const auto expected = [](const QString& subject, const QByteArray& text) {
         return QJsonObject{
             {QStringLiteral("headers"), QJsonObject{{QStringLiteral("subject"), subject}}},
@@ -287,7 +288,7 @@ TEST_F(MboxExportTest, WritesEachChosenMessageToAnEmlFileNamedAfterItsIdInADirec
     const unsigned int first = receive(QStringLiteral("ann@example.org"), QStringLiteral("a"), 1);
     const unsigned int second = receive(QStringLiteral("bob@example.org"), QStringLiteral("b"), 2);
     const QString folder = path(QStringLiteral("new/eml"));
-    const ExportedMany exported = exportEmlFiles({}, folder);
+    const ExportedMany exported = exportEmlFiles(messages, {}, folder);
     ASSERT_TRUE(exported.status.ok()) << exported.status.text.toStdString();
     EXPECT_EQ(exported.exported, 2);
     EXPECT_EQ(tavmms_test::namesIn(folder), (QStringList{QStringLiteral("%1.eml").arg(first),
@@ -306,7 +307,7 @@ TEST_F(MboxExportTest, SkipsAnEmlFileThatIsThereUnlessToldToReplaceIt)
     QFile old(taken);
     ASSERT_TRUE(old.open(QIODevice::WriteOnly) && old.write("old") == 3);
     old.close();
-    ExportedMany exported = exportEmlFiles({}, folder);
+    ExportedMany exported = exportEmlFiles(messages, {}, folder);
     EXPECT_TRUE(exported.status.ok());
     EXPECT_EQ(exported.exported, 1);
     ASSERT_EQ(exported.skipped.size(), 1);
@@ -314,7 +315,7 @@ TEST_F(MboxExportTest, SkipsAnEmlFileThatIsThereUnlessToldToReplaceIt)
     EXPECT_EQ(contents(taken), "old");
     ExportManyOptions options;
     options.replace = true;
-    exported = exportEmlFiles({}, folder, options);
+    exported = exportEmlFiles(messages, {}, folder, options);
     EXPECT_EQ(exported.exported, 2);
     EXPECT_TRUE(contents(taken).contains("Subject: a\r\n"));
 }

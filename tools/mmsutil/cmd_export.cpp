@@ -93,9 +93,10 @@ int exportMany(const QCommandLineParser& parser, const cli::Command& command,
                               .arg(messagesText(progress.total))
                               .arg(progress.done * 100 / progress.total));
     };
-    const store::ExportedMany exported = toMbox
-                                             ? store::exportMbox(filter, path, exportOptions)
-                                             : store::exportEmlFiles(filter, path, exportOptions);
+    store::MessageStore messages;
+    const store::ExportedMany exported =
+        toMbox ? store::exportMbox(messages, filter, path, exportOptions)
+               : store::exportEmlFiles(messages, filter, path, exportOptions);
     cli::progressLine(QString());
     for (const store::SkippedMessage& skipped : exported.skipped) {
         if (skipped.status.code == store::ErrorCode::Exists)
