@@ -13,6 +13,7 @@
 #include "support/mail_parser.h"
 #include "support/message_store.h"
 #include "support/mock_address_book.h"
+#include "support/model_helpers.h"
 #include "support/scoped_environment.h"
 #include "support/temp_database.h"
 #include "support/temp_settings_store.h"
@@ -26,6 +27,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <numeric>
+
 namespace
 {
 
@@ -38,18 +41,15 @@ using ::testing::Return;
 
 MMS_UTIL_Entry entry(MMS_UTIL_ADDR_TYPE_T type, const QString& address)
 {
-    MMS_UTIL_Entry made;
-    made.type = type;
-    made.address = address;
-    return made;
+    return tavmms_test::makeEntry(QString(), type, address);
 }
 
+// A picture's signature, then every octet once.
 QByteArray pictureBytes()
 {
-    QByteArray bytes("\x89PNG\r\n\x1a\n", 8);
-    for (int index = 0; index < 200; ++index)
-        bytes += char(index * 11);
-    return bytes;
+    QByteArray octets(256, '\0');
+    std::iota(octets.begin(), octets.end(), char(0));
+    return QByteArray("\x89PNG\r\n\x1a\n", 8) + octets;
 }
 
 // The parts of a message whose text has lines that an mbox file would take for a message's start.
