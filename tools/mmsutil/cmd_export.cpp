@@ -87,11 +87,17 @@ int exportMany(const QCommandLineParser& parser, const cli::Command& command,
     store::ExportManyOptions exportOptions;
     exportOptions.eml = options.emlOptions(parser);
     exportOptions.replace = parser.isSet(options.force);
-    exportOptions.progress = [](const store::ExportProgress& progress) {
+    // Rewritten when the percentage moves, not at every message of a long run.
+    qsizetype shown = -1;
+    exportOptions.progress = [&shown](const store::ExportProgress& progress) {
+        const qsizetype percent = progress.done * 100 / progress.total;
+        if (percent == shown)
+            return;
+        shown = percent;
         cli::progressLine(QStringLiteral("exported %1 of %2 (%3%)")
                               .arg(progress.done)
                               .arg(messagesText(progress.total))
-                              .arg(progress.done * 100 / progress.total));
+                              .arg(percent));
     };
     store::MessageStore messages;
     const store::ExportedMany exported =

@@ -16,6 +16,7 @@
 #include <QDir>
 #include <QFile>
 #include <QJsonArray>
+#include <QStandardPaths>
 #include <QStringDecoder>
 #include <QTemporaryDir>
 
@@ -400,6 +401,27 @@ TEST_F(MmsutilExportManyTest, ShowsNoProgressLineWhenStandardErrorIsNoTerminal)
     EXPECT_EQ(result.exitCode, 0);
     EXPECT_FALSE(result.err.contains('\r'));
     EXPECT_EQ(result.err.count('\n'), 1);
+}
+
+TEST_F(MmsutilExportManyTest, ShowsHowFarItHasComeInOneLineRewrittenOnATerminal)
+{
+    const QString script = QStandardPaths::findExecutable(QStringLiteral("script"));
+    if (script.isEmpty())
+        GTEST_SKIP() << "no script(1) to give the tool a terminal";
+    const QString file = path(QStringLiteral("a.mbox"));
+    // script(1) runs the tool on a terminal of its own and copies what it shows to its output.
+    const ToolResult result = tavmms_test::runOnStore(
+        script, dir.path(),
+        {QStringLiteral("-qec"),
+         QStringLiteral("'%1' export --mbox '%2'").arg(QStringLiteral(TAVMMS_MMSUTIL_PATH), file),
+         QStringLiteral("/dev/null")});
+    ASSERT_EQ(result.exitCode, 0) << result.out.toStdString() << result.err.toStdString();
+    EXPECT_EQ(result.out, "\r\x1b[Kmmsutil: exported 0 of 3 messages (0%)"
+                          "\r\x1b[Kmmsutil: exported 1 of 3 messages (33%)"
+                          "\r\x1b[Kmmsutil: exported 2 of 3 messages (66%)"
+                          "\r\x1b[Kmmsutil: exported 3 of 3 messages (100%)"
+                          "\r\x1b[Kmmsutil: exported 3 messages to " +
+                              file.toUtf8() + "\r\n");
 }
 
 TEST_F(MmsutilExportManyTest, RefusesAnIdWithMboxOrChoosingOptionsAndAFormWithoutAFile)
