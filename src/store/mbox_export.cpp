@@ -22,6 +22,13 @@ struct Written {
     bool skipped = false; // the message was not written, but the export goes on
 };
 
+// An export that ended, or never began, with `status`, and what it did before.
+ExportedMany ended(const Status& status, ExportedMany done = {})
+{
+    done.status = status;
+    return done;
+}
+
 // Reads each message of `store` that `filter` chooses, makes it a mail message and hands it to
 // `write`; a message that does not read or does not make one is skipped, a failure of `write` that
 // is not a skip ends the export.
@@ -31,10 +38,9 @@ exportEach(MessageStore& store, const ListFilter& filter, const ExportManyOption
 {
     const Listed listed = store.list(filter);
     if (!listed.status.ok())
-        return {listed.status, 0, {}};
+        return ended(listed.status);
     if (listed.rows.isEmpty())
-        return {
-            Status::failure(ErrorCode::NotFound, QStringLiteral("no message is chosen")), 0, {}};
+        return ended(Status::failure(ErrorCode::NotFound, QStringLiteral("no message is chosen")));
     ExportedMany result;
     ExportProgress progress{0, listed.rows.size()};
     if (options.progress)
@@ -44,12 +50,18 @@ exportEach(MessageStore& store, const ListFilter& filter, const ExportManyOption
         const EmlMessage eml = emlMessage(message, options.eml);
         const Written written =
             eml.status.ok() ? write(message, eml.bytes) : Written{eml.status, true};
-        if (written.skipped)
+        if (written.skipped) {
             result.skipped.append({row.id, written.status});
-        else if (!written.status.ok())
-            return {written.status, result.exported, result.skipped};
-        else
+        } else if (!written.status.ok()) {
+            return ended(written.status, result);
+        } else {
             ++result.exported;
+            if (!message.mailFileDamage.isEmpty())
+                result.damaged.append(
+                    {row.id, Status::failure(ErrorCode::Failed,
+                                             QStringLiteral("the mail file '%1' is damaged: %2")
+                                                 .arg(row.mailFile(), message.mailFileDamage))});
+        }
         ++progress.done;
         if (options.progress)
             options.progress(progress);
@@ -134,8 +146,7 @@ ExportedMany exportMbox(MessageStore& store, const ListFilter& filter, const QSt
 {
     // Said before any message is read, which takes long; the rename checks again.
     if (!options.replace && QFileInfo::exists(path))
-        return {
-            Status::failure(ErrorCode::Exists, QStringLiteral("'%1' is there").arg(path)), 0, {}};
+        return ended(Status::failure(ErrorCode::Exists, QStringLiteral("'%1' is there").arg(path)));
     ExportFile file(path);
     bool opened = false;
     ExportedMany result =
@@ -156,10 +167,8 @@ ExportedMany exportEmlFiles(MessageStore& store, const ListFilter& filter, const
                             const ExportManyOptions& options)
 {
     if (!QDir().mkpath(directory))
-        return {Status::failure(ErrorCode::Failed,
-                                QStringLiteral("cannot make the directory '%1'").arg(directory)),
-                0,
-                {}};
+        return ended(Status::failure(
+            ErrorCode::Failed, QStringLiteral("cannot make the directory '%1'").arg(directory)));
     return exportEach(
         store, filter, options, [&](const ReadMessage& message, const QByteArray& eml) {
             const QString path =

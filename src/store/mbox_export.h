@@ -20,7 +20,8 @@
 //   program reading the file makes each message's line ends its own.
 //
 // A chosen message whose mail file does not load (or whose body does not read) is skipped and
-// named, with why, in the result; the others are exported all the same.
+// named, with why, in the result; the others are exported all the same. One whose mail file loads
+// but is damaged is exported, and named too.
 
 #include "eml_export.h"
 #include "message_store_types.h"
@@ -50,10 +51,10 @@ struct TAVMMS_EXPORT ExportManyOptions {
     std::function<void(const ExportProgress&)> progress;
 };
 
-// A chosen message that was not exported, and why.
-struct TAVMMS_EXPORT SkippedMessage {
+// A chosen message and what was wrong with it.
+struct TAVMMS_EXPORT MessageProblem {
     unsigned int id = 0;
-    Status status; // Exists for an .eml file that is there and not to be replaced
+    Status status;
 };
 
 struct TAVMMS_EXPORT ExportedMany {
@@ -62,7 +63,13 @@ struct TAVMMS_EXPORT ExportedMany {
     // each case no mbox file is written.
     Status status;
     qsizetype exported = 0;
-    QList<SkippedMessage> skipped; // in the filter's order
+    // The messages not exported, and why (Exists for an .eml file that is there and not to be
+    // replaced), in the filter's order.
+    QList<MessageProblem> skipped;
+    // The messages exported whose mail file is damaged (cut short, or its header does not match
+    // its row), what it holds being exported, as the export of one message does; in the filter's
+    // order, each status's text saying how.
+    QList<MessageProblem> damaged;
 };
 
 // The line that begins the message `message` in an mbox file, with its LF.

@@ -229,6 +229,25 @@ TEST_F(MboxExportTest, SkipsAMessageWhoseMailFileDoesNotLoadAndNamesIt)
     EXPECT_EQ(fromLines(path(QStringLiteral("out.mbox"))).size(), 1);
 }
 
+TEST_F(MboxExportTest, ExportsAMessageWhoseMailFileIsDamagedAndNamesIt)
+{
+    const unsigned int first = receive(QStringLiteral("ann@example.org"), QStringLiteral("a"), 1);
+    const unsigned int second = receive(QStringLiteral("bob@example.org"), QStringLiteral("b"), 2);
+    // The other message's file: it loads, but its header does not match the row.
+    const QString damaged = messages.read(first, false).row.mailFile();
+    ASSERT_TRUE(QFile::remove(damaged));
+    ASSERT_TRUE(QFile::copy(messages.read(second, false).row.mailFile(), damaged));
+    const ExportedMany exported = exportMbox(messages, {}, path(QStringLiteral("out.mbox")));
+    ASSERT_TRUE(exported.status.ok()) << exported.status.text.toStdString();
+    EXPECT_EQ(exported.exported, 2);
+    EXPECT_TRUE(exported.skipped.isEmpty());
+    ASSERT_EQ(exported.damaged.size(), 1);
+    EXPECT_EQ(exported.damaged.constFirst().id, first);
+    EXPECT_TRUE(exported.damaged.constFirst().status.text.startsWith(
+        QStringLiteral("the mail file '%1' is damaged: ").arg(damaged)))
+        << exported.damaged.constFirst().status.text.toStdString();
+}
+
 TEST_F(MboxExportTest, FailsAndWritesNothingWhenNoChosenMessageLoads)
 {
     const unsigned int lost = receive(QStringLiteral("bob@example.org"), QStringLiteral("lost"), 2);

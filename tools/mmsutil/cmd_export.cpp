@@ -104,7 +104,11 @@ int exportMany(const QCommandLineParser& parser, const cli::Command& command,
         toMbox ? store::exportMbox(messages, filter, path, exportOptions)
                : store::exportEmlFiles(messages, filter, path, exportOptions);
     cli::progressLine(QString());
-    for (const store::SkippedMessage& skipped : exported.skipped) {
+    for (const store::MessageProblem& damaged : exported.damaged)
+        cli::warn(QStringLiteral("message %1: %2; what it holds is exported")
+                      .arg(damaged.id)
+                      .arg(damaged.status.text));
+    for (const store::MessageProblem& skipped : exported.skipped) {
         if (skipped.status.code == store::ErrorCode::Exists)
             cli::warn(QStringLiteral("message %1 skipped: '%2' is there already; --force replaces "
                                      "it")
@@ -147,7 +151,8 @@ int runExport(const cli::Command& command, const QStringList& arguments)
             "after it, LF line ends). A file is written whole or not at all; one that is there "
             "is kept, unless --force is given: the mbox file's or the one message's exit status "
             "is then %1, an .eml file of many is skipped. A chosen message whose mail file does "
-            "not load is skipped with a warning. The run ends with a line on standard error, "
+            "not load is skipped with a warning; one whose mail file is damaged is exported with "
+            "one. The run ends with a line on standard error, "
             "\"exported N messages to FILE (M skipped)\", and exit status %1 when one was "
             "skipped; while it runs, a terminal shows how far it has come. When no message is "
             "chosen, nothing is written and the exit status is %2.")
@@ -189,8 +194,7 @@ QList<cli::Command> exportCommands()
 {
     return {
         {QStringLiteral("export"),
-         QStringLiteral("Writes messages as Internet mail: a message as an .eml file, or many as "
-                        ".eml files or one mbox file."),
+         QStringLiteral("Writes messages as Internet mail: .eml files or one mbox file."),
          runExport},
     };
 }
