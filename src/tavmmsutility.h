@@ -33,6 +33,7 @@
 #include "index_row_fields.h"
 #include "index_row_text.h"
 #include "mail_file_reader.h"
+#include "mbox_export.h"
 #include "media_player_table.h"
 #include "message_body.h"
 #include "message_content_type.h"

@@ -3,8 +3,7 @@
 #include "charsets.h"
 #include "contact_book.h"
 #include "content_disposition.h"
-#include "file_status.h"
-#include "mail_file_io.h"
+#include "export_file.h"
 #include "mail_header.h"
 #include "message_content_type.h"
 #include "message_parts.h"
@@ -13,15 +12,8 @@
 #include "mms_util_msgheaderbase.h"
 #include "transfer_encoding.h"
 
-#include "filesync.h"
-
-#include <QFile>
 #include <QStringDecoder>
-#include <QTemporaryFile>
 #include <QUuid>
-
-#include <cerrno>
-#include <cstdio>
 
 namespace tavmms::store
 {
@@ -273,26 +265,11 @@ EmlMessage emlMessage(const ReadMessage& message, const EmlOptions& options)
 
 Status saveExportFile(const QString& path, const QByteArray& bytes, bool replace)
 {
-    const QString what = QStringLiteral("cannot write '%1'").arg(path);
-    QTemporaryFile file(path + QStringLiteral(".XXXXXX"));
-    if (!file.open())
-        return fileFailure(what, errno);
-    const QByteArray temporary = QFile::encodeName(file.fileName());
-    const QByteArray target = QFile::encodeName(path);
-    if (file.write(bytes) != bytes.size() || !file.flush() ||
-        syncDescriptor(int(file.handle())) != 0)
-        return fileFailure(what, errno);
-    file.setPermissions(QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ReadGroup |
-                        QFileDevice::ReadOther);
-    file.close();
-    const int renamed = replace ? std::rename(temporary.constData(), target.constData())
-                                : renameWithoutReplacing(temporary, target);
-    if (renamed != 0)
-        return fileFailure(what, errno);
-    file.setAutoRemove(false);
-    if (syncParentDirectory(target) != 0)
-        return fileFailure(what, errno);
-    return {};
+    ExportFile file(path);
+    Status status = file.open();
+    if (status.ok())
+        status = file.write(bytes);
+    return status.ok() ? file.commit(replace) : status;
 }
 
 } // namespace tavmms::store

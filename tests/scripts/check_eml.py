@@ -13,14 +13,24 @@ Each NAME.eml in DIRECTORY is checked against NAME.json:
 where a PART is {"type": MEDIA TYPE, "params": {NAME: VALUE}, "filename": NAME,
 "text": TEXT or "data": BASE64, "parts": [PART, ...]}, every member but "type" optional. The
 message must parse without defects, with CRLF line breaks and header lines of at most 78
-columns. Prints one line for each mismatch and exits with 1 when there is one.
+columns.
+
+Each NAME.mbox in DIRECTORY is read with Python's mailbox module and checked against NAME.json,
+{"messages": [MESSAGE, ...]}, each MESSAGE as an .eml's NAME.json holds it, in the file's order:
+LF line breaks, each message's From line "From ADDRESS DATE" with an asctime() date, and each
+message, once the mboxrd quoting of its "From " lines is undone, as an .eml file is checked (but
+for its line breaks).
+
+Prints one line for each mismatch and exits with 1 when there is one.
 """
 
 import base64
 import email
 import email.policy
 import json
+import mailbox
 import pathlib
+import re
 import sys
 
 
@@ -92,6 +102,36 @@ def check_part(name, part, expected, problems):
             check_part(f"{name} part {index + 1}", inner, wanted, problems)
 
 
+FROM_LINE = re.compile(r"^\S+ (Mon|Tue|Wed|Thu|Fri|Sat|Sun) "
+                       r"(Jan|Feb|Mar|Apr|May|Jun|Jul|Aug|Sep|Oct|Nov|Dec) "
+                       r"[ \d]\d \d\d:\d\d:\d\d \d{4}$")
+
+
+def check_message(name, data, expected, problems):
+    message = email.message_from_bytes(data, policy=email.policy.default)
+    check_headers(name, message, expected.get("headers", {}), problems)
+    check_part(name, message, expected["body"], problems)
+
+
+def check_mbox(path, expected, problems):
+    data = path.read_bytes()
+    if b"\r" in data:
+        problems.append(f"{path.name}: a CR in an mbox file")
+    box = mailbox.mbox(str(path), create=False)
+    keys = list(box.keys())
+    if len(keys) != len(expected["messages"]):
+        problems.append(f"{path.name}: {len(keys)} messages, expected {len(expected['messages'])}")
+        return
+    for index, (key, wanted) in enumerate(zip(keys, expected["messages"])):
+        name = f"{path.name} message {index + 1}"
+        from_line = box.get_message(key).get_from()
+        if not FROM_LINE.match(from_line):
+            problems.append(f"{name}: From line {from_line!r}")
+        # mboxrd: one ">" comes off each quoted "From " line.
+        unquoted = re.sub(rb"(?m)^>(>*From )", rb"\1", box.get_bytes(key))
+        check_message(name, unquoted, wanted, problems)
+
+
 def main():
     folder = pathlib.Path(sys.argv[1])
     problems = []
@@ -99,10 +139,12 @@ def main():
     for path in sorted(folder.glob("*.eml")):
         data = path.read_bytes()
         expected = json.loads(path.with_suffix(".json").read_text(encoding="utf-8"))
-        message = email.message_from_bytes(data, policy=email.policy.default)
         check_lines(path.name, data, problems)
-        check_headers(path.name, message, expected.get("headers", {}), problems)
-        check_part(path.name, message, expected["body"], problems)
+        check_message(path.name, data, expected, problems)
+        checked += 1
+    for path in sorted(folder.glob("*.mbox")):
+        check_mbox(path, json.loads(path.with_suffix(".json").read_text(encoding="utf-8")),
+                   problems)
         checked += 1
     for problem in problems:
         print(problem)

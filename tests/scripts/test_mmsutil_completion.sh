@@ -87,7 +87,10 @@ expect "--text --text-file" compose --tex
 expect "--mixed" compose --mi
 expect "--pdu" receive --pd
 expect "--help --output -h -o" pdu send-req 3 -
-expect "--bcc --eml --force --help -h" export 3 ""
+expect "--bcc --eml --folder --force --from --help --limit --mbox --offset --read --reverse --since \
+--sort --subject --to --unread --until -h" export 3 ""
+expect "--mbox" export --mb
+expect "--reverse" export --mbox out.mbox --rev
 expect "--folder --help --json -h" index list ""
 expect "--folder --force" backup --f
 expect "--folder --force --help --since --until -h" backup out.tar.zst ""
@@ -110,6 +113,8 @@ expect "beta.bin" pdu send-req 3 -o b
 expect "" compose --text ""
 expect "" mailfile write --subject ""
 expect "alpha.mms alpine.txt" export 3 --eml al
+expect "alpha.mms alpine.txt" export --mbox al
+expect "photo.txt photos" export --eml pho
 expect "" backup --since ""
 
 # Arguments: file names where the argument is a file, also where it repeats ("FILE..."), nothing

@@ -1,6 +1,7 @@
 #include "support/mail_parser.h"
 
 #include <QFile>
+#include <QJsonArray>
 #include <QJsonDocument>
 #include <QProcess>
 #include <QStandardPaths>
@@ -10,6 +11,18 @@
 namespace tavmms_test
 {
 
+namespace
+{
+
+void writeFile(const QString& path, const QByteArray& bytes)
+{
+    QFile out(path);
+    ASSERT_TRUE(out.open(QIODevice::WriteOnly)) << path.toStdString();
+    ASSERT_EQ(out.write(bytes), bytes.size());
+}
+
+} // namespace
+
 void writeMailCase(const QString& directory, const QString& name, const QByteArray& eml,
                    const QJsonObject& expected)
 {
@@ -18,11 +31,18 @@ void writeMailCase(const QString& directory, const QString& name, const QByteArr
         QByteArray bytes;
     } files[] = {{QStringLiteral(".eml"), eml},
                  {QStringLiteral(".json"), QJsonDocument(expected).toJson()}};
-    for (const auto& file : files) {
-        QFile out(directory + QLatin1Char('/') + name + file.suffix);
-        ASSERT_TRUE(out.open(QIODevice::WriteOnly)) << out.fileName().toStdString();
-        ASSERT_EQ(out.write(file.bytes), file.bytes.size());
-    }
+    for (const auto& file : files)
+        writeFile(directory + QLatin1Char('/') + name + file.suffix, file.bytes);
+}
+
+void writeMboxExpectation(const QString& directory, const QString& name,
+                          const QList<QJsonObject>& messages)
+{
+    QJsonArray array;
+    for (const QJsonObject& message : messages)
+        array.append(message);
+    writeFile(directory + QLatin1Char('/') + name + QStringLiteral(".json"),
+              QJsonDocument(QJsonObject{{QStringLiteral("messages"), array}}).toJson());
 }
 
 std::optional<std::string> mailParserProblems(const QString& directory)

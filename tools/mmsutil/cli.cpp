@@ -13,6 +13,8 @@
 #include <cstdio>
 #include <limits>
 
+#include <unistd.h>
+
 namespace cli
 {
 
@@ -179,6 +181,17 @@ int notFound(const QString& message)
 void warn(const QString& message)
 {
     printError(message);
+}
+
+void progressLine(const QString& text)
+{
+    static const bool terminal = isatty(STDERR_FILENO) == 1;
+    if (!terminal)
+        return;
+    // Back to the line's start, and the rest of the line erased.
+    const QString line = text.isEmpty() ? QString() : kTool + QStringLiteral(": ") + text;
+    std::fputs(("\r\x1b[K" + line.toLocal8Bit()).constData(), stderr);
+    std::fflush(stderr);
 }
 
 int usageError(const QString& context, const QString& message)

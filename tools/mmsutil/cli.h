@@ -91,6 +91,10 @@ int fail(const QString& message);
 int notFound(const QString& message);
 // Writes "mmsutil: <message>" to standard error, for a warning that stops nothing.
 void warn(const QString& message);
+// Shows "mmsutil: <text>" on standard error in place of the last such line, for a long run's
+// progress; an empty text takes the line away. Nothing when standard error is no terminal, where
+// a line rewritten in place would only clutter a log.
+void progressLine(const QString& text);
 // Writes "mmsutil: <context>: <message> (see 'mmsutil <context> --help')" to standard error and
 // returns ExitUsage; an empty context stands for the tool itself.
 int usageError(const QString& context, const QString& message);

@@ -29,12 +29,7 @@ void showProgress(qsizetype done, qsizetype total)
 
 int runBackup(const cli::Command& command, const QStringList& arguments)
 {
-    const QCommandLineOption folderOption(
-        QStringLiteral("folder"),
-        QStringLiteral("Backs up only the messages of folder F: its number, or inbox, outbox, "
-                       "sent, drafts."),
-        QStringLiteral("F"));
-    const cli::TimeOptions times{QStringLiteral("Backs up")};
+    const cli::SelectOptions select{QStringLiteral("Backs up")};
     const QCommandLineOption force(QStringLiteral("force"),
                                    QStringLiteral("Replaces FILE when it is there, once the new "
                                                   "backup is whole."));
@@ -54,19 +49,20 @@ int runBackup(const cli::Command& command, const QStringList& arguments)
             .arg(cli::ExitRefused)
             .arg(cli::ExitFailed));
     parser.addPositionalArgument(QStringLiteral("FILE"), QStringLiteral("The backup to write."));
-    parser.addOptions({folderOption, times.since, times.until, force});
+    parser.addOptions({select.folder, select.since, select.until, force});
     if (const std::optional<int> stop = cli::parse(parser, command, arguments, 1))
         return *stop;
     const QString path = parser.positionalArguments().constFirst();
     if (path.isEmpty())
         return cli::usageError(command.name, QStringLiteral("FILE needs a name"));
     std::optional<unsigned int> folder;
-    if (const std::optional<int> stop = cli::folderOf(parser, folderOption, command, &folder))
+    if (const std::optional<int> stop = cli::folderOf(parser, select.folder, command, &folder))
         return *stop;
     store::BackupFilter filter;
     filter.anyFolder = !folder;
     filter.folder = folder.value_or(0);
-    if (const std::optional<int> stop = times.fill(parser, command, &filter.since, &filter.until))
+    if (const std::optional<int> stop =
+            select.fillTimes(parser, command, &filter.since, &filter.until))
         return *stop;
 
     store::BackupOptions options;

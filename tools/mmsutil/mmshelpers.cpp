@@ -262,8 +262,36 @@ int reportMissing(const QList<unsigned int>& missing)
     return ExitNo;
 }
 
-TimeOptions::TimeOptions(const QString& verb)
-    : since(QStringLiteral("since"),
+namespace
+{
+
+const QString kTextMatch = QStringLiteral(
+    " The text is looked for, ignoring case, in what the column shows: the row's field, cut to its "
+    "length, not the mail file's header.");
+
+} // namespace
+
+SelectOptions::SelectOptions(const QString& verb, const QString& what)
+    : folder(QStringLiteral("folder"),
+             QStringLiteral("%1 only the %2 of folder F: its number, or inbox, outbox, sent, "
+                            "drafts.")
+                 .arg(verb, what),
+             QStringLiteral("F")),
+      unread(QStringLiteral("unread"),
+             QStringLiteral("%1 only the messages not yet read.").arg(verb)),
+      read(QStringLiteral("read"), QStringLiteral("%1 only the messages read.").arg(verb)),
+      from(QStringLiteral("from"),
+           QStringLiteral("%1 only the messages whose FROM column holds TEXT.").arg(verb) +
+               kTextMatch,
+           QStringLiteral("TEXT")),
+      to(QStringLiteral("to"),
+         QStringLiteral("%1 only the messages whose TO column holds TEXT.").arg(verb) + kTextMatch,
+         QStringLiteral("TEXT")),
+      subject(QStringLiteral("subject"),
+              QStringLiteral("%1 only the messages whose SUBJECT column holds TEXT.").arg(verb) +
+                  kTextMatch,
+              QStringLiteral("TEXT")),
+      since(QStringLiteral("since"),
             QStringLiteral("%1 only the messages of TIME or later: an ISO 8601 date (2026-01-31, "
                            "from the start of that day in local time) or date and time "
                            "(2026-01-31T12:00:00, in local time, or with its offset: "
@@ -274,12 +302,68 @@ TimeOptions::TimeOptions(const QString& verb)
             QStringLiteral("%1 only the messages of TIME or earlier, written as for --since; a "
                            "date alone takes in the whole day.")
                 .arg(verb),
-            QStringLiteral("TIME"))
+            QStringLiteral("TIME")),
+      sort(QStringLiteral("sort"),
+           QStringLiteral("Orders by KEY: id (the default) or date (oldest first; ties by id)."),
+           QStringLiteral("KEY")),
+      reverse(QStringLiteral("reverse"), QStringLiteral("Reverses the order.")),
+      limit(QStringLiteral("limit"),
+            QStringLiteral("%1 at most N messages, after --offset.").arg(verb),
+            QStringLiteral("N")),
+      offset(QStringLiteral("offset"),
+             QStringLiteral("Leaves out the first N messages of the ordered list."),
+             QStringLiteral("N"))
 {
 }
 
-std::optional<int> TimeOptions::fill(const QCommandLineParser& parser, const Command& command,
-                                     QDateTime* first, QDateTime* last) const
+QList<QCommandLineOption> SelectOptions::all() const
+{
+    return {unread, read, from, to, subject, since, until, sort, reverse, limit, offset};
+}
+
+QList<QCommandLineOption> SelectOptions::withFolder() const
+{
+    return QList<QCommandLineOption>{folder} + all();
+}
+
+std::optional<int> SelectOptions::fill(const QCommandLineParser& parser, const Command& command,
+                                       tavmms::store::ListFilter* filter) const
+{
+    if (parser.isSet(read) && parser.isSet(unread))
+        return usageError(command.name, QStringLiteral("--read and --unread exclude each "
+                                                       "other"));
+    if (parser.isSet(read) || parser.isSet(unread))
+        filter->read = parser.isSet(read);
+    filter->from = parser.value(from);
+    filter->to = parser.value(to);
+    filter->subject = parser.value(subject);
+    if (const std::optional<int> stop = fillTimes(parser, command, &filter->since, &filter->until))
+        return stop;
+    if (parser.isSet(sort)) {
+        const QString key = parser.value(sort);
+        if (key == QLatin1String("date"))
+            filter->order = tavmms::store::ListOrder::Date;
+        else if (key != QLatin1String("id"))
+            return usageError(
+                command.name,
+                QStringLiteral("--sort: '%1' is neither id nor date").arg(textout::oneLine(key)));
+    }
+    filter->reverse = parser.isSet(reverse);
+    for (const QCommandLineOption* count : {&limit, &offset}) {
+        std::optional<unsigned int> number;
+        if (const std::optional<int> stop = numberOf(parser, *count, command, &number))
+            return stop;
+        if (number && count == &limit)
+            filter->limit = qsizetype(*number);
+        else if (number)
+            filter->offset = qsizetype(*number);
+    }
+    return std::nullopt;
+}
+
+std::optional<int> SelectOptions::fillTimes(const QCommandLineParser& parser,
+                                            const Command& command, QDateTime* first,
+                                            QDateTime* last) const
 {
     for (const QCommandLineOption* bound : {&since, &until}) {
         if (!parser.isSet(*bound))
@@ -298,116 +382,41 @@ std::optional<int> TimeOptions::fill(const QCommandLineParser& parser, const Com
     return std::nullopt;
 }
 
-namespace
+std::optional<int> SelectOptions::fillFolder(const QCommandLineParser& parser,
+                                             const Command& command,
+                                             tavmms::store::ListFilter* filter) const
 {
+    std::optional<unsigned int> number;
+    if (const std::optional<int> stop = folderOf(parser, folder, command, &number))
+        return stop;
+    filter->anyFolder = !number;
+    filter->folder = number.value_or(0);
+    return std::nullopt;
+}
 
-const QString kTextMatch = QStringLiteral(
-    " The text is looked for, ignoring case, in what the column shows: the row's field, cut to its "
-    "length, not the mail file's header.");
-
-// The options of a command that selects, orders and pages the rows it lists.
-struct SelectOptions {
-    QCommandLineOption unread{QStringLiteral("unread"),
-                              QStringLiteral("Lists only the messages not yet read.")};
-    QCommandLineOption read{QStringLiteral("read"),
-                            QStringLiteral("Lists only the messages read.")};
-    QCommandLineOption from{
-        QStringLiteral("from"),
-        QStringLiteral("Lists only the messages whose FROM column holds TEXT.") + kTextMatch,
-        QStringLiteral("TEXT")};
-    QCommandLineOption to{QStringLiteral("to"),
-                          QStringLiteral("Lists only the messages whose TO column holds TEXT.") +
-                              kTextMatch,
-                          QStringLiteral("TEXT")};
-    QCommandLineOption subject{
-        QStringLiteral("subject"),
-        QStringLiteral("Lists only the messages whose SUBJECT column holds TEXT.") + kTextMatch,
-        QStringLiteral("TEXT")};
-    TimeOptions times{QStringLiteral("Lists")};
-    QCommandLineOption sort{
-        QStringLiteral("sort"),
-        QStringLiteral("Orders by KEY: id (the default) or date (oldest first; ties by id)."),
-        QStringLiteral("KEY")};
-    QCommandLineOption reverse{QStringLiteral("reverse"), QStringLiteral("Reverses the order.")};
-    QCommandLineOption limit{QStringLiteral("limit"),
-                             QStringLiteral("Lists at most N messages, after --offset."),
-                             QStringLiteral("N")};
-    QCommandLineOption offset{
-        QStringLiteral("offset"),
-        QStringLiteral("Leaves out the first N messages of the ordered list."),
-        QStringLiteral("N")};
-
-    QList<QCommandLineOption> all() const
-    {
-        return {unread,      read, from,    to,    subject, times.since,
-                times.until, sort, reverse, limit, offset};
-    }
-
-    // Fills `filter` from the options given; the exit status when the command must stop here.
-    std::optional<int> fill(const QCommandLineParser& parser, const Command& command,
-                            tavmms::store::ListFilter* filter) const
-    {
-        if (parser.isSet(read) && parser.isSet(unread))
-            return usageError(command.name, QStringLiteral("--read and --unread exclude each "
-                                                           "other"));
-        if (parser.isSet(read) || parser.isSet(unread))
-            filter->read = parser.isSet(read);
-        filter->from = parser.value(from);
-        filter->to = parser.value(to);
-        filter->subject = parser.value(subject);
-        if (const std::optional<int> stop =
-                times.fill(parser, command, &filter->since, &filter->until))
-            return stop;
-        if (parser.isSet(sort)) {
-            const QString key = parser.value(sort);
-            if (key == QLatin1String("date"))
-                filter->order = tavmms::store::ListOrder::Date;
-            else if (key != QLatin1String("id"))
-                return usageError(command.name,
-                                  QStringLiteral("--sort: '%1' is neither id nor date")
-                                      .arg(textout::oneLine(key)));
-        }
-        filter->reverse = parser.isSet(reverse);
-        for (const QCommandLineOption* count : {&limit, &offset}) {
-            std::optional<unsigned int> number;
-            if (const std::optional<int> stop = numberOf(parser, *count, command, &number))
-                return stop;
-            if (number && count == &limit)
-                filter->limit = qsizetype(*number);
-            else if (number)
-                filter->offset = qsizetype(*number);
-        }
-        return std::nullopt;
-    }
-};
-
-} // namespace
+bool SelectOptions::anySet(const QCommandLineParser& parser) const
+{
+    const QList<QCommandLineOption> options = withFolder();
+    return std::any_of(options.begin(), options.end(),
+                       [&](const QCommandLineOption& option) { return parser.isSet(option); });
+}
 
 int listRows(const Command& command, const QStringList& arguments, const RowList& list)
 {
-    const QCommandLineOption folderOption(
-        QStringLiteral("folder"),
-        QStringLiteral("Lists only the %1 of folder F: its number, or inbox, outbox, sent, drafts.")
-            .arg(list.what),
-        QStringLiteral("F"));
     const QCommandLineOption json(
         QStringLiteral("json"), QStringLiteral("Prints a JSON array of the %1, each an object %2.")
                                     .arg(list.what, list.jsonHelp));
-    const SelectOptions select;
+    const SelectOptions select(QStringLiteral("Lists"), list.what);
     QCommandLineParser parser;
     parser.setApplicationDescription(list.description);
-    parser.addOptions({folderOption, json});
+    parser.addOptions({select.folder, json});
     if (list.selects)
         parser.addOptions(select.all());
     if (const std::optional<int> stop = parse(parser, command, arguments, 0))
         return *stop;
-    std::optional<unsigned int> folder;
-    if (const std::optional<int> stop = folderOf(parser, folderOption, command, &folder))
-        return *stop;
-
     tavmms::store::ListFilter filter;
-    filter.anyFolder = !folder;
-    filter.folder = folder.value_or(0);
+    if (const std::optional<int> stop = select.fillFolder(parser, command, &filter))
+        return *stop;
     if (list.selects) {
         if (const std::optional<int> stop = select.fill(parser, command, &filter))
             return *stop;

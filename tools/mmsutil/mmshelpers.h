@@ -107,17 +107,40 @@ std::optional<int> parseMessageIds(QCommandLineParser& parser, const Command& co
 // Reports each id of `missing` as "no message N" on standard error and gives ExitNo.
 int reportMissing(const QList<unsigned int>& missing);
 
-// --since and --until, which choose the messages of a span of time; `verb` says in their help what
-// the command does with them ("Lists", "Backs up").
-struct TimeOptions {
-    explicit TimeOptions(const QString& verb);
+// The options of a command that chooses messages as a listing does: by folder, read or not,
+// sender, recipients, subject and time, in an order and a page of it. `verb` begins their help
+// ("Lists", "Exports"), `what` names what the folder holds ("messages", "rows").
+struct SelectOptions {
+    explicit SelectOptions(const QString& verb, const QString& what = QStringLiteral("messages"));
+
+    QCommandLineOption folder;
+    QCommandLineOption unread;
+    QCommandLineOption read;
+    QCommandLineOption from;
+    QCommandLineOption to;
+    QCommandLineOption subject;
     QCommandLineOption since;
     QCommandLineOption until;
-    // The span's first and last instants given, in `first` and `last`, which stay as they are
-    // for an option not given; the exit status of a usage error of `command` when a time does not
-    // read.
+    QCommandLineOption sort;
+    QCommandLineOption reverse;
+    QCommandLineOption limit;
+    QCommandLineOption offset;
+
+    // Every option but --folder, which a listing of rows takes alone.
+    QList<QCommandLineOption> all() const;
+    QList<QCommandLineOption> withFolder() const;
+    // Fills `filter` from the options of all() given, or from --folder; the exit status of a usage
+    // error when the command must stop here.
     std::optional<int> fill(const QCommandLineParser& parser, const Command& command,
-                            QDateTime* first, QDateTime* last) const;
+                            tavmms::store::ListFilter* filter) const;
+    std::optional<int> fillFolder(const QCommandLineParser& parser, const Command& command,
+                                  tavmms::store::ListFilter* filter) const;
+    // --since and --until alone, for a command that takes them without the other options: the
+    // span's first and last instants given, which stay as they are for an option not given.
+    std::optional<int> fillTimes(const QCommandLineParser& parser, const Command& command,
+                                 QDateTime* first, QDateTime* last) const;
+    // Whether any of them, --folder too, is given.
+    bool anySet(const QCommandLineParser& parser) const;
 };
 
 // How a command that lists rows of the message index (with --folder and --json) shows them.

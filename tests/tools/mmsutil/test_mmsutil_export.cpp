@@ -1,7 +1,8 @@
 // mmsutil export, run as a child process on a temporary store: a message composed or received
 // through the tool, written as an Internet mail message to a file or standard output, and read
 // back by Python's MIME parser; the real retrieved messages too, each filed in the store with its
-// body and content type and exported.
+// body and content type and exported. The messages the list's options choose, written to one
+// mbox file that Python's mailbox module reads, or to an .eml file each.
 
 #include <tavmmsutility.h>
 
@@ -15,6 +16,7 @@
 #include <QDir>
 #include <QFile>
 #include <QJsonArray>
+#include <QStandardPaths>
 #include <QStringDecoder>
 #include <QTemporaryDir>
 
@@ -253,6 +255,192 @@ TEST_F(MmsutilExportTest, ExportsEveryRealRetrievedMessageSoThatAMailParserReads
              {QStringLiteral("body"), expectedPart(*pdu->contentType(), pdu->body, nullptr)}});
     }
     expectTheParserReadsThem();
+}
+
+// ---- many messages ----
+
+// The messages of a store with two composed messages with slides and one received text.
+class MmsutilExportManyTest : public MmsutilExportTest
+{
+protected:
+    void SetUp() override
+    {
+        MmsutilExportTest::SetUp();
+        first = composeSlides();
+        text = store({QStringLiteral("receive"), QStringLiteral("BODY"), QStringLiteral("--from"),
+                      QStringLiteral("ann@example.org"), QStringLiteral("--subject"),
+                      QStringLiteral("From the road"), QStringLiteral("--content-type"),
+                      QStringLiteral("text/plain; charset=utf-8")},
+                     kText);
+        second = composeSlides();
+    }
+
+    ToolResult exportMany(const QStringList& arguments) const
+    {
+        return run(QStringList{QStringLiteral("export")} + arguments);
+    }
+
+    QString mailFile(const QString& id) const
+    {
+        return path(QStringLiteral("download/mms/mailfile/%1.mms").arg(id));
+    }
+
+    static QJsonObject expectedSlides()
+    {
+        return {{QStringLiteral("headers"),
+                 QJsonObject{{QStringLiteral("subject"), QString::fromUtf8("Schöne Grüße")}}},
+                {QStringLiteral("body"), expectedPart({"application/vnd.wap.multipart.related", {}},
+                                                      slidesBody(), nullptr)}};
+    }
+
+    static inline const QByteArray kText = "From a line that starts so\n>From one quoted\n";
+    QString first;
+    QString text;
+    QString second;
+};
+
+TEST_F(MmsutilExportManyTest, WritesTheChosenMessagesInTheirOrderToAnMboxFileThatMailboxReads)
+{
+    const QString file = cases() + QStringLiteral("/chosen.mbox");
+    const ToolResult result = exportMany({QStringLiteral("--mbox"), file, QStringLiteral("--sort"),
+                                          QStringLiteral("id"), QStringLiteral("--reverse")});
+    EXPECT_EQ(result.exitCode, 0) << result.err.toStdString();
+    EXPECT_TRUE(result.out.isEmpty());
+    EXPECT_EQ(result.err, "mmsutil: exported 3 messages to " + file.toUtf8() + "\n");
+    tavmms_test::writeMboxExpectation(
+        cases(), QStringLiteral("chosen"),
+        {expectedSlides(),
+         {{QStringLiteral("headers"),
+           QJsonObject{{QStringLiteral("subject"), QStringLiteral("From the road")},
+                       {QStringLiteral("from"),
+                        QJsonArray{QJsonArray{QString(), QStringLiteral("ann@example.org")}}}}},
+          {QStringLiteral("body"),
+           QJsonObject{{QStringLiteral("type"), QStringLiteral("text/plain")},
+                       {QStringLiteral("data"), tavmms_test::base64Text(kText)}}}},
+         expectedSlides()});
+    expectTheParserReadsThem();
+    EXPECT_TRUE(readAll(file).contains("\n>From a line that starts so\n>>From one quoted\n"));
+}
+
+TEST_F(MmsutilExportManyTest, WritesOnlyTheMessagesTheOptionsChoose)
+{
+    const QString file = path(QStringLiteral("road.mbox"));
+    const ToolResult result = exportMany(
+        {QStringLiteral("--mbox"), file, QStringLiteral("--folder"), QStringLiteral("inbox")});
+    EXPECT_EQ(result.exitCode, 0) << result.err.toStdString();
+    const QByteArray mbox = readAll(file);
+    EXPECT_TRUE(mbox.startsWith("From ann@example.org ")) << mbox.toStdString();
+    EXPECT_EQ(mbox.count("\nFrom "), 0);
+}
+
+TEST_F(MmsutilExportManyTest, KeepsAnMboxFileThatIsThereUnlessForced)
+{
+    const QString file = path(QStringLiteral("taken.mbox"));
+    QFile taken(file);
+    ASSERT_TRUE(taken.open(QIODevice::WriteOnly) && taken.write("mine") == 4);
+    taken.close();
+    const ToolResult refused = exportMany({QStringLiteral("--mbox"), file});
+    expectOneLineReport(refused, 1);
+    EXPECT_TRUE(refused.err.contains("--force")) << refused.err.toStdString();
+    EXPECT_EQ(readAll(file), "mine");
+    const ToolResult forced =
+        exportMany({QStringLiteral("--mbox"), file, QStringLiteral("--force")});
+    EXPECT_EQ(forced.exitCode, 0) << forced.err.toStdString();
+    EXPECT_EQ(readAll(file).count("\n\nFrom "), 2);
+}
+
+TEST_F(MmsutilExportManyTest, WritesAnEmlFileForEachChosenMessageAndSkipsOnesThatAreThere)
+{
+    const QString folder = path(QStringLiteral("new/mail"));
+    const ToolResult result = exportMany({QStringLiteral("--eml"), folder});
+    EXPECT_EQ(result.exitCode, 0) << result.err.toStdString();
+    EXPECT_EQ(QDir(folder).entryList(QDir::Files),
+              (QStringList{first + QStringLiteral(".eml"), text + QStringLiteral(".eml"),
+                           second + QStringLiteral(".eml")}));
+    const QString taken = folder + QLatin1Char('/') + text + QStringLiteral(".eml");
+    const QByteArray before = readAll(taken);
+
+    ASSERT_TRUE(QFile::remove(folder + QLatin1Char('/') + first + QStringLiteral(".eml")));
+    ASSERT_TRUE(QFile::remove(folder + QLatin1Char('/') + second + QStringLiteral(".eml")));
+
+    const ToolResult again = exportMany({QStringLiteral("--eml"), folder});
+    EXPECT_EQ(again.exitCode, 1);
+    EXPECT_EQ(again.err, "mmsutil: message " + text.toUtf8() + " skipped: '" + taken.toUtf8() +
+                             "' is there already; --force replaces it\nmmsutil: exported 2 "
+                             "messages to " +
+                             folder.toUtf8() + " (1 skipped)\n");
+    EXPECT_EQ(readAll(taken), before);
+}
+
+TEST_F(MmsutilExportManyTest, SkipsAMessageWhoseMailFileDoesNotLoadCountsItAndFails)
+{
+    ASSERT_TRUE(QFile::remove(mailFile(text)));
+    const QString file = path(QStringLiteral("some.mbox"));
+    const ToolResult result = exportMany({QStringLiteral("--mbox"), file});
+    EXPECT_EQ(result.exitCode, 1);
+    const QList<QByteArray> lines = result.err.trimmed().split('\n');
+    ASSERT_EQ(lines.size(), 2) << result.err.toStdString();
+    EXPECT_TRUE(lines[0].startsWith("mmsutil: message " + text.toUtf8() + " skipped: "));
+    EXPECT_EQ(lines[1], "mmsutil: exported 2 messages to " + file.toUtf8() + " (1 skipped)");
+    EXPECT_EQ(readAll(file).count("\n\nFrom "), 1);
+}
+
+TEST_F(MmsutilExportManyTest, SaysNoMessageIsChosenAndWritesNothing)
+{
+    const QString file = path(QStringLiteral("none.mbox"));
+    expectNotFound(exportMany(
+        {QStringLiteral("--mbox"), file, QStringLiteral("--subject"), QStringLiteral("nowhere")}));
+    EXPECT_FALSE(QFile::exists(file));
+    EXPECT_EQ(QDir(dir.path()).entryList({QStringLiteral("none.mbox*")}), QStringList());
+}
+
+TEST_F(MmsutilExportManyTest, ShowsNoProgressLineWhenStandardErrorIsNoTerminal)
+{
+    const ToolResult result =
+        exportMany({QStringLiteral("--mbox"), path(QStringLiteral("a.mbox"))});
+    EXPECT_EQ(result.exitCode, 0);
+    EXPECT_FALSE(result.err.contains('\r'));
+    EXPECT_EQ(result.err.count('\n'), 1);
+}
+
+TEST_F(MmsutilExportManyTest, ShowsHowFarItHasComeInOneLineRewrittenOnATerminal)
+{
+    const QString script = QStandardPaths::findExecutable(QStringLiteral("script"));
+    if (script.isEmpty())
+        GTEST_SKIP() << "no script(1) to give the tool a terminal";
+    const QString file = path(QStringLiteral("a.mbox"));
+    // script(1) runs the tool on a terminal of its own and copies what it shows to its output.
+    const ToolResult result = tavmms_test::runOnStore(
+        script, dir.path(),
+        {QStringLiteral("-qec"),
+         QStringLiteral("'%1' export --mbox '%2'").arg(QStringLiteral(TAVMMS_MMSUTIL_PATH), file),
+         QStringLiteral("/dev/null")});
+    ASSERT_EQ(result.exitCode, 0) << result.out.toStdString() << result.err.toStdString();
+    EXPECT_EQ(result.out, "\r\x1b[Kmmsutil: exported 0 of 3 messages (0%)"
+                          "\r\x1b[Kmmsutil: exported 1 of 3 messages (33%)"
+                          "\r\x1b[Kmmsutil: exported 2 of 3 messages (66%)"
+                          "\r\x1b[Kmmsutil: exported 3 of 3 messages (100%)"
+                          "\r\x1b[Kmmsutil: exported 3 messages to " +
+                              file.toUtf8() + "\r\n");
+}
+
+TEST_F(MmsutilExportManyTest, RefusesAnIdWithMboxOrChoosingOptionsAndAFormWithoutAFile)
+{
+    const QString file = path(QStringLiteral("x.mbox"));
+    const QList<QStringList> wrong = {
+        {first, QStringLiteral("--mbox"), file},
+        {first, QStringLiteral("--eml"), file, QStringLiteral("--folder"), QStringLiteral("1")},
+        {QStringLiteral("--mbox"), file, QStringLiteral("--eml"), path(QStringLiteral("d"))},
+        {QStringLiteral("--from"), QStringLiteral("ann")},
+        {QStringLiteral("--mbox"), QStringLiteral("-")},
+        {QStringLiteral("--mbox"), QString()},
+        {QStringLiteral("--mbox"), file, QStringLiteral("--sort"), QStringLiteral("size")},
+    };
+    for (const QStringList& arguments : wrong) {
+        SCOPED_TRACE(arguments.join(QLatin1Char(' ')).toStdString());
+        expectUsageError(exportMany(arguments));
+    }
+    EXPECT_FALSE(QFile::exists(file));
 }
 
 } // namespace
