@@ -45,6 +45,17 @@ using tavmms_test::memberNames;
 using tavmms_test::readArchive;
 using Member = tavmms_test::ArchiveMember;
 
+// The rows of the backup's index, each an object.
+QList<QJsonObject> indexRows(const QList<Member>& members)
+{
+    QList<QJsonObject> rows;
+    const QJsonArray array =
+        memberJson(members, QStringLiteral("index.json")).value(QStringLiteral("rows")).toArray();
+    for (const QJsonValue& value : array)
+        rows.append(value.toObject());
+    return rows;
+}
+
 QByteArray fileBytes(const QString& path)
 {
     QFile file(path);
@@ -148,11 +159,9 @@ TEST_F(StoreBackupTest, HoldsEveryMailFileRowSettingAndContactWithAManifestThatM
         EXPECT_EQ(memberData(members, QStringLiteral("messages/%1.mms").arg(id)),
                   fileBytes(mailFile(id)));
 
-    const QJsonArray rows =
-        memberJson(members, QStringLiteral("index.json")).value(QStringLiteral("rows")).toArray();
+    const QList<QJsonObject> rows = indexRows(members);
     ASSERT_EQ(rows.size(), 2);
-    for (const QJsonValue& value : rows) {
-        const QJsonObject row = value.toObject();
+    for (const QJsonObject& row : rows) {
         const unsigned int id = unsigned(row.value(QStringLiteral("id")).toInteger());
         EXPECT_TRUE(row.value(QStringLiteral("mailFile")).toBool());
         EXPECT_FALSE(row.contains(QStringLiteral("exact")));
@@ -269,11 +278,9 @@ TEST_F(StoreBackupTest, EveryRowIsMadeAgainToTheByteFromTheIndexAlsoOneWithoutIt
     EXPECT_EQ(backup.withoutFile, 1);
     const QList<Member> members = readArchive(backupPath());
     EXPECT_FALSE(memberNames(members).contains(QStringLiteral("messages/%1.mms").arg(oddId)));
-    const QJsonArray rows =
-        memberJson(members, QStringLiteral("index.json")).value(QStringLiteral("rows")).toArray();
+    const QList<QJsonObject> rows = indexRows(members);
     ASSERT_EQ(rows.size(), 2);
-    for (const QJsonValue& value : rows) {
-        const QJsonObject row = value.toObject();
+    for (const QJsonObject& row : rows) {
         const unsigned int id = unsigned(row.value(QStringLiteral("id")).toInteger());
         EXPECT_EQ(row.value(QStringLiteral("mailFile")).toBool(), id == kept);
         EXPECT_EQ(row.contains(QStringLiteral("exact")), id == oddId);
