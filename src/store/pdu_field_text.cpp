@@ -174,4 +174,10 @@ QString utcOffsetText(int seconds)
         .arg(minutes % 60, 2, 10, QLatin1Char('0'));
 }
 
+QString partHeaderText(const pdu::PartHeader& header)
+{
+    return header.opaque ? QString::fromLatin1(header.value.toHex(' '))
+                         : QString::fromUtf8(header.value);
+}
+
 } // namespace tavmms::store

@@ -6,6 +6,7 @@
 // a yes or no as such), not as the octets that carry it.
 
 #include "header_field.h"
+#include "part_header.h"
 #include "tavmms_global.h"
 
 #include <QString>
@@ -20,6 +21,8 @@ struct TAVMMS_EXPORT FieldText {
 };
 
 TAVMMS_EXPORT FieldText fieldText(const pdu::HeaderField& field);
+// A part header's value as text: its octets in hex when the codec keeps them unread.
+TAVMMS_EXPORT QString partHeaderText(const pdu::PartHeader& header);
 
 // Seconds since 1970 as local time with its offset from UTC: "2026-05-04T10:15:02+02:00".
 TAVMMS_EXPORT QString isoDateText(qint64 seconds);

@@ -118,4 +118,12 @@ TEST_F(PduFieldTextTest, ADateTooLargeForACalendarIsGivenInSeconds)
               QStringLiteral("9223372036854775807 seconds since 1970"));
 }
 
+TEST_F(PduFieldTextTest, APartHeaderIsItsTextOrItsUnreadOctetsInHex)
+{
+    EXPECT_EQ(tavmms::store::partHeaderText({"Content-ID", "<0.smil>", false}),
+              QStringLiteral("<0.smil>"));
+    EXPECT_EQ(tavmms::store::partHeaderText({"Date", QByteArray("\x04\x5f\x00", 3), true}),
+              QStringLiteral("04 5f 00"));
+}
+
 } // namespace

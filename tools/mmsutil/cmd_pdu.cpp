@@ -8,7 +8,7 @@
 #include <tavmmsutility.h>
 
 #include <QCommandLineParser>
-#include <QFile>
+#include <QFileInfo>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -19,12 +19,6 @@ namespace
 
 namespace pdu = tavmms::pdu;
 namespace store = tavmms::store;
-
-QString headerValueText(const pdu::PartHeader& header)
-{
-    return header.opaque ? QString::fromLatin1(header.value.toHex(' '))
-                         : QString::fromUtf8(header.value);
-}
 
 QJsonObject pduToJson(const pdu::Message& message)
 {
@@ -47,8 +41,9 @@ QJsonObject pduToJson(const pdu::Message& message)
                             {QStringLiteral("value"), QString::fromUtf8(parameter.value)}});
         QJsonArray partHeaders;
         for (const pdu::PartHeader& header : part.headers)
-            partHeaders.append(QJsonObject{{QStringLiteral("name"), QString::fromUtf8(header.name)},
-                                           {QStringLiteral("value"), headerValueText(header)}});
+            partHeaders.append(
+                QJsonObject{{QStringLiteral("name"), QString::fromUtf8(header.name)},
+                            {QStringLiteral("value"), store::partHeaderText(header)}});
         parts.append(QJsonObject{
             {QStringLiteral("index"), qint64(i + 1)},
             {QStringLiteral("contentType"), QString::fromUtf8(part.contentType.mediaType)},
@@ -82,7 +77,7 @@ void printPdu(const pdu::Message& message)
         for (const pdu::PartHeader& header : part.headers)
             out << QStringLiteral("  %1: %2\n")
                        .arg(textout::oneLine(QString::fromUtf8(header.name)),
-                            textout::oneLine(headerValueText(header)));
+                            textout::oneLine(store::partHeaderText(header)));
     }
 }
 
@@ -135,18 +130,6 @@ int runDecode(const cli::Command& command, const QStringList& arguments)
     return cli::ExitOk;
 }
 
-// Writes `bytes` into the new file `file`, which is removed when they cannot all be written.
-int writeNewFile(QFile& file, const QByteArray& bytes)
-{
-    if (file.write(bytes) == bytes.size() && file.flush()) {
-        file.close();
-        return cli::ExitOk;
-    }
-    const QString why = file.errorString();
-    file.remove();
-    return cli::fail(QStringLiteral("cannot write '%1': %2").arg(file.fileName(), why));
-}
-
 int runSendReq(const cli::Command& command, const QStringList& arguments)
 {
     const QCommandLineOption output(
@@ -172,20 +155,21 @@ int runSendReq(const cli::Command& command, const QStringList& arguments)
         return *stop;
     const QString path = parser.value(output);
     const bool toFile = !path.isEmpty() && path != QLatin1String("-");
-    QFile file(path);
-    // The file is made before the request, so that a name taken changes nothing.
-    if (toFile && !file.open(QIODevice::WriteOnly | QIODevice::NewOnly))
-        return cli::fail(QStringLiteral("cannot write '%1': %2")
-                             .arg(path, file.exists() ? QStringLiteral("it exists already")
-                                                      : file.errorString()));
+    // A name taken is refused before the request, so that it changes nothing.
+    const auto taken = [&path] {
+        return cli::fail(QStringLiteral("cannot write '%1': it exists already").arg(path));
+    };
+    if (toFile && QFileInfo(path).exists())
+        return taken();
     const store::SendRequest request = store::MessageStore().sendRequest(id);
-    if (!request.status.ok()) {
-        if (toFile)
-            file.remove();
+    if (!request.status.ok())
         return cli::storeFailure(request.status);
-    }
-    return toFile ? writeNewFile(file, request.pdu)
-                  : cli::writeBytes(request.pdu.constData(), request.pdu.size());
+    if (!toFile)
+        return cli::writeBytes(request.pdu.constData(), request.pdu.size());
+    const store::Status saved = store::saveExportFile(path, request.pdu, false);
+    if (saved.code == store::ErrorCode::Exists)
+        return taken();
+    return saved.ok() ? cli::ExitOk : cli::storeFailure(saved);
 }
 
 } // namespace
