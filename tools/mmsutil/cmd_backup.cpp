@@ -8,24 +8,10 @@
 
 #include <QCommandLineParser>
 
-#include <cstdio>
-#include <unistd.h>
-
 namespace
 {
 
 namespace store = tavmms::store;
-
-// "backed up 3 of 10 messages", again in place on a terminal; nothing elsewhere, where it would
-// only fill a log.
-void showProgress(qsizetype done, qsizetype total)
-{
-    std::fprintf(stderr, "\rbacked up %lld of %lld messages", static_cast<long long>(done),
-                 static_cast<long long>(total));
-    if (done == total)
-        std::fputc('\n', stderr);
-    std::fflush(stderr);
-}
 
 int runBackup(const cli::Command& command, const QStringList& arguments)
 {
@@ -67,9 +53,11 @@ int runBackup(const cli::Command& command, const QStringList& arguments)
 
     store::BackupOptions options;
     options.replace = parser.isSet(force);
-    if (::isatty(STDERR_FILENO))
-        options.progress = showProgress;
+    options.progress = [](qsizetype done, qsizetype total) {
+        cli::progressLine(QStringLiteral("backed up %1 of %2 messages").arg(done).arg(total));
+    };
     const store::Backup backup = store::backupStore(path, filter, options);
+    cli::progressLine(QString());
     if (backup.status.code == store::ErrorCode::Exists)
         return cli::fail(QStringLiteral("'%1' is there already; --force replaces it").arg(path));
     if (backup.status.code == store::ErrorCode::Invalid) {
