@@ -17,12 +17,16 @@ namespace tavmms::store
 class ExportFile
 {
 public:
-    explicit ExportFile(const QString& path);
+    // `what` begins the text of a failure ("cannot write the backup 'x'"); a file only its owner
+    // may read keeps that mode when it is put in place.
+    explicit ExportFile(const QString& path, const QString& what = {}, bool ownerOnly = false);
 
     // Makes the temporary file.
     Status open();
     // Appends `bytes`.
     Status write(QByteArrayView bytes);
+    // The temporary file's descriptor, for a writer of its own; -1 before open().
+    int handle() const { return int(file_.handle()); }
     // Syncs the temporary file and renames it to the path; unless `replace`, a file that is there
     // is not replaced (Exists).
     Status commit(bool replace);
@@ -31,6 +35,8 @@ private:
     Status failure() const;
 
     QString path_;
+    QString what_;
+    bool ownerOnly_;
     QTemporaryFile file_;
 };
 

@@ -1,16 +1,14 @@
 #include "store_backup.h"
 
 #include "contact_book.h"
+#include "export_file.h"
 #include "file_status.h"
 #include "index_row_fields.h"
-#include "mail_file_io.h"
 #include "message_store.h"
 #include "store_archive_writer.h"
 #include "store_lock.h"
 
 #include "address_book_settings.h"
-#include "file_descriptor.h"
-#include "filesync.h"
 #include "mms_util_common.h"
 #include "platform_paths.h"
 #include "settings_service.h"
@@ -157,38 +155,6 @@ std::optional<QJsonObject> contactsToJson(qsizetype* count, QString* error)
         {QStringLiteral("contacts"), array}};
 }
 
-// The archive being written under a temporary name beside its path, removed unless it was put in
-// place.
-class TemporaryFile
-{
-public:
-    explicit TemporaryFile(const QString& path)
-    {
-        const QFileInfo info(path);
-        name_ = QFile::encodeName(info.absolutePath() + QStringLiteral("/.") + info.fileName() +
-                                  QStringLiteral(".XXXXXX"));
-        // Readable by its owner alone: it holds every message and contact of the phone.
-        file_.fd = ::mkstemp(name_.data());
-    }
-    ~TemporaryFile()
-    {
-        if (!kept_)
-            ::unlink(name_.constData());
-    }
-    TemporaryFile(const TemporaryFile&) = delete;
-    TemporaryFile& operator=(const TemporaryFile&) = delete;
-
-    int fd() const { return file_.fd; }
-    const QByteArray& name() const { return name_; }
-    int close() { return ::close(std::exchange(file_.fd, -1)); }
-    void keep() { kept_ = true; }
-
-private:
-    QByteArray name_;
-    FileDescriptor file_{-1};
-    bool kept_ = false;
-};
-
 // Builds the archive's members in order, keeping each member's checksum for the manifest.
 class BackupWriter
 {
@@ -277,31 +243,6 @@ Status fileIsThere(const QString& path)
                            QStringLiteral("'%1' exists already; it was kept").arg(path));
 }
 
-// Puts the finished archive in place: its data synced, renamed to `path` (over a file there only
-// when `replace`), and the directory synced so that the name survives a power cut.
-Status putInPlace(TemporaryFile& temporary, const QString& path, bool replace)
-{
-    const QString what = QStringLiteral("cannot write the backup '%1'").arg(path);
-    const QByteArray target = QFile::encodeName(path);
-    if (syncDescriptor(temporary.fd()) != 0 || temporary.close() != 0)
-        return fileFailure(what, errno);
-    const int renamed = replace ? std::rename(temporary.name().constData(), target.constData())
-                                : renameWithoutReplacing(temporary.name(), target);
-    if (renamed != 0) {
-        const int error = errno;
-        if (error == EEXIST)
-            return fileIsThere(path);
-        return fileFailure(what, error);
-    }
-    temporary.keep();
-    if (syncParentDirectory(target) != 0) {
-        const int error = errno;
-        ::unlink(target.constData());
-        return fileFailure(what, error);
-    }
-    return {};
-}
-
 } // namespace
 
 Backup backupStore(const QString& path, const BackupFilter& filter, const BackupOptions& options)
@@ -342,13 +283,13 @@ Backup backupStore(const QString& path, const BackupFilter& filter, const Backup
     }
 
     const QString what = QStringLiteral("cannot write the backup '%1'").arg(path);
-    TemporaryFile temporary(path);
-    if (temporary.fd() < 0) {
-        backup.status = fileFailure(what, errno);
+    // Readable by its owner alone: it holds every message and contact of the phone.
+    ExportFile archive(path, what, true);
+    backup.status = archive.open();
+    if (!backup.status.ok())
         return backup;
-    }
     const QDateTime now = QDateTime::currentDateTime();
-    BackupWriter writer(temporary.fd(), now);
+    BackupWriter writer(archive.handle(), now);
     QJsonArray rows;
     qsizetype done = 0;
     for (const MessageRow& row : listed.rows) {
@@ -395,9 +336,9 @@ Backup backupStore(const QString& path, const BackupFilter& filter, const Backup
     }
     struct stat written {
     };
-    if (::fstat(temporary.fd(), &written) == 0)
+    if (::fstat(archive.handle(), &written) == 0)
         backup.archiveBytes = qint64(written.st_size);
-    backup.status = putInPlace(temporary, path, options.replace);
+    backup.status = archive.commit(options.replace);
     return backup;
 }
 
