@@ -89,24 +89,18 @@ public:
 
     BackupContents run()
     {
-        if (!reader_.isOpen()) {
+        if (!reader_.isOpen())
             contents_.status = cannotRead();
-            return std::move(contents_);
-        }
-        if (readMembers() && checkManifest() && readJson() && checkRows())
-            contents_.status = {};
+        else if (readMembers() && checkManifest() && readJson())
+            checkRows();
         return std::move(contents_);
     }
 
 private:
-    Status refuse(const QString& what) const
-    {
-        return Status::failure(ErrorCode::Invalid,
-                               QStringLiteral("the backup '%1' is damaged: %2").arg(path_, what));
-    }
     bool refused(const QString& what)
     {
-        contents_.status = refuse(what);
+        contents_.status = Status::failure(
+            ErrorCode::Invalid, QStringLiteral("the backup '%1' is damaged: %2").arg(path_, what));
         return false;
     }
     bool refusedMember(const QString& name, const QString& what)
