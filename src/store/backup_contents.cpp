@@ -160,7 +160,7 @@ private:
             return readMailFile(entry, id);
         QByteArray data;
         MemberSum sum;
-        if (!readData(entry, &data, -1, &sum))
+        if (!readData(entry, &data, {-1, QString()}, &sum))
             return false;
         if (name == kManifest)
             manifestRead_ = true;
@@ -176,7 +176,7 @@ private:
         mailFile.id = id;
         MemberSum sum;
         if (staging_.isEmpty()) {
-            if (!readData(entry, nullptr, -1, &sum))
+            if (!readData(entry, nullptr, {-1, QString()}, &sum))
                 return false;
         } else {
             // Named by the id alone: a name from the archive never reaches the file system.
@@ -189,7 +189,7 @@ private:
                 return false;
             }
             mailFile.stagedPath = staged;
-            if (!readData(entry, nullptr, file.fd, &sum))
+            if (!readData(entry, nullptr, {file.fd, what}, &sum))
                 return false;
             if (::close(std::exchange(file.fd, -1)) != 0) {
                 contents_.status = fileFailure(what, errno);
@@ -209,8 +209,15 @@ private:
         order_.append(name);
     }
 
-    // Reads the entry's data, hashing it, into `data` when given and to `fd` when not -1.
-    bool readData(const ArchiveReader::Entry& entry, QByteArray* data, int fd, MemberSum* sum)
+    // Where a mail file is staged: its descriptor (-1: nowhere) and the words of a failure.
+    struct Staging {
+        int fd;
+        QString what;
+    };
+
+    // Reads the entry's data, hashing it, into `data` when given and to `staging`'s descriptor.
+    bool readData(const ArchiveReader::Entry& entry, QByteArray* data, const Staging& staging,
+                  MemberSum* sum)
     {
         QCryptographicHash hash(QCryptographicHash::Sha256);
         QByteArray block(kBlockSize, Qt::Uninitialized);
@@ -230,10 +237,8 @@ private:
             if (data)
                 data->append(block.constData(), n);
             iovec part{block.data(), size_t(n)};
-            if (fd >= 0 && writeAll(fd, &part, 1) != 0) {
-                contents_.status = fileFailure(
-                    QStringLiteral("cannot write the mail file of member '%1'").arg(entry.name),
-                    errno);
+            if (staging.fd >= 0 && writeAll(staging.fd, &part, 1) != 0) {
+                contents_.status = fileFailure(staging.what, errno);
                 return false;
             }
         }
@@ -249,8 +254,7 @@ private:
             refusedMember(name, QStringLiteral("is missing"));
             return std::nullopt;
         }
-        QJsonParseError error;
-        const QJsonDocument document = QJsonDocument::fromJson(json_.value(name), &error);
+        const QJsonDocument document = QJsonDocument::fromJson(json_.value(name));
         if (!document.isObject()) {
             refusedMember(name, QStringLiteral("is not a JSON object"));
             return std::nullopt;

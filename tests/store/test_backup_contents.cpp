@@ -9,6 +9,7 @@
 
 #include "support/archive_reader.h"
 #include "support/archive_writer.h"
+#include "support/child_process.h"
 #include "support/mailfile_helpers.h"
 #include "support/message_store.h"
 #include "support/model_helpers.h"
@@ -26,6 +27,7 @@
 #include <QJsonObject>
 
 #include <cerrno>
+#include <chrono>
 #include <cstring>
 #include <functional>
 #include <sys/stat.h>
@@ -194,6 +196,33 @@ TEST_F(BackupContentsTest, ReadingWithoutAStagingDirectoryHashesAndWritesNothing
     EXPECT_TRUE(contents.mailFiles.at(1).stagedPath.isEmpty());
     EXPECT_EQ(tavmms_test::namesIn(dir.path()), before);
     EXPECT_TRUE(tavmms_test::namesIn(staging()).isEmpty());
+}
+
+// On a small file system of its own, filled up: the staging of the first mail file fails.
+tavmms_test::ChildVerdict stageOnAFullDisk(const QString& backup, const QString& directory,
+                                           unsigned int firstId)
+{
+    if (const std::string why = tavmms_test::fillASmallDisk(directory); !why.empty())
+        return tavmms_test::ChildVerdict::skip(why);
+    const BackupContents contents = readBackup(backup, directory);
+    const QString expected =
+        QStringLiteral("cannot write the mail file '%1/%2.mms': no space left on device")
+            .arg(directory)
+            .arg(firstId);
+    if (contents.status.code != ErrorCode::NoSpace || contents.status.text != expected)
+        return tavmms_test::ChildVerdict::fail("staging on a full disk gave " +
+                                               contents.status.text.toStdString());
+    return tavmms_test::ChildVerdict::pass();
+}
+
+TEST_F(BackupContentsTest, StagingOnAFullDiskFailsAsNoSpace)
+{
+    makeBackup();
+    const QString directory = dir.filePath(QStringLiteral("full"));
+    tavmms_test::ChildProcess child([&](tavmms_test::ChildProcess&) {
+        return stageOnAFullDisk(backupPath(), directory, first);
+    });
+    EXPECT_CHILD_PASSES(child, std::chrono::seconds(60));
 }
 
 TEST_F(BackupContentsTest, AnUncompressedTarIsReadToo)
