@@ -46,13 +46,13 @@
 #include "message_store_check.h"
 #include "sqlite_database.h"
 
-#include "support/scoped_environment.h"
-
 #include "bench_directory.h"
+#include "composed_message.h"
 #include "message_body.h"
 #include "paired_timing.h"
 #include "raw_file.h"
 #include "raw_index_table.h"
+#include "store_of_its_own.h"
 
 #include <benchmark/benchmark.h>
 #include <sqlite3.h>
@@ -98,40 +98,6 @@ QString downloadDirectory()
     qputenv("TAV_LOCAL_DOWNLOAD_PATH", QFile::encodeName(downloadDirectory()));
     return true;
 }();
-
-// A message as a composer hands it over: from the phone's owner (left empty), to two numbers the
-// address book is asked to name and one named e-mail address; or, `named`, with every entry named
-// already, as a composer that picked them from the address book hands them over, so that only the
-// keeping of the message is timed.
-NewMessage composedMessage(const QByteArray& body, bool named)
-{
-    NewMessage message;
-    MMS_UTIL_Entry number;
-    number.type = MMS_UTIL_ADDR_PLMN;
-    if (named) {
-        message.from = number;
-        message.from.name = QStringLiteral("Me");
-        message.from.address = QStringLiteral("+15550100");
-        number.name = QStringLiteral("Ann");
-    }
-    number.address = QStringLiteral("+15550101");
-    message.to.append(number);
-    if (named)
-        number.name = QStringLiteral("Bob");
-    number.address = QStringLiteral("+15550102");
-    message.to.append(number);
-    MMS_UTIL_Entry carla;
-    carla.name = QStringLiteral("Carla");
-    carla.type = MMS_UTIL_ADDR_EMAIL;
-    carla.address = QStringLiteral("carla@example.org");
-    message.to.append(carla);
-    message.subject = QStringLiteral("Photos from the weekend");
-    message.contentType = MMS_CONTENT_TYPE_T{QStringLiteral("application"),
-                                             QStringLiteral("vnd.wap.multipart.related"),
-                                             QStringLiteral("type=application/smil")};
-    message.body = body;
-    return message;
-}
 
 QByteArray fileBytes(const QString& path)
 {
@@ -337,13 +303,7 @@ class FilledStore
 {
 public:
     explicit FilledStore(unsigned rows)
-        : root_(benchDirectory() + QStringLiteral("/store-%1").arg(rows)),
-          platform_("TAV_PLATFORM_DIR", QFile::encodeName(root_ + QStringLiteral("/platform"))),
-          download_("TAV_LOCAL_DOWNLOAD_PATH",
-                    QFile::encodeName(root_ + QStringLiteral("/download"))),
-          database_((QDir().mkpath(root_ + QStringLiteral("/platform")),
-                     root_ + QStringLiteral("/platform/device.db"))),
-          installed_(&database_)
+        : store_(benchDirectory() + QStringLiteral("/store-%1").arg(rows))
     {
         ok_ = MessageStore().list().rows.size() == rows || fill(rows);
     }
@@ -364,7 +324,7 @@ private:
         header.sendDate = QDateTime::fromSecsSinceEpoch(1767268700);
         header.messageId = QStringLiteral("20260101120000@mms.example.org");
         header.messageSize = 100;
-        const QString sample = root_ + QStringLiteral("/sample.mms");
+        const QString sample = store_.root() + QStringLiteral("/sample.mms");
         QFile::remove(sample);
         if (!QDir().mkpath(MMS_UTIL_Common::getMailFileDir()) ||
             !tavmms::store::saveNewMailFile(sample, header, QByteArray(100, 'b')).ok())
@@ -385,10 +345,7 @@ private:
         return filled && txn.commit() == DB_OK;
     }
 
-    QString root_;
-    tavmms_test::ScopedEnvironment platform_, download_;
-    tavplatform::SqliteDatabase database_;
-    tavplatform::ScopedDatabaseService installed_;
+    StoreOfItsOwn store_;
     bool ok_ = false;
 };
 

@@ -1,5 +1,7 @@
 #include "message_body.h"
 
+#include <QRandomGenerator>
+
 QByteArray makeBody(qsizetype size)
 {
     QByteArray body(size, Qt::Uninitialized);
@@ -8,5 +10,14 @@ QByteArray makeBody(qsizetype size)
         state = state * 1103515245u + 12345u;
         byte = char(state >> 24);
     }
+    return body;
+}
+
+QByteArray makeRandomBody(qsizetype size, quint32 seed)
+{
+    QByteArray body(size, Qt::Uninitialized);
+    QRandomGenerator generator(seed);
+    for (char& byte : body)
+        byte = char(generator.generate());
     return body;
 }

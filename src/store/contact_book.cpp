@@ -55,6 +55,17 @@ std::optional<ContactImport> importVCards(const QList<VCardFile>& files, QString
     return import;
 }
 
+bool replaceContacts(const QList<Contact>& contacts, QString* error)
+{
+    if (!bookIsPlaced(error))
+        return false;
+    if (!addressBookService().replaceContacts(contacts)) {
+        *error = cannot("write");
+        return false;
+    }
+    return true;
+}
+
 std::optional<QList<Contact>> listContacts(QString* error)
 {
     if (!bookIsPlaced(error))

@@ -2,8 +2,9 @@
 #define TAVMMS_STORE_CONTACT_BOOK_H
 
 // The phone's address book as the messaging applications keep it: contacts imported from vCard
-// files, listed, looked up as a viewer names a sender, and removed; the owner and the region in
-// which national numbers are read. Each call works on the platform's address book service.
+// files, replaced all at once, listed, looked up as a viewer names a sender, and removed; the
+// owner and the region in which national numbers are read. Each call works on the platform's
+// address book service.
 
 #include "address_book_contact.h"
 #include "mms_util_entry.h"
@@ -47,6 +48,10 @@ struct ContactImport {
 // set, when the book cannot be written.
 TAVMMS_EXPORT std::optional<ContactImport> importVCards(const QList<VCardFile>& files,
                                                         QString* error);
+
+// Makes the book hold exactly `contacts`, in their order, all or none, as a restore of the phone's
+// backup needs. False, with `error` set and the book unchanged, when it cannot be written.
+TAVMMS_EXPORT bool replaceContacts(const QList<Contact>& contacts, QString* error);
 
 // Every contact, in the order they were first added; nothing, with `error` set, when the book
 // cannot be read.

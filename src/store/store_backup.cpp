@@ -5,6 +5,7 @@
 #include "file_status.h"
 #include "index_row_fields.h"
 #include "message_store.h"
+#include "sha256.h"
 #include "store_archive_writer.h"
 #include "store_lock.h"
 
@@ -14,7 +15,6 @@
 #include "settings_service.h"
 #include "settings_store.h"
 
-#include <QCryptographicHash>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -165,12 +165,9 @@ public:
     {
         if (!archive_.add(name, data, time_))
             return false;
-        members_.insert(
-            name,
-            QJsonObject{{QStringLiteral("size"), qint64(data.size())},
-                        {QStringLiteral("sha256"),
-                         QString::fromLatin1(
-                             QCryptographicHash::hash(data, QCryptographicHash::Sha256).toHex())}});
+        members_.insert(name, QJsonObject{{QStringLiteral("size"), qint64(data.size())},
+                                          {QStringLiteral("sha256"),
+                                           QString::fromLatin1(sha256(data).toHex())}});
         return true;
     }
 

@@ -91,6 +91,18 @@ TEST_F(ContactBookTest, AnImportTheBookRefusesNamesTheBook)
     EXPECT_EQ(error, QStringLiteral("cannot write the address book '%1'").arg(bookPath()));
 }
 
+TEST_F(ContactBookTest, ReplacementHandsTheContactsToTheBookAndNamesTheBookItCannotWrite)
+{
+    const QList<store::Contact> contacts{{{}, QStringLiteral("Ann"), {}, {}, {}},
+                                         {{}, QStringLiteral("Bob"), {}, {}, {}}};
+    InSequence order;
+    EXPECT_CALL(book, replaceContacts(contacts)).WillOnce(Return(true));
+    EXPECT_CALL(book, replaceContacts(QList<store::Contact>{})).WillOnce(Return(false));
+    EXPECT_TRUE(store::replaceContacts(contacts, &error)) << error.toStdString();
+    EXPECT_FALSE(store::replaceContacts({}, &error));
+    EXPECT_EQ(error, QStringLiteral("cannot write the address book '%1'").arg(bookPath()));
+}
+
 TEST_F(ContactBookTest, AListingTheBookCannotReadGivesItsReason)
 {
     InSequence order;
@@ -165,6 +177,7 @@ TEST(ContactBookWithoutPlatformDirectory, AsksNothingOfTheBook)
     EXPECT_EQ(error, QStringLiteral("there is no platform directory for the address book"));
     EXPECT_FALSE(store::importVCards({{QStringLiteral("a.vcf"), kAnn}}, &error));
     EXPECT_FALSE(store::removeContacts({entry(MMS_UTIL_ADDR_PLMN, "1")}, &error));
+    EXPECT_FALSE(store::replaceContacts({}, &error));
     EXPECT_FALSE(store::lookupContact(entry(MMS_UTIL_ADDR_PLMN, "1"), &error));
 }
 

@@ -24,6 +24,7 @@ public:
     MOCK_METHOD(bool, getOwnerNumber, (QString & name, QString& number), (override));
     MOCK_METHOD(std::optional<ImportCounts>, importContacts,
                 (const QList<tavplatform::Contact>& contacts), (override));
+    MOCK_METHOD(bool, replaceContacts, (const QList<tavplatform::Contact>& contacts), (override));
     MOCK_METHOD(std::optional<QList<tavplatform::Contact>>, contacts, (), (override));
     MOCK_METHOD(QString, readError, (), (const, override));
     MOCK_METHOD(std::optional<Removal>, removeContacts, (const QList<Address>& addresses),

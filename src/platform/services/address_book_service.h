@@ -40,6 +40,11 @@ public:
     // Nothing, and the book unchanged, when it cannot be written.
     virtual std::optional<ImportCounts> importContacts(const QList<Contact>& contacts) = 0;
 
+    // Makes the book hold exactly `contacts`, in their order, all or none: every contact it held
+    // is removed and `contacts` added in one transaction. False, and the book unchanged, when it
+    // cannot be written.
+    virtual bool replaceContacts(const QList<Contact>& contacts) = 0;
+
     // Every contact, in the order they were first added; nothing when the book cannot be read.
     virtual std::optional<QList<Contact>> contacts() = 0;
 

@@ -53,6 +53,8 @@ const char kSelectContact[] = "SELECT id, uid, name, organization FROM contacts 
 const char kSelectContactAddresses[] =
     "SELECT contact, kind, value, label FROM addresses WHERE contact = ? ORDER BY kind, position";
 const char kDeleteContact[] = "DELETE FROM contacts WHERE id = ?";
+const char kDeleteEveryAddress[] = "DELETE FROM addresses";
+const char kDeleteEveryContact[] = "DELETE FROM contacts";
 
 // The region the numbers' keys were made for, in book_state.
 const QString kKeyRegion = QStringLiteral("number_region");
@@ -253,6 +255,41 @@ struct SqliteAddressBook::Impl {
         return status;
     }
 
+    // Removes every contact, inside the caller's write transaction.
+    Status removeAll()
+    {
+        const Status status = change(kDeleteEveryAddress, {});
+        return status == Status::Ok ? change(kDeleteEveryContact, {}) : status;
+    }
+
+    // What becomes of the contacts the book holds when others are stored.
+    enum class Held { Kept, Removed };
+
+    // Stores `contacts` in one write transaction, as an import does, after removing the contacts
+    // the book held when `held` says so. Nothing when the book cannot be written.
+    std::optional<ImportCounts> storeAll(const QList<Contact>& contacts, Held held)
+    {
+        const QString region = addressBookRegion();
+        Status status = openConnection();
+        if (status != Status::Ok)
+            return std::nullopt;
+        sql::ScopedTransaction transaction(*connection, sql::ScopedTransaction::Write);
+        ImportCounts counts;
+        status = transaction.begin();
+        if (status == Status::Ok && held == Held::Removed)
+            status = removeAll();
+        if (status == Status::Ok)
+            status = rekeyNumbers(region);
+        for (const Contact& contact : contacts) {
+            if (status != Status::Ok)
+                break;
+            status = store(contact, region, &counts);
+        }
+        if (status != Status::Ok || transaction.commit() != Status::Ok)
+            return std::nullopt;
+        return counts;
+    }
+
     // Adds the ids of the contacts holding `key` as a `type` to `ids`; tells whether there were
     // any.
     Status collectHolders(ADDRBK_SEARCH_TYPE_T type, const QString& key, std::set<qint64>* ids,
@@ -353,23 +390,12 @@ bool SqliteAddressBook::getOwnerNumber(QString& name, QString& number)
 std::optional<SqliteAddressBook::ImportCounts>
 SqliteAddressBook::importContacts(const QList<Contact>& contacts)
 {
-    const QString region = addressBookRegion();
-    Status status = d->openConnection();
-    if (status != Status::Ok)
-        return std::nullopt;
-    sql::ScopedTransaction transaction(*d->connection, sql::ScopedTransaction::Write);
-    ImportCounts counts;
-    status = transaction.begin();
-    if (status == Status::Ok)
-        status = d->rekeyNumbers(region);
-    for (const Contact& contact : contacts) {
-        if (status != Status::Ok)
-            break;
-        status = d->store(contact, region, &counts);
-    }
-    if (status != Status::Ok || transaction.commit() != Status::Ok)
-        return std::nullopt;
-    return counts;
+    return d->storeAll(contacts, Impl::Held::Kept);
+}
+
+bool SqliteAddressBook::replaceContacts(const QList<Contact>& contacts)
+{
+    return d->storeAll(contacts, Impl::Held::Removed).has_value();
 }
 
 std::optional<QList<Contact>> SqliteAddressBook::contacts()

@@ -36,6 +36,7 @@ public:
     bool getOwnerNumber(QString& name, QString& number) override;
 
     std::optional<ImportCounts> importContacts(const QList<Contact>& contacts) override;
+    bool replaceContacts(const QList<Contact>& contacts) override;
     std::optional<QList<Contact>> contacts() override;
     QString readError() const override;
     std::optional<Removal> removeContacts(const QList<Address>& addresses) override;

@@ -1,6 +1,7 @@
 // The address book on SQLite: searches by number in any form and by address in any letter case,
 // the record a hit fills, imports that replace what they import again, the region's keys, the
-// owner, removals by number or address, and a book that cannot be opened.
+// owner, removals by number or address, replacing the whole book, and a book that cannot be
+// opened.
 
 #include "address_book_settings.h"
 #include "sqlconnection.h"
@@ -42,6 +43,24 @@ Contact bob()
             QStringLiteral("Bob"),
             QString(),
             {{QStringLiteral("+1 555 0102"), QStringLiteral("Other")}},
+            {}};
+}
+
+Contact cara()
+{
+    return {QStringLiteral("cara-7"),
+            QStringLiteral("Cara"),
+            QString(),
+            {{QStringLiteral("0151 7654321"), QStringLiteral("Mobile")}},
+            {{QStringLiteral("cara@example.net"), QString()}}};
+}
+
+Contact dan()
+{
+    return {QString(),
+            QStringLiteral("Dan"),
+            QStringLiteral("Depot"),
+            {{QStringLiteral("+44 20 7946 0018"), QStringLiteral("Work")}},
             {}};
 }
 
@@ -318,6 +337,52 @@ TEST_F(SqliteAddressBookTest, ImportOfAnotherBookObjectIsFoundAtOnce)
     EXPECT_EQ(findNumber(QStringLiteral("+491712345678")), QStringLiteral("Ann Lee"));
 }
 
+TEST_F(SqliteAddressBookTest, ReplacementHoldsExactlyTheNewContactsInTheirOrder)
+{
+    import({ann(), bob()}, 2, 0);
+    // Ann was held first; a replacement puts her where the new list has her.
+    ASSERT_TRUE(book().replaceContacts({dan(), cara(), ann()}));
+    EXPECT_EQ(book().contacts(), (QList<Contact>{dan(), cara(), ann()}));
+}
+
+TEST_F(SqliteAddressBookTest, ReplacementWithNoContactsEmptiesTheBook)
+{
+    import({ann(), bob()}, 2, 0);
+    ASSERT_TRUE(book().replaceContacts({}));
+    EXPECT_EQ(book().contacts(), QList<Contact>{});
+    EXPECT_EQ(findNumber(QStringLiteral("+15550102")), notFound);
+}
+
+TEST_F(SqliteAddressBookTest, SearchAfterReplacementFindsTheNewNumbersAndNotTheOld)
+{
+    import({ann(), bob()}, 2, 0);
+    ASSERT_TRUE(book().replaceContacts({cara(), dan()}));
+    EXPECT_EQ(findNumber(QStringLiteral("+491712345678")), notFound);
+    EXPECT_EQ(findNumber(QStringLiteral("+15550102")), notFound);
+    EXPECT_EQ(find(ADDRBK_SEARCH_BY_EMAIL, QStringLiteral("ann.lee@example.org")), notFound);
+    EXPECT_EQ(findNumber(QStringLiteral("+491517654321")), QStringLiteral("Cara"));
+    EXPECT_EQ(findNumber(QStringLiteral("+442079460018")), QStringLiteral("Dan"));
+    EXPECT_EQ(find(ADDRBK_SEARCH_BY_EMAIL, QStringLiteral("Cara@Example.net")),
+              QStringLiteral("Cara"));
+}
+
+TEST_F(SqliteAddressBookTest, ReplacementThatFailsPartWayLeavesTheBookUnchanged)
+{
+    import({ann(), bob()}, 2, 0);
+    tavplatform::sql::Status status;
+    const std::unique_ptr<tavplatform::sql::Connection> raw =
+        tavplatform::sql::Connection::open(temp.path(), &status);
+    ASSERT_TRUE(raw);
+    ASSERT_EQ(raw->exec("CREATE TRIGGER refuse_dan BEFORE INSERT ON contacts WHEN new.name = 'Dan' "
+                        "BEGIN SELECT RAISE(ABORT, 'no Dan'); END"),
+              tavplatform::sql::Status::Ok);
+    // The old contacts are gone and Cara stored by the time Dan is refused.
+    EXPECT_FALSE(book().replaceContacts({cara(), dan()}));
+    EXPECT_EQ(book().contacts(), (QList<Contact>{ann(), bob()}));
+    EXPECT_EQ(findNumber(QStringLiteral("+491712345678")), QStringLiteral("Ann Lee"));
+    EXPECT_EQ(findNumber(QStringLiteral("+491517654321")), notFound);
+}
+
 TEST_F(SqliteAddressBookTest, RemovalTakesOnlyTheContactHoldingTheNumber)
 {
     import({ann(), bob()}, 2, 0);
@@ -455,6 +520,7 @@ TEST_F(SqliteAddressBookTest, BookThatCannotBeOpenedIsUnavailable)
             ADDRBK_SEARCH_UNAVAILABLE);
         expectMarked(record);
         EXPECT_FALSE(book.importContacts({ann()}).has_value());
+        EXPECT_FALSE(book.replaceContacts({ann()}));
         EXPECT_FALSE(book.contacts().has_value());
         EXPECT_FALSE(book.removeContacts({number("+15550102")}).has_value());
     }
