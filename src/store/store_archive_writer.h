@@ -2,7 +2,7 @@
 #define TAVMMS_STORE_STORE_ARCHIVE_WRITER_H
 
 // A tar archive (pax) compressed with zstd, written member by member to a file descriptor: what a
-// backup of the store is made of. The only place that sees libarchive.
+// backup of the store is made of. With ArchiveReader, the only place that sees libarchive.
 
 #include <QByteArray>
 #include <QDateTime>

@@ -12,10 +12,7 @@
 #include "support/child_process.h"
 #include "support/index_table_helpers.h"
 #include "support/message_store.h"
-#include "support/model_helpers.h"
-#include "support/scoped_environment.h"
-#include "support/temp_address_book.h"
-#include "support/temp_database.h"
+#include "support/store_backup_fixture.h"
 #include "support/tool_process.h"
 
 #include <gtest/gtest.h>
@@ -26,7 +23,6 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QTemporaryDir>
 #include <QTimeZone>
 
 #include <cerrno>
@@ -42,6 +38,7 @@ using tavmms_test::ChildVerdict;
 using tavmms_test::memberData;
 using tavmms_test::memberJson;
 using tavmms_test::memberNames;
+using tavmms_test::messageWithAttachments;
 using tavmms_test::readArchive;
 using Member = tavmms_test::ArchiveMember;
 
@@ -63,58 +60,8 @@ QByteArray fileBytes(const QString& path)
     return file.readAll();
 }
 
-// A message with a text and two attachments, dated `date` (invalid: now).
-NewMessage messageWithAttachments(const QString& subject, const QDateTime& date = {})
+class StoreBackupTest : public tavmms_test::StoreBackupFixture
 {
-    const tavmms::pdu::EncodedBody body = tavmms::pdu::composeBody(
-        QStringLiteral("See the pictures"),
-        {{"image/png", QStringLiteral("a.png"), QByteArray("\x89PNG\r\n\x1a\n\x00\x01", 10)},
-         {"text/x-vcard", QStringLiteral("ann.vcf"), "BEGIN:VCARD\r\nEND:VCARD\r\n"}},
-        tavmms::pdu::BodyKind::Mixed);
-    NewMessage message;
-    message.from =
-        tavmms_test::makeEntry(QString(), MMS_UTIL_ADDR_PLMN, QStringLiteral("+4915550199"));
-    message.to = {tavmms_test::makeEntry(QStringLiteral("Bob"), MMS_UTIL_ADDR_PLMN,
-                                         QStringLiteral("+4915550101"))};
-    message.subject = subject;
-    message.body = body.bytes;
-    message.date = date;
-    return message;
-}
-
-class StoreBackupTest : public ::testing::Test
-{
-protected:
-    void SetUp() override
-    {
-        ASSERT_TRUE(dir.isValid());
-        ASSERT_TRUE(QDir(dir.path()).mkpath(QStringLiteral("platform")));
-        ASSERT_TRUE(book.isValid());
-    }
-
-    QString mailFile(unsigned int id) const
-    {
-        return dir.filePath(QStringLiteral("download/mms/mailfile/%1.mms").arg(id));
-    }
-    QString backupPath() const { return dir.filePath(QStringLiteral("backup.tar.zst")); }
-
-    unsigned int receive(const NewMessage& message)
-    {
-        const Added added = MessageStore().receive(message);
-        EXPECT_TRUE(added.status.ok()) << added.status.text.toStdString();
-        return added.id;
-    }
-
-    QTemporaryDir dir;
-    tavmms_test::ScopedEnvironment platform{"TAV_PLATFORM_DIR",
-                                            dir.filePath(QStringLiteral("platform")).toUtf8()};
-    tavmms_test::ScopedEnvironment download{"TAV_LOCAL_DOWNLOAD_PATH",
-                                            dir.filePath(QStringLiteral("download")).toUtf8()};
-    tavmms_test::ScopedIndexTableState indexState;
-    // Where mmsutil, run on the same directory, finds the index too.
-    const QString databasePath = dir.filePath(QStringLiteral("platform/device.db"));
-    tavmms_test::InstalledDatabase database{databasePath};
-    tavmms_test::TempAddressBook book;
 };
 
 TEST_F(StoreBackupTest, HoldsEveryMailFileRowSettingAndContactWithAManifestThatMatchesThem)

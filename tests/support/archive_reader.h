@@ -7,6 +7,8 @@
 #include <QString>
 #include <QStringList>
 
+#include <utility>
+
 namespace tavmms_test
 {
 
@@ -14,8 +16,16 @@ namespace tavmms_test
 
 // One member of an archive.
 struct ArchiveMember {
+    enum Kind { File, Directory, SymbolicLink, HardLink };
+    ArchiveMember(QString name, QByteArray data, Kind kind = File, QString target = QString())
+        : name(std::move(name)), data(std::move(data)), kind(kind), target(std::move(target))
+    {
+    }
+
     QString name;
     QByteArray data;
+    Kind kind = File;
+    QString target; // what a link points at
 };
 
 // Every member of the zstd-compressed archive at `path`, in the order it holds them; a failure to

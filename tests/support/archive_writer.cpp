@@ -1,0 +1,87 @@
+#include "support/archive_writer.h"
+
+#include <archive.h>
+#include <archive_entry.h>
+
+#include <gtest/gtest.h>
+
+#include <QFile>
+
+#include <memory>
+#include <sys/stat.h>
+
+namespace tavmms_test
+{
+
+namespace
+{
+
+using Writer = std::unique_ptr<archive, int (*)(archive*)>;
+using Entry = std::unique_ptr<archive_entry, void (*)(archive_entry*)>;
+
+Entry entryOf(const ArchiveMember& member, qint64 size)
+{
+    Entry entry(archive_entry_new(), archive_entry_free);
+    archive_entry_set_pathname_utf8(entry.get(), member.name.toUtf8().constData());
+    archive_entry_set_perm(entry.get(), S_IRUSR | S_IWUSR);
+    switch (member.kind) {
+    case ArchiveMember::File:
+        archive_entry_set_filetype(entry.get(), AE_IFREG);
+        archive_entry_set_size(entry.get(), size);
+        break;
+    case ArchiveMember::Directory:
+        archive_entry_set_filetype(entry.get(), AE_IFDIR);
+        break;
+    case ArchiveMember::SymbolicLink:
+        archive_entry_set_filetype(entry.get(), AE_IFLNK);
+        archive_entry_set_symlink_utf8(entry.get(), member.target.toUtf8().constData());
+        break;
+    case ArchiveMember::HardLink:
+        archive_entry_set_filetype(entry.get(), AE_IFREG);
+        archive_entry_set_hardlink_utf8(entry.get(), member.target.toUtf8().constData());
+        break;
+    }
+    return entry;
+}
+
+bool writeData(archive* a, const QByteArray& data)
+{
+    return data.isEmpty() ||
+           archive_write_data(a, data.constData(), size_t(data.size())) == la_ssize_t(data.size());
+}
+
+} // namespace
+
+void writeArchive(const QString& path, const QList<ArchiveMember>& members, Compression compression)
+{
+    const Writer writer(archive_write_new(), archive_write_free);
+    archive* a = writer.get();
+    ASSERT_EQ(archive_write_set_format_pax_restricted(a), ARCHIVE_OK);
+    if (compression == Compression::Zstd) {
+        ASSERT_EQ(archive_write_add_filter_zstd(a), ARCHIVE_OK);
+    }
+    ASSERT_EQ(archive_write_open_filename(a, QFile::encodeName(path).constData()), ARCHIVE_OK)
+        << archive_error_string(a);
+    for (const ArchiveMember& member : members) {
+        const Entry entry = entryOf(member, member.data.size());
+        ASSERT_EQ(archive_write_header(a, entry.get()), ARCHIVE_OK) << archive_error_string(a);
+        ASSERT_TRUE(writeData(a, member.data)) << archive_error_string(a);
+    }
+    ASSERT_EQ(archive_write_close(a), ARCHIVE_OK) << archive_error_string(a);
+}
+
+void writeArchiveHead(const QString& path, const QString& name, qint64 size)
+{
+    const Writer writer(archive_write_new(), archive_write_free);
+    archive* a = writer.get();
+    ASSERT_EQ(archive_write_set_format_pax_restricted(a), ARCHIVE_OK);
+    ASSERT_EQ(archive_write_open_filename(a, QFile::encodeName(path).constData()), ARCHIVE_OK)
+        << archive_error_string(a);
+    const Entry entry = entryOf({name, {}}, size);
+    ASSERT_EQ(archive_write_header(a, entry.get()), ARCHIVE_OK) << archive_error_string(a);
+    ASSERT_TRUE(writeData(a, QByteArray(64 * 1024, 'x'))) << archive_error_string(a);
+    // Freed without a close, which would write the member's missing bytes and the archive's end.
+    archive_write_fail(a);
+}
+
+} // namespace tavmms_test
