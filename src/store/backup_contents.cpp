@@ -4,10 +4,10 @@
 #include "file_status.h"
 #include "mail_file_io.h"
 #include "message_store.h"
+#include "sha256.h"
 #include "store_archive_reader.h"
 #include "store_backup.h"
 
-#include <QCryptographicHash>
 #include <QDateTime>
 #include <QDir>
 #include <QFile>
@@ -219,7 +219,7 @@ private:
     bool readData(const ArchiveReader::Entry& entry, QByteArray* data, const Staging& staging,
                   MemberSum* sum)
     {
-        QCryptographicHash hash(QCryptographicHash::Sha256);
+        Sha256 hash;
         QByteArray block(kBlockSize, Qt::Uninitialized);
         qint64 total = 0;
         for (;;) {
