@@ -80,6 +80,12 @@ QString resultText(int code)
     return QStringLiteral("unknown database result %1").arg(code);
 }
 
+Status databaseFailure(const QString& what, int r)
+{
+    return Status::failure(r == DB_ERR_DISK_FULL ? ErrorCode::NoSpace : ErrorCode::Failed,
+                           what + QStringLiteral(": ") + resultText(r));
+}
+
 QString databasePath()
 {
     return tavplatform::deviceDatabasePath();
@@ -106,6 +112,14 @@ bool IndexTable::isOpen() const
 bool IndexTable::isMissing() const
 {
     return missing_;
+}
+
+Status IndexTable::openStatus() const
+{
+    if (isOpen())
+        return {};
+    return Status::failure(result_ == DB_ERR_DISK_FULL ? ErrorCode::NoSpace : ErrorCode::Failed,
+                           openError());
 }
 
 QString IndexTable::openError() const

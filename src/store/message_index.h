@@ -5,6 +5,7 @@
 // walked in id order, the database's result codes in words.
 
 #include "device_db_api.h"
+#include "message_store_types.h"
 #include "mms_util_dbstruct.h"
 #include "mms_util_dbtable.h"
 #include "tavmms_global.h"
@@ -20,6 +21,9 @@ namespace tavmms::store
 // "database is busy (DB_ERR_BUSY)"; "unknown database result N" for a code it does not know;
 // "the message index '<file>' is damaged: ..." for DB_ERR_CORRUPT.
 TAVMMS_EXPORT QString resultText(int code);
+
+// "<what>: <resultText>", as NoSpace when the disk is full, else Failed.
+Status databaseFailure(const QString& what, int r);
 
 // The database file that holds the index; empty when there is no platform directory.
 TAVMMS_EXPORT QString databasePath();
@@ -41,6 +45,8 @@ public:
     bool isMissing() const;
     // Why the table could not be opened, naming the database file; empty when it is open.
     QString openError() const;
+    // Done when it is open, else openError() as NoSpace when the disk is full, else Failed.
+    Status openStatus() const;
     // The database's result of opening it.
     int result() const { return result_; }
 
