@@ -1,19 +1,15 @@
 #include "store_backup.h"
 
-#include "contact_book.h"
+#include "backup_records.h"
 #include "export_file.h"
 #include "file_status.h"
-#include "index_row_fields.h"
 #include "message_store.h"
 #include "sha256.h"
 #include "store_archive_writer.h"
 #include "store_lock.h"
 
-#include "address_book_settings.h"
 #include "mms_util_common.h"
 #include "platform_paths.h"
-#include "settings_service.h"
-#include "settings_store.h"
 
 #include <QDir>
 #include <QFile>
@@ -35,12 +31,6 @@ namespace tavmms::store
 
 namespace
 {
-
-// The platform's own groups that the messaging applications depend on: the address book's
-// settings (its owner and region) and the feature flags (the block list is used only while its
-// flag is set).
-const QString kAddressBookGroup = QStringLiteral("TAV_Address_Book");
-const QString kFeatureFlagGroup = QStringLiteral("TAV_Feature_Flags");
 
 // True when the directory `inner` is `outer` or inside it; both canonical, `outer` possibly empty.
 bool isWithin(const QString& inner, const QString& outer)
@@ -70,89 +60,6 @@ Status refuseInsideStore(const QString& path)
 QByteArray jsonBytes(const QJsonObject& object)
 {
     return QJsonDocument(object).toJson(QJsonDocument::Indented);
-}
-
-QJsonArray addressesToJson(const QList<ContactAddress>& addresses)
-{
-    QJsonArray array;
-    for (const ContactAddress& address : addresses)
-        array.append(QJsonObject{{QStringLiteral("value"), address.value},
-                                 {QStringLiteral("label"), address.label}});
-    return array;
-}
-
-// The row's fields by name; a text field whose text does not write back to the same bytes (no
-// valid UTF-8 or UTF-16 in it, or bytes after its terminator) has those bytes in "exact" too, so
-// that a restore can make the row again to the byte.
-QJsonObject rowToJson(const MessageRow& row, bool hasMailFile)
-{
-    QJsonObject fields;
-    QJsonObject exact;
-    const auto* bytes = reinterpret_cast<const char*>(&row.record);
-    for (const DB_BIND_T& field : rowFields()) {
-        const QString name = QLatin1String(field.name);
-        const QVariant value = rowFieldValue(row.record, field);
-        fields.insert(name, QJsonValue::fromVariant(value));
-        if (field.code != DB_BIND_UCS2_TEXT && field.code != DB_BIND_CHAR_TEXT)
-            continue;
-        MMS_UTIL_DBStruct_T rebuilt{};
-        QString error;
-        setRowField(&rebuilt, name, value.toString(), &error);
-        const auto* again = reinterpret_cast<const char*>(&rebuilt);
-        if (std::memcmp(bytes + field.offset, again + field.offset, field.size) != 0)
-            exact.insert(
-                name, QString::fromLatin1(QByteArray(bytes + field.offset, field.size).toBase64()));
-    }
-    QJsonObject object{{QStringLiteral("id"), qint64(row.id)},
-                       {QStringLiteral("mailFile"), hasMailFile},
-                       {QStringLiteral("fields"), fields}};
-    if (!exact.isEmpty())
-        object.insert(QStringLiteral("exact"), exact);
-    return object;
-}
-
-// What the settings store holds of the messaging applications, group by group; nothing with
-// `error` set when it cannot be read, since its defaults are no backup of what the user set.
-std::optional<QJsonObject> settingsToJson(QString* error)
-{
-    tavplatform::SettingsStoreService& store = tavplatform::settingsStoreService();
-    QStringList groups{settings::kGlobalGroup, settings::kProfileListGroup};
-    groups += store.entries(settings::kProfileListGroup).keys();
-    groups += {kAddressBookGroup, kFeatureFlagGroup};
-    QJsonObject all;
-    for (const QString& group : std::as_const(groups)) {
-        const QMap<QString, QString> entries = store.entries(group);
-        QJsonObject values;
-        for (auto it = entries.cbegin(); it != entries.cend(); ++it)
-            values.insert(it.key(), it.value());
-        all.insert(group, values);
-    }
-    *error = store.readError();
-    if (!error->isEmpty())
-        return std::nullopt;
-    return QJsonObject{{QStringLiteral("groups"), all}};
-}
-
-// The address book: every contact, in the order they were added, its owner and region.
-std::optional<QJsonObject> contactsToJson(qsizetype* count, QString* error)
-{
-    const std::optional<QList<Contact>> contacts = listContacts(error);
-    if (!contacts)
-        return std::nullopt;
-    QJsonArray array;
-    for (const Contact& contact : *contacts)
-        array.append(QJsonObject{{QStringLiteral("uid"), contact.uid},
-                                 {QStringLiteral("name"), contact.name},
-                                 {QStringLiteral("organization"), contact.organization},
-                                 {QStringLiteral("numbers"), addressesToJson(contact.numbers)},
-                                 {QStringLiteral("emails"), addressesToJson(contact.emails)}});
-    *count = contacts->size();
-    const tavplatform::AddressBookOwner owner = tavplatform::addressBookOwner();
-    return QJsonObject{
-        {QStringLiteral("owner"), QJsonObject{{QStringLiteral("name"), owner.name},
-                                              {QStringLiteral("number"), owner.number}}},
-        {QStringLiteral("region"), contactRegion()},
-        {QStringLiteral("contacts"), array}};
 }
 
 // Builds the archive's members in order, keeping each member's checksum for the manifest.

@@ -6,6 +6,8 @@
 
 #include "store_backup.h"
 
+#include "backup_records.h"
+
 #include <tavmmsutility.h>
 
 #include "support/archive_reader.h"
@@ -179,31 +181,6 @@ TEST_F(StoreBackupTest, HoldsEveryMailFileRowSettingAndContactWithAManifestThatM
     }
 }
 
-// The row `object` of index.json gives, made as a restore makes it: each field from its text, then
-// the exact bytes of those that have them.
-MMS_UTIL_DBStruct_T rowFromJson(const QJsonObject& object)
-{
-    MMS_UTIL_DBStruct_T record = tavmms_test::zeroRecord();
-    const QJsonObject fields = object.value(QStringLiteral("fields")).toObject();
-    const QJsonObject exact = object.value(QStringLiteral("exact")).toObject();
-    for (const DB_BIND_T& field : rowFields()) {
-        const QJsonValue value = fields.value(QLatin1String(field.name));
-        QString error;
-        EXPECT_TRUE(setRowField(
-            &record, QLatin1String(field.name),
-            value.isString() ? value.toString() : QString::number(value.toInteger()), &error))
-            << error.toStdString();
-        if (exact.contains(QLatin1String(field.name))) {
-            const QByteArray bytes = QByteArray::fromBase64(
-                exact.value(QLatin1String(field.name)).toString().toLatin1());
-            EXPECT_EQ(bytes.size(), qsizetype(field.size)) << field.name;
-            std::memcpy(reinterpret_cast<char*>(&record) + field.offset, bytes.constData(),
-                        qMin(size_t(bytes.size()), size_t(field.size)));
-        }
-    }
-    return record;
-}
-
 TEST_F(StoreBackupTest, EveryRowIsMadeAgainToTheByteFromTheIndexAlsoOneWithoutItsMailFile)
 {
     const unsigned int kept = receive(messageWithAttachments(QStringLiteral("Grüße")));
@@ -231,8 +208,12 @@ TEST_F(StoreBackupTest, EveryRowIsMadeAgainToTheByteFromTheIndexAlsoOneWithoutIt
         const unsigned int id = unsigned(row.value(QStringLiteral("id")).toInteger());
         EXPECT_EQ(row.value(QStringLiteral("mailFile")).toBool(), id == kept);
         EXPECT_EQ(row.contains(QStringLiteral("exact")), id == oddId);
-        EXPECT_TRUE(
-            tavmms_test::sameRecord(tavmms_test::readRow(databasePath, id), rowFromJson(row)));
+        // As a restore makes it: each field from its text, then the exact bytes of those that
+        // have them.
+        MMS_UTIL_DBStruct_T restored;
+        QString error;
+        ASSERT_TRUE(rowFromJson(row, &restored, &error)) << error.toStdString();
+        EXPECT_TRUE(tavmms_test::sameRecord(tavmms_test::readRow(databasePath, id), restored));
     }
 }
 
