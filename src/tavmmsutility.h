@@ -72,6 +72,7 @@
 #include "setup_set_manager.h"
 #include "setup_utility.h"
 #include "store_backup.h"
+#include "store_restore.h"
 #include "tavmms_global.h"
 #include "transfer_encoding.h"
 #include "user_input.h"

@@ -11,6 +11,7 @@
 #include "mail_file_reader.h"
 #include "message_index.h"
 #include "recovery.h"
+#include "restore_journal.h"
 #include "retrieved_message.h"
 #include "send_request.h"
 #include "space_reserve.h"
@@ -50,13 +51,6 @@ const char kMessageIdField[] = "mms_fld_msgid_name";
 Status failed(const QString& text)
 {
     return Status::failure(ErrorCode::Failed, text);
-}
-
-// A database failure: the disk being full is told apart.
-Status databaseFailure(const QString& what, int r)
-{
-    return Status::failure(r == DB_ERR_DISK_FULL ? ErrorCode::NoSpace : ErrorCode::Failed,
-                           what + QStringLiteral(": ") + resultText(r));
 }
 
 // TooLarge when `body` is over `limit`; else done.
@@ -338,11 +332,15 @@ struct TAVMMS_HIDDEN MessageStore::Impl {
             return;
         const QString directory = MMS_UTIL_Common::getMailFileDir();
         const QList<unsigned int> ids = interruptedIds(directory);
+        const bool restoreLeft = RestoreJournal::isThere();
         StoreLock lock;
-        recovered =
-            ids.isEmpty() || lock.acquire(StoreLock::defaultPath(), StoreLock::Exclusive, {}).ok();
-        if (lock.isHeld())
+        recovered = (ids.isEmpty() && !restoreLeft) ||
+                    lock.acquire(StoreLock::defaultPath(), StoreLock::Exclusive, {}).ok();
+        if (lock.isHeld()) {
             completeInterrupted(directory, ids);
+            if (restoreLeft)
+                recovered = completeInterruptedRestore().ok();
+        }
     }
 
     // Begins a call that changes or reads the store: what was interrupted is completed, the
@@ -363,13 +361,9 @@ struct TAVMMS_HIDDEN MessageStore::Impl {
             }
         }
         session->table.emplace();
-        if (!session->table->isOpen()) {
-            session->status =
-                Status::failure(session->table->result() == DB_ERR_DISK_FULL ? ErrorCode::NoSpace
-                                                                             : ErrorCode::Failed,
-                                session->table->openError());
+        session->status = session->table->openStatus();
+        if (!session->status.ok())
             return;
-        }
         recover();
         if (writes)
             keepReserve(reservePath());

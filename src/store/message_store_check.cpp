@@ -9,6 +9,7 @@
 #include "mail_file_names.h"
 #include "message_index.h"
 #include "quarantine.h"
+#include "restore_journal.h"
 #include "store_lock.h"
 
 #include "filesync.h"
@@ -467,6 +468,12 @@ CheckReport checkStore(const CheckOptions& asked)
     if (!table.isMissing() && !table.isOpen()) {
         report.status = Status::failure(ErrorCode::Failed, table.openError());
         return report;
+    }
+    // A restore cut short would show its placed mail files as files without rows.
+    if (options.repair && table.isOpen() && RestoreJournal::isThere()) {
+        report.status = completeInterruptedRestore();
+        if (!report.status.ok())
+            return report;
     }
     Store store;
     bool missing = false;

@@ -37,67 +37,20 @@ namespace
 
 using namespace tavmms::store;
 using tavmms_test::Compression;
+using tavmms_test::jsonBytes;
 using tavmms_test::memberData;
 using tavmms_test::memberJson;
+using tavmms_test::memberNamed;
 using tavmms_test::memberNames;
 using tavmms_test::messageWithAttachments;
 using tavmms_test::readArchive;
 using tavmms_test::readFileBytes;
+using tavmms_test::removeMember;
+using tavmms_test::resum;
+using tavmms_test::setInManifest;
+using tavmms_test::sha256;
 using tavmms_test::writeArchive;
 using Member = tavmms_test::ArchiveMember;
-
-QByteArray sha256(const QByteArray& data)
-{
-    return QCryptographicHash::hash(data, QCryptographicHash::Sha256);
-}
-
-QByteArray jsonBytes(const QJsonObject& object)
-{
-    return QJsonDocument(object).toJson();
-}
-
-Member& memberNamed(QList<Member>& members, const QString& name)
-{
-    for (Member& member : members) {
-        if (member.name == name)
-            return member;
-    }
-    ADD_FAILURE() << "no member " << name.toStdString();
-    return members.last();
-}
-
-void removeMember(QList<Member>& members, const QString& name)
-{
-    EXPECT_EQ(members.removeIf([&](const Member& member) { return member.name == name; }), 1)
-        << name.toStdString();
-}
-
-// The manifest's entry of `name` in "members" (size and checksum) made to match its data, as if
-// the archive had been written so; an entry whose member is not there any more goes too.
-void resum(QList<Member>& members)
-{
-    Member& manifest = memberNamed(members, QStringLiteral("manifest.json"));
-    QJsonObject object = QJsonDocument::fromJson(manifest.data).object();
-    QJsonObject sums;
-    for (const Member& member : std::as_const(members)) {
-        if (member.name == QLatin1String("manifest.json"))
-            continue;
-        sums.insert(member.name, QJsonObject{{QStringLiteral("size"), qint64(member.data.size())},
-                                             {QStringLiteral("sha256"),
-                                              QString::fromLatin1(sha256(member.data).toHex())}});
-    }
-    object.insert(QStringLiteral("members"), sums);
-    manifest.data = jsonBytes(object);
-}
-
-// Changes `key` of the manifest's object.
-void setInManifest(QList<Member>& members, const QString& key, const QJsonValue& value)
-{
-    Member& manifest = memberNamed(members, QStringLiteral("manifest.json"));
-    QJsonObject object = QJsonDocument::fromJson(manifest.data).object();
-    object.insert(key, value);
-    manifest.data = jsonBytes(object);
-}
 
 class BackupContentsTest : public tavmms_test::StoreBackupFixture
 {

@@ -5,7 +5,10 @@
 
 #include <gtest/gtest.h>
 
+#include <QCryptographicHash>
 #include <QFile>
+#include <QJsonDocument>
+#include <QJsonObject>
 
 #include <memory>
 #include <sys/stat.h>
@@ -82,6 +85,56 @@ void writeArchiveHead(const QString& path, const QString& name, qint64 size)
     ASSERT_TRUE(writeData(a, QByteArray(64 * 1024, 'x'))) << archive_error_string(a);
     // Freed without a close, which would write the member's missing bytes and the archive's end.
     archive_write_fail(a);
+}
+
+QByteArray jsonBytes(const QJsonObject& object)
+{
+    return QJsonDocument(object).toJson();
+}
+
+QByteArray sha256(const QByteArray& data)
+{
+    return QCryptographicHash::hash(data, QCryptographicHash::Sha256);
+}
+
+ArchiveMember& memberNamed(QList<ArchiveMember>& members, const QString& name)
+{
+    for (ArchiveMember& member : members) {
+        if (member.name == name)
+            return member;
+    }
+    ADD_FAILURE() << "no member " << name.toStdString();
+    return members.last();
+}
+
+void removeMember(QList<ArchiveMember>& members, const QString& name)
+{
+    EXPECT_EQ(members.removeIf([&](const ArchiveMember& member) { return member.name == name; }), 1)
+        << name.toStdString();
+}
+
+void resum(QList<ArchiveMember>& members)
+{
+    ArchiveMember& manifest = memberNamed(members, QStringLiteral("manifest.json"));
+    QJsonObject object = QJsonDocument::fromJson(manifest.data).object();
+    QJsonObject sums;
+    for (const ArchiveMember& member : std::as_const(members)) {
+        if (member.name == QLatin1String("manifest.json"))
+            continue;
+        sums.insert(member.name, QJsonObject{{QStringLiteral("size"), qint64(member.data.size())},
+                                             {QStringLiteral("sha256"),
+                                              QString::fromLatin1(sha256(member.data).toHex())}});
+    }
+    object.insert(QStringLiteral("members"), sums);
+    manifest.data = jsonBytes(object);
+}
+
+void setInManifest(QList<ArchiveMember>& members, const QString& key, const QJsonValue& value)
+{
+    ArchiveMember& manifest = memberNamed(members, QStringLiteral("manifest.json"));
+    QJsonObject object = QJsonDocument::fromJson(manifest.data).object();
+    object.insert(key, value);
+    manifest.data = jsonBytes(object);
 }
 
 } // namespace tavmms_test

@@ -3,6 +3,9 @@
 
 #include "support/archive_reader.h"
 
+#include <QByteArray>
+#include <QJsonObject>
+#include <QJsonValue>
 #include <QList>
 #include <QString>
 
@@ -21,6 +24,22 @@ void writeArchive(const QString& path, const QList<ArchiveMember>& members,
 // Writes at `path` the start of an archive whose one member `name` claims `size` bytes: its
 // header and a few blocks of its data, without the rest, which would take too long to write.
 void writeArchiveHead(const QString& path, const QString& name, qint64 size);
+
+// Rewriting a good backup's members, to make one damaged in a single way.
+
+// `object` as a backup's JSON member.
+QByteArray jsonBytes(const QJsonObject& object);
+// The SHA-256 of `data` (32 bytes).
+QByteArray sha256(const QByteArray& data);
+// The member `name`; a missing one fails the test (and the last member is given).
+ArchiveMember& memberNamed(QList<ArchiveMember>& members, const QString& name);
+// Takes out the member `name`, which must be there once.
+void removeMember(QList<ArchiveMember>& members, const QString& name);
+// The manifest's entry of every member in "members" (size and checksum) made to match its data,
+// as if the archive had been written so; an entry whose member is not there any more goes too.
+void resum(QList<ArchiveMember>& members);
+// Changes `key` of the manifest's object.
+void setInManifest(QList<ArchiveMember>& members, const QString& key, const QJsonValue& value);
 
 } // namespace tavmms_test
 
