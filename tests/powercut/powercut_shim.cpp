@@ -10,7 +10,8 @@
 //   cut           there once the process was killed
 //
 // Everything under the root when the process starts is durable. After that a file's content is
-// durable once it is synced (fsync, fdatasync), a directory's names once the directory is synced.
+// durable once it is synced (fsync, fdatasync), a directory's names once the directory is synced;
+// a syncfs makes everything under the root durable.
 // An identity is the inode number, followed by a generation for an inode the process made, since
 // the file system may give a removed file's number to a new one. SQLite's -shm file is not
 // watched: SQLite rebuilds it after a crash.
@@ -62,6 +63,7 @@ struct Real {
     int (*ftruncate)(int, off_t) = next<decltype(ftruncate)>("ftruncate");
     int (*fsync)(int) = next<decltype(fsync)>("fsync");
     int (*fdatasync)(int) = next<decltype(fdatasync)>("fdatasync");
+    int (*syncfs)(int) = next<decltype(syncfs)>("syncfs");
     int (*renameat2)(int, const char*, int, const char*,
                      unsigned) = next<decltype(renameat2)>("renameat2");
     int (*linkat)(int, const char*, int, const char*, int) = next<decltype(linkat)>("linkat");
@@ -396,6 +398,21 @@ int fsync(int fd)
 int fdatasync(int fd)
 {
     return syncCall(fd, "fdatasync", shim().real.fdatasync);
+}
+
+int syncfs(int fd)
+{
+    Shim& s = shim();
+    const std::lock_guard<std::recursive_mutex> lock(s.mutex);
+    const std::string path = s.root.empty() ? std::string() : s.pathOf(fd);
+    if (!s.watched(path))
+        return s.real.syncfs(fd);
+    s.count("syncfs", path);
+    const Descriptor top{s.real.open(s.root.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)};
+    if (top.fd < 0)
+        return -1;
+    s.keepTree(top.fd);
+    return 0;
 }
 
 int renameat2(int fromDir, const char* from, int toDir, const char* to, unsigned flags)

@@ -86,6 +86,10 @@ QByteArray contentOf(const QString& path)
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
+// What a cut leaves: only what was synced, or, when the process alone is killed, everything it
+// wrote.
+enum class Cut { PowerCut, Kill };
+
 class PowerCutTest : public ::testing::Test
 {
 protected:
@@ -247,14 +251,15 @@ protected:
     // cut points.
     long cutEverywhere(const QStringList& operation, const QList<unsigned>& changed,
                        const std::function<void(const QList<unsigned>&, bool)>& checkOwn,
-                       bool deletes = false)
+                       bool deletes = false, Cut kind = Cut::PowerCut)
     {
         for (long at = 1; at <= kMostCuts; ++at) {
             const bool cut = runOnACopyCutAt(operation, at);
             SCOPED_TRACE(cut ? "cut at " +
                                    contentOf(journal.filePath(QStringLiteral("cut"))).toStdString()
                              : "after all " + std::to_string(at - 1) + " calls");
-            restore(journal.path().toStdString(), work.path().toStdString());
+            if (kind == Cut::PowerCut)
+                restore(journal.path().toStdString(), work.path().toStdString());
             const QList<unsigned> ids = listedIds();
             for (const Message& message : kept) {
                 if (changed.contains(message.id))
@@ -452,5 +457,55 @@ TEST_F(PowerCutTest, RebuildCutAtAnyCallLosesNoMailFileAndTheNextRebuildComplete
     }
     std::cout << "check --rebuild: " << at - 1 << " cut points\n";
 }
+
+class RestoreCutTest : public PowerCutTest, public ::testing::WithParamInterface<Cut>
+{
+};
+
+// A restore adds all of the backup's messages or none, and its settings with them: a cut before
+// its rows commit is undone by the next use, one after it is completed; whether a power cut
+// drops what was not synced, or the process alone is killed (kill -9) and all it wrote stays.
+TEST_P(RestoreCutTest, CutAtAnyCallAddsAllTheBackupsMessagesOrNone)
+{
+    QTemporaryDir other; // the phone the backup comes from
+    ASSERT_TRUE(other.isValid());
+    const QList<QByteArray> bodies{"first restored body \x07", "second restored body \x08"};
+    for (const QByteArray& body : bodies)
+        ASSERT_NE(compose(other.path(), body).id, 0u);
+    ASSERT_EQ(run(other.path(),
+                  {QStringLiteral("block"), QStringLiteral("add"), QStringLiteral("+15550999")})
+                  .exitCode,
+              0);
+    const QString backup = inputs.filePath(QStringLiteral("backup.tar.zst"));
+    ASSERT_EQ(run(other.path(), {QStringLiteral("backup"), backup}).exitCode, 0);
+
+    const long cuts = cutEverywhere(
+        {QStringLiteral("restore"), backup, QStringLiteral("--settings")}, {},
+        [&](const QList<unsigned>& ids, bool completed) {
+            QList<unsigned> restored;
+            for (const unsigned id : ids) {
+                if (!isKept(id))
+                    restored.append(id);
+            }
+            EXPECT_TRUE(restored.isEmpty() || restored.size() == bodies.size()) << restored.size();
+            if (completed) {
+                EXPECT_EQ(restored.size(), bodies.size());
+            }
+            for (const unsigned id : restored)
+                EXPECT_TRUE(loadsWith(id, bodies.at(0)) || loadsWith(id, bodies.at(1))) << id;
+            const ToolResult blocked =
+                run(work.path(), {QStringLiteral("block"), QStringLiteral("list")});
+            EXPECT_EQ(blocked.out.contains("+15550999"), !restored.isEmpty())
+                << blocked.out.toStdString();
+            EXPECT_FALSE(QFileInfo::exists(work.filePath(QStringLiteral("download/mms/restore"))));
+        },
+        false, GetParam());
+    EXPECT_TRUE(databaseSyncWatched());
+    std::cout << "restore" << (GetParam() == Cut::Kill ? " (kill)" : "") << ": " << cuts
+              << " cut points\n";
+}
+
+INSTANTIATE_TEST_SUITE_P(PowerCutOrKill, RestoreCutTest,
+                         ::testing::Values(Cut::PowerCut, Cut::Kill));
 
 } // namespace
