@@ -17,10 +17,10 @@ namespace
 QList<cli::Command> allCommands()
 {
     return messageCommands() + partsCommands() + exportCommands() + backupCommands() +
-           mailfileCommands() + pduCommands() + indexCommands() + checkCommands() +
-           settingsCommands() + profileCommands() + blockCommands() + sendingCommands() +
-           flexCommands() + contactsCommands() + classifyCommands() + contentTypeCommands() +
-           extensionCommands() + mediaCommands() + pathsCommands();
+           restoreCommands() + mailfileCommands() + pduCommands() + indexCommands() +
+           checkCommands() + settingsCommands() + profileCommands() + blockCommands() +
+           sendingCommands() + flexCommands() + contactsCommands() + classifyCommands() +
+           contentTypeCommands() + extensionCommands() + mediaCommands() + pathsCommands();
 }
 
 QString firstWord(const QString& name)
