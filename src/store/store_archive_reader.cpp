@@ -48,14 +48,15 @@ struct ArchiveReader::Handle {
                 return -1;
             if (input.size == 0) {
                 if (!frameEnded)
-                    return failed("the compressed archive is cut short");
+                    return failed(QStringLiteral("the compressed archive is cut short"));
                 return 0;
             }
             if (frameEnded)
-                return failed("data after the end of the compressed archive");
+                return failed(QStringLiteral("data after the end of the compressed archive"));
             const size_t left = ZSTD_decompressStream(zstd.get(), &output, &input);
             if (ZSTD_isError(left))
-                return failed(ZSTD_getErrorName(left));
+                return failed(QStringLiteral("the compressed archive is damaged: %1")
+                                  .arg(QLatin1String(ZSTD_getErrorName(left))));
             frameEnded = left == 0;
         }
         return la_ssize_t(output.pos);
@@ -76,10 +77,10 @@ struct ArchiveReader::Handle {
         return true;
     }
 
-    la_ssize_t failed(const char* text)
+    la_ssize_t failed(const QString& text)
     {
         errorNumber = 0;
-        error = QStringLiteral("the compressed archive is damaged: %1").arg(QLatin1String(text));
+        error = text;
         return -1;
     }
 

@@ -193,7 +193,7 @@ TEST_F(BackupContentsTest, AnUncompressedTarIsReadToo)
     EXPECT_EQ(contents.mailFiles.size(), 2);
 }
 
-TEST_F(BackupContentsTest, AFileThatIsMissingOrNoTarOrCutShortIsRefusedInLibarchivesWords)
+TEST_F(BackupContentsTest, AFileThatIsMissingOrNoTarOrCutShortIsRefusedSayingSo)
 {
     makeBackup();
     const QString missing = dir.filePath(QStringLiteral("missing.tar.zst"));
@@ -209,9 +209,9 @@ TEST_F(BackupContentsTest, AFileThatIsMissingOrNoTarOrCutShortIsRefusedInLibarch
 
     const QByteArray whole = readFileBytes(backupPath());
     ASSERT_TRUE(tavmms_test::writeFileBytes(damagedPath(), whole.left(whole.size() / 2)));
-    const QString cut = refusalOf(damagedPath());
-    EXPECT_TRUE(cut.startsWith(QStringLiteral("the backup '%1' ").arg(damagedPath())))
-        << cut.toStdString();
+    EXPECT_EQ(refusalOf(damagedPath()),
+              QStringLiteral("the backup '%1' cannot be read: the compressed archive is cut short")
+                  .arg(damagedPath()));
 }
 
 TEST_F(BackupContentsTest, AnEntryThatIsNoRegularFileIsRefusedByName)
@@ -564,8 +564,8 @@ TEST_F(BackupContentsTest, DataAfterTheCompressedArchiveIsRefused)
     for (const QByteArray& after : {QByteArray(1, '\0'), QByteArray("trailing words"), whole}) {
         ASSERT_TRUE(tavmms_test::writeFileBytes(damagedPath(), whole + after));
         EXPECT_EQ(refusalOf(damagedPath()),
-                  QStringLiteral("the backup '%1' cannot be read: the compressed archive is "
-                                 "damaged: data after the end of the compressed archive")
+                  QStringLiteral("the backup '%1' cannot be read: data after the end of the "
+                                 "compressed archive")
                       .arg(damagedPath()))
             << after.size() << " bytes after the frame";
     }
