@@ -68,17 +68,7 @@ class StoreBackupTest : public tavmms_test::StoreBackupFixture
 
 TEST_F(StoreBackupTest, HoldsEveryMailFileRowSettingAndContactWithAManifestThatMatchesThem)
 {
-    book.import("BEGIN:VCARD\r\nVERSION:3.0\r\nFN:Ann\r\nTEL;TYPE=CELL:+49 151 1\r\n"
-                "EMAIL:ann@example.org\r\nEND:VCARD\r\n");
-    ASSERT_TRUE(setOwner(QStringLiteral("Me"), QStringLiteral("+4915550100")));
-    tavplatform::SettingsStoreService& settings = tavplatform::settingsStoreService();
-    ASSERT_TRUE(settings.writeInt(tavmms::settings::kProfileListGroup, QStringLiteral("Work"), 1));
-    ASSERT_TRUE(settings.writeText(QStringLiteral("Work"), tavmms::settings::kServerAddress,
-                                   QStringLiteral("http://mmsc.example"), false));
-    ASSERT_TRUE(settings.writeText(tavmms::settings::kGlobalGroup, tavmms::settings::kBlockList,
-                                   QStringLiteral("+4915550666"), false));
-    ASSERT_TRUE(
-        settings.writeInt(tavmms::settings::kGlobalGroup, tavmms::settings::kReadReport, 1));
+    fillSettingsAndContacts();
     const Added composed = MessageStore().compose(messageWithAttachments(QStringLiteral("Out")));
     ASSERT_TRUE(composed.status.ok()) << composed.status.text.toStdString();
     const unsigned int received = receive(messageWithAttachments(QStringLiteral("In")));

@@ -69,17 +69,7 @@ void writeFile(const QString& path, const QByteArray& bytes)
 // one without its mail file, settings with a profile and a block list, contacts and an owner.
 void fillStore(StoreDevice& device)
 {
-    device.book.import("BEGIN:VCARD\r\nVERSION:3.0\r\nFN:Ann\r\nTEL;TYPE=CELL:+49 151 1\r\n"
-                       "EMAIL:ann@example.org\r\nEND:VCARD\r\n");
-    ASSERT_TRUE(setOwner(QStringLiteral("Me"), QStringLiteral("+4915550100")));
-    tavplatform::SettingsStoreService& settings = tavplatform::settingsStoreService();
-    ASSERT_TRUE(settings.writeInt(tavmms::settings::kProfileListGroup, QStringLiteral("Work"), 1));
-    ASSERT_TRUE(settings.writeText(QStringLiteral("Work"), tavmms::settings::kServerAddress,
-                                   QStringLiteral("http://mmsc.example"), false));
-    ASSERT_TRUE(settings.writeText(tavmms::settings::kGlobalGroup, tavmms::settings::kBlockList,
-                                   QStringLiteral("+4915550666"), false));
-    ASSERT_TRUE(
-        settings.writeInt(tavmms::settings::kGlobalGroup, tavmms::settings::kReadReport, 1));
+    device.fillSettingsAndContacts();
     MessageStore store;
     for (int i = 0; i < 3; ++i) {
         NewMessage message = messageWithAttachments(QStringLiteral("In %1").arg(i));
@@ -516,6 +506,14 @@ protected:
         // As the restore had written it, before it stopped.
         ASSERT_EQ(MMS_UTIL_Setting::setBlockList(QStringLiteral("+4915550777,+4915550888")), 0);
     }
+    // The journal with its one message given `id`, as saved, and `file` under that id's name.
+    void leave(RestoreJournal* journal, unsigned int id, const QByteArray& file)
+    {
+        journal->ids = {id};
+        ASSERT_TRUE(journal->saveIds().ok());
+        writeFile(device->mailFile(id), file);
+    }
+
     const QByteArray body = "a restored mail file";
 };
 
@@ -529,9 +527,7 @@ TEST_F(InterruptedRestoreTest, OneThatStoppedAfterItsCommitIsCompletedByTheNextU
     unsigned int id = 0;
     ASSERT_EQ(addRowAtFreeId(journal.messages.at(0).row, &id), DB_OK);
     ASSERT_EQ(txn.commit(), DB_OK);
-    journal.ids = {id};
-    ASSERT_TRUE(journal.saveIds().ok());
-    writeFile(device->mailFile(id), body);
+    leave(&journal, id, body);
 
     const Listed listed = MessageStore().list();
 
@@ -545,9 +541,7 @@ TEST_F(InterruptedRestoreTest, OneThatStoppedAfterItsCommitIsCompletedByTheNextU
 TEST_F(InterruptedRestoreTest, OneThatStoppedBeforeItsCommitIsUndoneByTheNextUse)
 {
     RestoreJournal journal = placedJournal(body);
-    journal.ids = {40};
-    ASSERT_TRUE(journal.saveIds().ok());
-    writeFile(device->mailFile(40), body);
+    leave(&journal, 40, body);
 
     const Listed listed = MessageStore().list();
 
@@ -561,9 +555,7 @@ TEST_F(InterruptedRestoreTest, OneThatStoppedBeforeItsCommitIsUndoneByTheNextUse
 TEST_F(InterruptedRestoreTest, AnUndoLeavesAFileOfAnotherMessageUnderAPlannedId)
 {
     RestoreJournal journal = placedJournal(body);
-    journal.ids = {40};
-    ASSERT_TRUE(journal.saveIds().ok());
-    writeFile(device->mailFile(40), "another message's file");
+    leave(&journal, 40, "another message's file");
 
     ASSERT_TRUE(MessageStore().list().status.ok());
 
