@@ -285,9 +285,7 @@ Restore restoreStore(const QString& path, const RestoreOptions& options)
     // The store's first use completes what an earlier restore left, when it can: that takes the
     // lock exclusive, so it comes before this restore takes it shared.
     MessageStore store(options.lockTimeout);
-    ListFilter nothing;
-    nothing.limit = 0;
-    restore.status = store.list(nothing).status;
+    restore.status = store.completeLeftovers();
     // The journal's directory lies in the working directory; the mail file directory is made
     // only once there is something to put into it.
     if (restore.status.ok() && !options.dryRun)

@@ -13,6 +13,7 @@
 #include "support/archive_reader.h"
 #include "support/child_process.h"
 #include "support/index_table_helpers.h"
+#include "support/mailfile_helpers.h"
 #include "support/message_store.h"
 #include "support/store_backup_fixture.h"
 #include "support/tool_process.h"
@@ -55,13 +56,6 @@ QList<QJsonObject> indexRows(const QList<Member>& members)
     return rows;
 }
 
-QByteArray fileBytes(const QString& path)
-{
-    QFile file(path);
-    EXPECT_TRUE(file.open(QIODevice::ReadOnly)) << path.toStdString();
-    return file.readAll();
-}
-
 class StoreBackupTest : public tavmms_test::StoreBackupFixture
 {
 };
@@ -96,7 +90,7 @@ TEST_F(StoreBackupTest, HoldsEveryMailFileRowSettingAndContactWithAManifestThatM
                            QStringLiteral("contacts.json"), QStringLiteral("manifest.json")}));
     for (const unsigned int id : {composed.id, received})
         EXPECT_EQ(memberData(members, QStringLiteral("messages/%1.mms").arg(id)),
-                  fileBytes(mailFile(id)));
+                  tavmms_test::readFileBytes(mailFile(id)));
 
     const QList<QJsonObject> rows = indexRows(members);
     ASSERT_EQ(rows.size(), 2);
@@ -207,6 +201,22 @@ TEST_F(StoreBackupTest, EveryRowIsMadeAgainToTheByteFromTheIndexAlsoOneWithoutIt
     }
 }
 
+TEST_F(StoreBackupTest, ASaveThatAProgramLeftHalfDoneIsCompletedAndItsMailFileBackedUp)
+{
+    const unsigned int id = receive(messageWithAttachments(QStringLiteral("Saved")));
+    const QByteArray bytes = tavmms_test::readFileBytes(mailFile(id));
+    // What a save that died after removing the old file leaves: the new one under ".tmp".
+    ASSERT_TRUE(QFile::rename(mailFile(id), mailFile(id) + QStringLiteral(".tmp")));
+
+    const Backup backup = backupStore(backupPath());
+
+    ASSERT_TRUE(backup.status.ok()) << backup.status.text.toStdString();
+    EXPECT_EQ(backup.messages, 1);
+    EXPECT_EQ(backup.withoutFile, 0);
+    EXPECT_EQ(memberData(readArchive(backupPath()), QStringLiteral("messages/%1.mms").arg(id)),
+              bytes);
+}
+
 TEST_F(StoreBackupTest, AFolderAndATimeSpanChooseTheMessages)
 {
     const QTimeZone utc = QTimeZone::utc();
@@ -254,7 +264,7 @@ TEST_F(StoreBackupTest, AFileThereIsKeptUnlessReplacingIsAsked)
     EXPECT_EQ(refused.status.code, ErrorCode::Exists);
     EXPECT_EQ(refused.status.text,
               QStringLiteral("'%1' exists already; it was kept").arg(backupPath()));
-    EXPECT_EQ(fileBytes(backupPath()), QByteArray("mine"));
+    EXPECT_EQ(tavmms_test::readFileBytes(backupPath()), QByteArray("mine"));
     BackupOptions replacing;
     replacing.replace = true;
     ASSERT_TRUE(backupStore(backupPath(), {}, replacing).status.ok());

@@ -22,6 +22,7 @@
 #include "support/failing_database.h"
 #include "support/failing_settings_store.h"
 #include "support/index_table_helpers.h"
+#include "support/mailfile_helpers.h"
 #include "support/message_store.h"
 #include "support/mock_address_book.h"
 #include "support/model_helpers.h"
@@ -50,20 +51,6 @@ using tavmms_test::messageWithAttachments;
 using tavmms_test::StoreDevice;
 using tavmms_test::storeState;
 using tavmms_test::StoreState;
-
-QByteArray fileBytes(const QString& path)
-{
-    QFile file(path);
-    EXPECT_TRUE(file.open(QIODevice::ReadOnly)) << path.toStdString();
-    return file.readAll();
-}
-
-void writeFile(const QString& path, const QByteArray& bytes)
-{
-    QFile file(path);
-    ASSERT_TRUE(file.open(QIODevice::WriteOnly | QIODevice::Truncate)) << path.toStdString();
-    ASSERT_EQ(file.write(bytes), bytes.size());
-}
 
 // Fills the store installed now with what a phone keeps: messages in several folders, one read,
 // one without its mail file, settings with a profile and a block list, contacts and an owner.
@@ -349,9 +336,9 @@ TEST_F(StoreRestoreTest, ADamagedBackupIsRefusedAndChangesNothing)
     backUpAFilledStore();
     ASSERT_TRUE(MessageStore().receive(messageWithAttachments(QStringLiteral("Mine"))).status.ok());
     const StoreState before = storeState();
-    QByteArray bytes = fileBytes(backupPath());
+    QByteArray bytes = tavmms_test::readFileBytes(backupPath());
     bytes[bytes.size() / 2] = char(bytes.at(bytes.size() / 2) ^ 0x20);
-    writeFile(backupPath(), bytes);
+    ASSERT_TRUE(tavmms_test::writeFileBytes(backupPath(), bytes));
 
     const Restore restore = restoreStore(backupPath());
 
@@ -511,7 +498,7 @@ protected:
     {
         journal->ids = {id};
         ASSERT_TRUE(journal->saveIds().ok());
-        writeFile(device->mailFile(id), file);
+        ASSERT_TRUE(tavmms_test::writeFileBytes(device->mailFile(id), file));
     }
 
     const QByteArray body = "a restored mail file";
@@ -533,7 +520,7 @@ TEST_F(InterruptedRestoreTest, OneThatStoppedAfterItsCommitIsCompletedByTheNextU
 
     ASSERT_TRUE(listed.status.ok()) << listed.status.text.toStdString();
     EXPECT_EQ(listed.rows.size(), 2);
-    EXPECT_EQ(fileBytes(device->mailFile(id)), body);
+    EXPECT_EQ(tavmms_test::readFileBytes(device->mailFile(id)), body);
     EXPECT_EQ(MMS_UTIL_Setting::getBlockList(), QStringLiteral("+4915550777,+4915550888"));
     EXPECT_FALSE(RestoreJournal::isThere());
 }
@@ -559,14 +546,14 @@ TEST_F(InterruptedRestoreTest, AnUndoLeavesAFileOfAnotherMessageUnderAPlannedId)
 
     ASSERT_TRUE(MessageStore().list().status.ok());
 
-    EXPECT_EQ(fileBytes(device->mailFile(40)), "another message's file");
+    EXPECT_EQ(tavmms_test::readFileBytes(device->mailFile(40)), "another message's file");
     EXPECT_FALSE(RestoreJournal::isThere());
 }
 
 TEST_F(InterruptedRestoreTest, AJournalWithoutItsPlanChangedNothingAndIsRemoved)
 {
     ASSERT_TRUE(QDir().mkpath(RestoreJournal::directory()));
-    writeFile(RestoreJournal::stagedMailFile(3), body);
+    ASSERT_TRUE(tavmms_test::writeFileBytes(RestoreJournal::stagedMailFile(3), body));
 
     ASSERT_TRUE(MessageStore().list().status.ok());
 
