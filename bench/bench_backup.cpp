@@ -9,6 +9,13 @@
 //                       sync -f of the archive. Counters library_us, raw_us and their ratio, and
 //                       messages: the mail files in the library's backup. Two iterations, so that
 //                       each side goes first once; more runs with --benchmark_repetitions.
+// BM_Paired_Restore/N   restoreStore of the backup of the same store of N messages into an empty
+//                       store of its own, paired with its raw counterpart: GNU tar extracting the
+//                       same backup into a directory of its own, N index rows inserted with the
+//                       engine driven directly in one transaction into a database of its own, and
+//                       one syncfs of that file system. Counters as above, messages: those
+//                       restored. Each side restores into directories made for the iteration
+//                       ("restore-N-library-K", "restore-N-raw-K"), removed once the run is over.
 //
 // The store lies in "<bench directory>/backup-N", its directories pointed at it while the
 // benchmark runs; its messages are kept once in the process through MessageStore::compose (each
@@ -21,20 +28,24 @@
 
 #include "message_store.h"
 #include "store_backup.h"
+#include "store_restore.h"
 
 #include "bench_directory.h"
 #include "composed_message.h"
 #include "message_body.h"
 #include "paired_timing.h"
+#include "raw_index_table.h"
 #include "store_of_its_own.h"
 
 #include <benchmark/benchmark.h>
 
+#include <QDir>
 #include <QFile>
 #include <QFileInfo>
 
 #include <cstring>
 #include <fcntl.h>
+#include <memory>
 #include <spawn.h>
 #include <string>
 #include <sys/wait.h>
@@ -193,6 +204,78 @@ void BM_Paired_Backup(benchmark::State& state)
         [&] { return raw.run(); }, "a backup failed or missed messages");
     state.counters["messages"] = double(backedUp);
 }
+
+// The backup of a store of `messages` photo-sized messages, made once and kept beside the store;
+// empty when it cannot be made.
+QString photoBackup(unsigned messages)
+{
+    const PhotoStore store(messages);
+    const QString path = store.root() + QStringLiteral("/restore-source.tar.zst");
+    if (!store.ok())
+        return QString();
+    if (QFileInfo::exists(path))
+        return path;
+    return tavmms::store::backupStore(path).status.ok() ? path : QString();
+}
+
+// The raw counterpart of a restore: the backup extracted by the system's tar, the index rows
+// inserted in one transaction, and the file system synced once.
+bool rawRestore(const QString& backup, unsigned messages, const QString& root)
+{
+    if (!QDir().mkpath(root))
+        return false;
+    const std::string directory = QFile::encodeName(root).toStdString();
+    if (!runProcess(
+            {"tar", "--zstd", "-xf", QFile::encodeName(backup).toStdString(), "-C", directory}))
+        return false;
+    const std::unique_ptr<RawDatabase> database =
+        RawDatabase::open(root + QStringLiteral("/device.db"));
+    std::vector<unsigned> ids;
+    if (!database || !database->fill(messages, &ids))
+        return false;
+    const int fd = ::open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    const bool synced = fd >= 0 && ::syncfs(fd) == 0;
+    if (fd >= 0)
+        ::close(fd);
+    return synced;
+}
+
+void BM_Paired_Restore(benchmark::State& state)
+{
+    const auto messages = unsigned(state.range(0));
+    const QString backup = photoBackup(messages);
+    if (backup.isEmpty()) {
+        state.SkipWithError("cannot make the backup");
+        return;
+    }
+    const QString base = benchDirectory() + QStringLiteral("/restore-%1-").arg(messages);
+    int iteration = 0;
+    qsizetype restored = 0;
+    PairedTiming().runAll(
+        state,
+        [&] {
+            const StoreOfItsOwn store(base + QStringLiteral("library-%1").arg(iteration));
+            const tavmms::store::Restore restore = tavmms::store::restoreStore(backup);
+            restored = restore.messages;
+            return restore.status.ok() && restore.messages == qsizetype(messages);
+        },
+        [&] {
+            return rawRestore(backup, messages, base + QStringLiteral("raw-%1").arg(iteration++));
+        },
+        "a restore failed or missed messages");
+    state.counters["messages"] = double(restored);
+    for (int k = 0; k <= iteration; ++k) {
+        for (const char* side : {"library-%1", "raw-%1"})
+            QDir(base + QString::fromLatin1(side).arg(k)).removeRecursively();
+    }
+}
+
+BENCHMARK(BM_Paired_Restore)
+    ->Arg(100)
+    ->Arg(1000)
+    ->Iterations(2)
+    ->UseRealTime()
+    ->Unit(benchmark::kMillisecond);
 
 BENCHMARK(BM_Paired_Backup)
     ->Arg(100)

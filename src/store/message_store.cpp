@@ -586,6 +586,13 @@ MessageStore::MessageStore(std::chrono::milliseconds lockTimeout) : d(new Impl{l
 
 MessageStore::~MessageStore() = default;
 
+Status MessageStore::completeLeftovers()
+{
+    Impl::Session session;
+    d->begin(&session, false);
+    return session.status;
+}
+
 std::chrono::milliseconds MessageStore::lockTimeout() const
 {
     return d->lockTimeout;

@@ -115,6 +115,11 @@ public:
     // ids are looked up and the entries filled as a delete would, and nothing changes.
     RemovedAll removeAll(const QList<unsigned int>& ids, bool dryRun = false);
 
+    // Completes what a program that died left behind (a save, a delete, a restore) as the first
+    // call of any store object does, and does nothing else. A caller that takes the store's lock
+    // itself calls it first, since completing takes the lock exclusive.
+    Status completeLeftovers();
+
     std::chrono::milliseconds lockTimeout() const;
 
 private:

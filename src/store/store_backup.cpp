@@ -161,6 +161,12 @@ Backup backupStore(const QString& path, const BackupFilter& filter, const Backup
         return backup;
     }
 
+    // A save that a program left half done is completed first, so that its message goes into
+    // the backup with its mail file.
+    MessageStore store(options.lockTimeout);
+    backup.status = store.completeLeftovers();
+    if (!backup.status.ok())
+        return backup;
     // Held from the first read to the last, so that no repair moves a file while it is read;
     // writers take it shared too, and go on adding messages meanwhile.
     StoreLock lock;
@@ -170,7 +176,6 @@ Backup backupStore(const QString& path, const BackupFilter& filter, const Backup
         if (!backup.status.ok())
             return backup;
     }
-    MessageStore store(options.lockTimeout);
     const Listed listed = store.list(listFilterOf(filter));
     if (!listed.status.ok()) {
         backup.status = listed.status;

@@ -282,10 +282,10 @@ Restore restoreStore(const QString& path, const RestoreOptions& options)
 {
     Restore restore;
     restore.path = path;
-    // Listing the store completes what an earlier restore left, when it can.
+    // The store's first use completes what an earlier restore left, when it can: that takes the
+    // lock exclusive, so it comes before this restore takes it shared.
     MessageStore store(options.lockTimeout);
-    const Listed listed = store.list();
-    restore.status = listed.status;
+    restore.status = store.completeLeftovers();
     // The journal's directory lies in the working directory; the mail file directory is made
     // only once there is something to put into it.
     if (restore.status.ok() && !options.dryRun)
@@ -300,6 +300,11 @@ Restore restoreStore(const QString& path, const RestoreOptions& options)
         restore.status = anotherRestore();
         return restore;
     }
+    // Read under the lock: no repair changes them while the restore runs.
+    const Listed listed = store.list();
+    restore.status = listed.status;
+    if (!restore.status.ok())
+        return restore;
     StagingGuard guard;
     if (!options.dryRun) {
         if (::mkdir(QFile::encodeName(RestoreJournal::directory()).constData(), 0700) != 0) {

@@ -13,6 +13,7 @@
 #include "support/archive_reader.h"
 #include "support/child_process.h"
 #include "support/index_table_helpers.h"
+#include "support/mailfile_helpers.h"
 #include "support/message_store.h"
 #include "support/store_backup_fixture.h"
 #include "support/tool_process.h"
@@ -55,30 +56,13 @@ QList<QJsonObject> indexRows(const QList<Member>& members)
     return rows;
 }
 
-QByteArray fileBytes(const QString& path)
-{
-    QFile file(path);
-    EXPECT_TRUE(file.open(QIODevice::ReadOnly)) << path.toStdString();
-    return file.readAll();
-}
-
 class StoreBackupTest : public tavmms_test::StoreBackupFixture
 {
 };
 
 TEST_F(StoreBackupTest, HoldsEveryMailFileRowSettingAndContactWithAManifestThatMatchesThem)
 {
-    book.import("BEGIN:VCARD\r\nVERSION:3.0\r\nFN:Ann\r\nTEL;TYPE=CELL:+49 151 1\r\n"
-                "EMAIL:ann@example.org\r\nEND:VCARD\r\n");
-    ASSERT_TRUE(setOwner(QStringLiteral("Me"), QStringLiteral("+4915550100")));
-    tavplatform::SettingsStoreService& settings = tavplatform::settingsStoreService();
-    ASSERT_TRUE(settings.writeInt(tavmms::settings::kProfileListGroup, QStringLiteral("Work"), 1));
-    ASSERT_TRUE(settings.writeText(QStringLiteral("Work"), tavmms::settings::kServerAddress,
-                                   QStringLiteral("http://mmsc.example"), false));
-    ASSERT_TRUE(settings.writeText(tavmms::settings::kGlobalGroup, tavmms::settings::kBlockList,
-                                   QStringLiteral("+4915550666"), false));
-    ASSERT_TRUE(
-        settings.writeInt(tavmms::settings::kGlobalGroup, tavmms::settings::kReadReport, 1));
+    fillSettingsAndContacts();
     const Added composed = MessageStore().compose(messageWithAttachments(QStringLiteral("Out")));
     ASSERT_TRUE(composed.status.ok()) << composed.status.text.toStdString();
     const unsigned int received = receive(messageWithAttachments(QStringLiteral("In")));
@@ -106,7 +90,7 @@ TEST_F(StoreBackupTest, HoldsEveryMailFileRowSettingAndContactWithAManifestThatM
                            QStringLiteral("contacts.json"), QStringLiteral("manifest.json")}));
     for (const unsigned int id : {composed.id, received})
         EXPECT_EQ(memberData(members, QStringLiteral("messages/%1.mms").arg(id)),
-                  fileBytes(mailFile(id)));
+                  tavmms_test::readFileBytes(mailFile(id)));
 
     const QList<QJsonObject> rows = indexRows(members);
     ASSERT_EQ(rows.size(), 2);
@@ -244,6 +228,22 @@ TEST_F(StoreBackupTest, EveryRowIsMadeAgainToTheByteFromTheIndexAlsoOneWithoutIt
     }
 }
 
+TEST_F(StoreBackupTest, ASaveThatAProgramLeftHalfDoneIsCompletedAndItsMailFileBackedUp)
+{
+    const unsigned int id = receive(messageWithAttachments(QStringLiteral("Saved")));
+    const QByteArray bytes = tavmms_test::readFileBytes(mailFile(id));
+    // What a save that died after removing the old file leaves: the new one under ".tmp".
+    ASSERT_TRUE(QFile::rename(mailFile(id), mailFile(id) + QStringLiteral(".tmp")));
+
+    const Backup backup = backupStore(backupPath());
+
+    ASSERT_TRUE(backup.status.ok()) << backup.status.text.toStdString();
+    EXPECT_EQ(backup.messages, 1);
+    EXPECT_EQ(backup.withoutFile, 0);
+    EXPECT_EQ(memberData(readArchive(backupPath()), QStringLiteral("messages/%1.mms").arg(id)),
+              bytes);
+}
+
 TEST_F(StoreBackupTest, AFolderAndATimeSpanChooseTheMessages)
 {
     const QTimeZone utc = QTimeZone::utc();
@@ -291,7 +291,7 @@ TEST_F(StoreBackupTest, AFileThereIsKeptUnlessReplacingIsAsked)
     EXPECT_EQ(refused.status.code, ErrorCode::Exists);
     EXPECT_EQ(refused.status.text,
               QStringLiteral("'%1' exists already; it was kept").arg(backupPath()));
-    EXPECT_EQ(fileBytes(backupPath()), QByteArray("mine"));
+    EXPECT_EQ(tavmms_test::readFileBytes(backupPath()), QByteArray("mine"));
     BackupOptions replacing;
     replacing.replace = true;
     ASSERT_TRUE(backupStore(backupPath(), {}, replacing).status.ok());

@@ -22,6 +22,7 @@
 #include "support/failing_database.h"
 #include "support/failing_settings_store.h"
 #include "support/index_table_helpers.h"
+#include "support/mailfile_helpers.h"
 #include "support/message_store.h"
 #include "support/mock_address_book.h"
 #include "support/model_helpers.h"
@@ -51,35 +52,11 @@ using tavmms_test::StoreDevice;
 using tavmms_test::storeState;
 using tavmms_test::StoreState;
 
-QByteArray fileBytes(const QString& path)
-{
-    QFile file(path);
-    EXPECT_TRUE(file.open(QIODevice::ReadOnly)) << path.toStdString();
-    return file.readAll();
-}
-
-void writeFile(const QString& path, const QByteArray& bytes)
-{
-    QFile file(path);
-    ASSERT_TRUE(file.open(QIODevice::WriteOnly | QIODevice::Truncate)) << path.toStdString();
-    ASSERT_EQ(file.write(bytes), bytes.size());
-}
-
 // Fills the store installed now with what a phone keeps: messages in several folders, one read,
 // one without its mail file, settings with a profile and a block list, contacts and an owner.
 void fillStore(StoreDevice& device)
 {
-    device.book.import("BEGIN:VCARD\r\nVERSION:3.0\r\nFN:Ann\r\nTEL;TYPE=CELL:+49 151 1\r\n"
-                       "EMAIL:ann@example.org\r\nEND:VCARD\r\n");
-    ASSERT_TRUE(setOwner(QStringLiteral("Me"), QStringLiteral("+4915550100")));
-    tavplatform::SettingsStoreService& settings = tavplatform::settingsStoreService();
-    ASSERT_TRUE(settings.writeInt(tavmms::settings::kProfileListGroup, QStringLiteral("Work"), 1));
-    ASSERT_TRUE(settings.writeText(QStringLiteral("Work"), tavmms::settings::kServerAddress,
-                                   QStringLiteral("http://mmsc.example"), false));
-    ASSERT_TRUE(settings.writeText(tavmms::settings::kGlobalGroup, tavmms::settings::kBlockList,
-                                   QStringLiteral("+4915550666"), false));
-    ASSERT_TRUE(
-        settings.writeInt(tavmms::settings::kGlobalGroup, tavmms::settings::kReadReport, 1));
+    device.fillSettingsAndContacts();
     MessageStore store;
     for (int i = 0; i < 3; ++i) {
         NewMessage message = messageWithAttachments(QStringLiteral("In %1").arg(i));
@@ -359,9 +336,9 @@ TEST_F(StoreRestoreTest, ADamagedBackupIsRefusedAndChangesNothing)
     backUpAFilledStore();
     ASSERT_TRUE(MessageStore().receive(messageWithAttachments(QStringLiteral("Mine"))).status.ok());
     const StoreState before = storeState();
-    QByteArray bytes = fileBytes(backupPath());
+    QByteArray bytes = tavmms_test::readFileBytes(backupPath());
     bytes[bytes.size() / 2] = char(bytes.at(bytes.size() / 2) ^ 0x20);
-    writeFile(backupPath(), bytes);
+    ASSERT_TRUE(tavmms_test::writeFileBytes(backupPath(), bytes));
 
     const Restore restore = restoreStore(backupPath());
 
@@ -516,6 +493,14 @@ protected:
         // As the restore had written it, before it stopped.
         ASSERT_EQ(MMS_UTIL_Setting::setBlockList(QStringLiteral("+4915550777,+4915550888")), 0);
     }
+    // The journal with its one message given `id`, as saved, and `file` under that id's name.
+    void leave(RestoreJournal* journal, unsigned int id, const QByteArray& file)
+    {
+        journal->ids = {id};
+        ASSERT_TRUE(journal->saveIds().ok());
+        ASSERT_TRUE(tavmms_test::writeFileBytes(device->mailFile(id), file));
+    }
+
     const QByteArray body = "a restored mail file";
 };
 
@@ -529,15 +514,13 @@ TEST_F(InterruptedRestoreTest, OneThatStoppedAfterItsCommitIsCompletedByTheNextU
     unsigned int id = 0;
     ASSERT_EQ(addRowAtFreeId(journal.messages.at(0).row, &id), DB_OK);
     ASSERT_EQ(txn.commit(), DB_OK);
-    journal.ids = {id};
-    ASSERT_TRUE(journal.saveIds().ok());
-    writeFile(device->mailFile(id), body);
+    leave(&journal, id, body);
 
     const Listed listed = MessageStore().list();
 
     ASSERT_TRUE(listed.status.ok()) << listed.status.text.toStdString();
     EXPECT_EQ(listed.rows.size(), 2);
-    EXPECT_EQ(fileBytes(device->mailFile(id)), body);
+    EXPECT_EQ(tavmms_test::readFileBytes(device->mailFile(id)), body);
     EXPECT_EQ(MMS_UTIL_Setting::getBlockList(), QStringLiteral("+4915550777,+4915550888"));
     EXPECT_FALSE(RestoreJournal::isThere());
 }
@@ -545,9 +528,7 @@ TEST_F(InterruptedRestoreTest, OneThatStoppedAfterItsCommitIsCompletedByTheNextU
 TEST_F(InterruptedRestoreTest, OneThatStoppedBeforeItsCommitIsUndoneByTheNextUse)
 {
     RestoreJournal journal = placedJournal(body);
-    journal.ids = {40};
-    ASSERT_TRUE(journal.saveIds().ok());
-    writeFile(device->mailFile(40), body);
+    leave(&journal, 40, body);
 
     const Listed listed = MessageStore().list();
 
@@ -561,20 +542,18 @@ TEST_F(InterruptedRestoreTest, OneThatStoppedBeforeItsCommitIsUndoneByTheNextUse
 TEST_F(InterruptedRestoreTest, AnUndoLeavesAFileOfAnotherMessageUnderAPlannedId)
 {
     RestoreJournal journal = placedJournal(body);
-    journal.ids = {40};
-    ASSERT_TRUE(journal.saveIds().ok());
-    writeFile(device->mailFile(40), "another message's file");
+    leave(&journal, 40, "another message's file");
 
     ASSERT_TRUE(MessageStore().list().status.ok());
 
-    EXPECT_EQ(fileBytes(device->mailFile(40)), "another message's file");
+    EXPECT_EQ(tavmms_test::readFileBytes(device->mailFile(40)), "another message's file");
     EXPECT_FALSE(RestoreJournal::isThere());
 }
 
 TEST_F(InterruptedRestoreTest, AJournalWithoutItsPlanChangedNothingAndIsRemoved)
 {
     ASSERT_TRUE(QDir().mkpath(RestoreJournal::directory()));
-    writeFile(RestoreJournal::stagedMailFile(3), body);
+    ASSERT_TRUE(tavmms_test::writeFileBytes(RestoreJournal::stagedMailFile(3), body));
 
     ASSERT_TRUE(MessageStore().list().status.ok());
 

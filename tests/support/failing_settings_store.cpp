@@ -9,9 +9,7 @@ FailingSettingsStore::FailingSettingsStore(tavplatform::SettingsStoreService& re
     : failing_(failing)
 {
     using tavplatform::SettingsStoreService;
-    const auto passOn = [&real](auto method) {
-        return [&real, method](auto&&... arguments) { return (real.*method)(arguments...); };
-    };
+    delegateTo(mock_, real);
     // A change: counted, then failed or passed on.
     const auto change = [this, &real](auto method, bool dropsBatch = false) {
         return [this, &real, method, dropsBatch](auto&&... arguments) {
@@ -23,20 +21,9 @@ FailingSettingsStore::FailingSettingsStore(tavplatform::SettingsStoreService& re
             return false;
         };
     };
-#define TAVMMS_PASS_ON(method)                                                                     \
-    ON_CALL(mock_, method).WillByDefault(passOn(&SettingsStoreService::method))
 #define TAVMMS_CHANGE(method)                                                                      \
     ON_CALL(mock_, method).WillByDefault(change(&SettingsStoreService::method))
 
-    TAVMMS_PASS_ON(open);
-    TAVMMS_PASS_ON(close);
-    TAVMMS_PASS_ON(readText);
-    TAVMMS_PASS_ON(readBool);
-    TAVMMS_PASS_ON(readInt);
-    TAVMMS_PASS_ON(readUInt);
-    TAVMMS_PASS_ON(readError);
-    TAVMMS_PASS_ON(entries);
-    TAVMMS_PASS_ON(abortBatch);
     TAVMMS_CHANGE(writeText);
     TAVMMS_CHANGE(writeBool);
     TAVMMS_CHANGE(writeInt);
@@ -45,9 +32,8 @@ FailingSettingsStore::FailingSettingsStore(tavplatform::SettingsStoreService& re
     TAVMMS_CHANGE(clearGroup);
     TAVMMS_CHANGE(flush);
     TAVMMS_CHANGE(beginBatch);
-    ON_CALL(mock_, commitBatch).WillByDefault(change(&SettingsStoreService::commitBatch, true));
-#undef TAVMMS_PASS_ON
 #undef TAVMMS_CHANGE
+    ON_CALL(mock_, commitBatch).WillByDefault(change(&SettingsStoreService::commitBatch, true));
 }
 
 } // namespace tavmms_test

@@ -22,7 +22,7 @@ public:
     bool failed() const { return changes_ >= failing_; }
 
 private:
-    ::testing::NiceMock<MockSettingsStore> mock_;
+    MockSettingsStore mock_;
     int failing_;
     int changes_ = 0;
 };

@@ -32,6 +32,21 @@ QString StoreDevice::mailFile(unsigned int id) const
     return dir.filePath(QStringLiteral("download/mms/mailfile/%1.mms").arg(id));
 }
 
+void StoreDevice::fillSettingsAndContacts()
+{
+    book.import("BEGIN:VCARD\r\nVERSION:3.0\r\nFN:Ann\r\nTEL;TYPE=CELL:+49 151 1\r\n"
+                "EMAIL:ann@example.org\r\nEND:VCARD\r\n");
+    ASSERT_TRUE(tavmms::store::setOwner(QStringLiteral("Me"), QStringLiteral("+4915550100")));
+    tavplatform::SettingsStoreService& settings = tavplatform::settingsStoreService();
+    ASSERT_TRUE(settings.writeInt(tavmms::settings::kProfileListGroup, QStringLiteral("Work"), 1));
+    ASSERT_TRUE(settings.writeText(QStringLiteral("Work"), tavmms::settings::kServerAddress,
+                                   QStringLiteral("http://mmsc.example"), false));
+    ASSERT_TRUE(settings.writeText(tavmms::settings::kGlobalGroup, tavmms::settings::kBlockList,
+                                   QStringLiteral("+4915550666"), false));
+    ASSERT_TRUE(
+        settings.writeInt(tavmms::settings::kGlobalGroup, tavmms::settings::kReadReport, 1));
+}
+
 tavmms::store::NewMessage messageWithAttachments(const QString& subject, const QDateTime& date)
 {
     const tavmms::pdu::EncodedBody body = tavmms::pdu::composeBody(

@@ -32,6 +32,10 @@ public:
 
     bool isValid() const { return dir.isValid() && book.isValid(); }
     QString mailFile(unsigned int id) const;
+    // Gives the store what a phone in use has set: a contact (Ann, a number and an e-mail
+    // address), the owner (Me, +4915550100), a profile "Work" with its server, a block list
+    // (+4915550666) and read reports asked for. A failure fails the test.
+    void fillSettingsAndContacts();
     QString filePath(const QString& name) const { return dir.filePath(name); }
 
     QTemporaryDir dir;
