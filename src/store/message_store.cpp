@@ -811,8 +811,9 @@ Listed MessageStore::list(const ListFilter& filter)
     listed.status = session.status;
     if (!listed.status.ok())
         return listed;
-    const std::optional<unsigned int> folder =
-        filter.anyFolder ? std::nullopt : std::optional<unsigned int>(filter.folder);
+    std::optional<unsigned int> folder;
+    if (!filter.anyFolder)
+        folder = filter.folder;
     const int r = forEachRow(folder, [&](unsigned int id, const MMS_UTIL_DBStruct_T& record) {
         MessageRow row{id, record};
         if (passes(filter, row))

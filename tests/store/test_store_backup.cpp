@@ -188,8 +188,9 @@ TEST_F(StoreBackupTest, TheArchiveCarriesAChecksumThatZstdTestsAndTarExtracts)
                               QStringLiteral("-C"), extracted},
                              dir.path());
     EXPECT_EQ(tar.exitCode, 0) << tar.err.toStdString();
-    EXPECT_EQ(fileBytes(extracted + QStringLiteral("/messages/%1.mms").arg(received)),
-              fileBytes(mailFile(received)));
+    EXPECT_EQ(
+        tavmms_test::readFileBytes(extracted + QStringLiteral("/messages/%1.mms").arg(received)),
+        tavmms_test::readFileBytes(mailFile(received)));
 }
 
 TEST_F(StoreBackupTest, EveryRowIsMadeAgainToTheByteFromTheIndexAlsoOneWithoutItsMailFile)
