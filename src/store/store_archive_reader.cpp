@@ -62,17 +62,18 @@ struct ArchiveReader::Handle {
         return la_ssize_t(output.pos);
     }
 
-    // Reads the next block of the file into `in`; none at its end.
+    // Reads the next bytes of the file into `in`, again after a signal; none at its end.
     bool fill()
     {
-        errno = 0;
-        const qint64 got = readAt(file.fd, offset, in.data(), qint64(in.size()));
-        if (got < qint64(in.size()) && errno != 0) {
+        ssize_t got;
+        do
+            got = ::read(file.fd, in.data(), in.size());
+        while (got < 0 && errno == EINTR);
+        if (got < 0) {
             errorNumber = errno;
             error = QStringLiteral("cannot read the archive");
             return false;
         }
-        offset += got;
         input = {in.data(), size_t(got), 0};
         return true;
     }
@@ -98,7 +99,6 @@ struct ArchiveReader::Handle {
     archive* a = archive_read_new();
     bool open = false;
     FileDescriptor file{-1};
-    qint64 offset = 0;
     DecompressionContext zstd{nullptr, ZSTD_freeDCtx};
     std::vector<char> in;
     std::vector<char> out;
@@ -215,8 +215,9 @@ ArchiveReader::Next ArchiveReader::finishFrame()
         return Next::End;
     // What follows the tar's end in the frame is read too, for the frame's checksum and its end.
     la_ssize_t n;
-    while ((n = handle.decompress()) > 0) {
-    }
+    do
+        n = handle.decompress();
+    while (n > 0);
     if (n < 0) {
         failWith(handle.error, handle.errorNumber);
         return Next::Error;

@@ -5,6 +5,7 @@
 
 #include "backup_contents.h"
 #include "message_store.h"
+#include "store_archive_writer.h"
 #include "store_backup.h"
 
 #include "support/archive_reader.h"
@@ -554,6 +555,45 @@ TEST_F(BackupContentsTest, AChecksumThatDoesNotMatchIsRefusedInZstdsWords)
         refusalOf(damagedPath()),
         QStringLiteral("the backup '%1' cannot be read: the compressed archive is damaged: %2")
             .arg(damagedPath(), QLatin1String(ZSTD_getErrorString(ZSTD_error_checksum_wrong))));
+}
+
+// `tar` in one zstd frame with a window of 2^windowLog bytes, written as a stream of a size not
+// known ahead, as the library's writer writes it.
+QByteArray compressed(const QByteArray& tar, int windowLog)
+{
+    const std::unique_ptr<ZSTD_CCtx, size_t (*)(ZSTD_CCtx*)> context(ZSTD_createCCtx(),
+                                                                     ZSTD_freeCCtx);
+    EXPECT_FALSE(ZSTD_isError(ZSTD_CCtx_setParameter(context.get(), ZSTD_c_windowLog, windowLog)));
+    QByteArray frame;
+    QByteArray block(qsizetype(ZSTD_CStreamOutSize()), Qt::Uninitialized);
+    ZSTD_inBuffer input{tar.constData(), size_t(tar.size()), 0};
+    for (const ZSTD_EndDirective directive : {ZSTD_e_continue, ZSTD_e_end}) {
+        size_t left = 0;
+        do {
+            ZSTD_outBuffer output{block.data(), size_t(block.size()), 0};
+            left = ZSTD_compressStream2(context.get(), &output, &input, directive);
+            EXPECT_FALSE(ZSTD_isError(left));
+            frame.append(block.constData(), qsizetype(output.pos));
+        } while (directive == ZSTD_e_end ? left != 0 && !ZSTD_isError(left)
+                                         : input.pos < input.size);
+    }
+    return frame;
+}
+
+// The reader allocates no more than the writer's window: a larger one is refused before it is.
+TEST_F(BackupContentsTest, AFrameWithALargerWindowThanTheWritersIsRefused)
+{
+    makeBackup();
+    const QByteArray tar = decoded(readFileBytes(backupPath()));
+    ASSERT_TRUE(tavmms_test::writeFileBytes(damagedPath(), compressed(tar, kArchiveWindowLog)));
+    EXPECT_TRUE(readBackup(damagedPath()).status.ok());
+
+    ASSERT_TRUE(tavmms_test::writeFileBytes(damagedPath(), compressed(tar, kArchiveWindowLog + 1)));
+    EXPECT_EQ(
+        refusalOf(damagedPath()),
+        QStringLiteral("the backup '%1' cannot be read: the compressed archive is damaged: %2")
+            .arg(damagedPath(),
+                 QLatin1String(ZSTD_getErrorString(ZSTD_error_frameParameter_windowTooLarge))));
 }
 
 TEST_F(BackupContentsTest, DataAfterTheCompressedArchiveIsRefused)
