@@ -280,8 +280,8 @@ private:
                                         .arg(*version));
             return false;
         }
-        // The zstd stream has no checksum of its own, and the manifest none in it: what it says
-        // of the archive is checked at least for its kind.
+        // The manifest sums up no part of itself, and backups of older releases carry no checksum
+        // over their zstd stream: what it says of the archive is checked at least for its kind.
         if (manifest->value(QStringLiteral("library")).toString().isEmpty() ||
             !QDateTime::fromString(manifest->value(QStringLiteral("created")).toString(),
                                    Qt::ISODate)

@@ -2,7 +2,7 @@
 #define TAVMMS_STORE_STORE_ARCHIVE_READER_H
 
 // A tar archive read member by member from a file, compressed or not: how a backup of the store is
-// read back. Beside the writer, the only other place that sees libarchive.
+// read back. Beside the writer, the only other place that sees libarchive and libzstd.
 
 #include <QString>
 
@@ -31,8 +31,9 @@ public:
 
     bool isOpen() const;
     // Moves to the next entry, skipping what is left of the data of this one, and fills `entry`.
-    // End after the last; Error, with error() set, on a damaged or cut archive. Every call after an
-    // error fails.
+    // End after the last, once a zstd frame has been read to its end, its checksum checked and
+    // nothing after it; Error, with error() set, on a damaged or cut archive, or data after the
+    // frame. Every call after an error fails.
     Next next(Entry* entry);
     // Reads up to `size` bytes of the entry's data into `buffer`: how many, 0 at its end, -1 on an
     // error.
@@ -43,6 +44,8 @@ public:
 
 private:
     void fail();
+    void failWith(const QString& text, int error);
+    Next finishFrame();
 
     struct Handle;
     std::unique_ptr<Handle> archive_;

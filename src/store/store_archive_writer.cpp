@@ -1,9 +1,16 @@
 #include "store_archive_writer.h"
 
+#include "mail_file_io.h"
+
 #include <archive.h>
 #include <archive_entry.h>
+#include <zstd.h>
 
+#include <cerrno>
+#include <cstring>
 #include <sys/stat.h>
+#include <sys/uio.h>
+#include <vector>
 
 namespace tavmms::store
 {
@@ -12,33 +19,85 @@ namespace
 {
 
 using Entry = std::unique_ptr<archive_entry, void (*)(archive_entry*)>;
+using CompressionContext = std::unique_ptr<ZSTD_CCtx, size_t (*)(ZSTD_CCtx*)>;
 
 } // namespace
 
+// libarchive writes the tar uncompressed through the callback below, which compresses it with
+// libzstd: libarchive's own zstd filter writes no checksum.
 struct ArchiveWriter::Handle {
-    archive* a = archive_write_new();
-    bool open = false;
+    explicit Handle(int fd) : fd(fd) {}
     ~Handle()
     {
-        // A writer dropped after a failure is not closed: closing would write an end that makes a
-        // cut archive look whole.
+        // A writer dropped unfinished, after a failure or not, is not closed: closing would write
+        // an end that makes a cut archive look whole.
+        if (a && !finished)
+            archive_write_fail(a);
         archive_write_free(a);
     }
+    Handle(const Handle&) = delete;
+    Handle& operator=(const Handle&) = delete;
+
+    bool setUp()
+    {
+        return zstd &&
+               !ZSTD_isError(ZSTD_CCtx_setParameter(zstd.get(), ZSTD_c_compressionLevel, 1)) &&
+               !ZSTD_isError(
+                   ZSTD_CCtx_setParameter(zstd.get(), ZSTD_c_windowLog, kArchiveWindowLog)) &&
+               !ZSTD_isError(ZSTD_CCtx_setParameter(zstd.get(), ZSTD_c_checksumFlag, 1)) &&
+               // One thread: the phone is in use while it backs up.
+               !ZSTD_isError(ZSTD_CCtx_setParameter(zstd.get(), ZSTD_c_nbWorkers, 0));
+    }
+
+    // Compresses `input` (all of it, or with ZSTD_e_end the frame's end too) and writes what comes
+    // out to the descriptor. False, with libarchive's error set, when either fails.
+    bool compress(ZSTD_inBuffer* input, ZSTD_EndDirective directive)
+    {
+        for (;;) {
+            ZSTD_outBuffer output{out.data(), out.size(), 0};
+            const size_t left = ZSTD_compressStream2(zstd.get(), &output, input, directive);
+            if (ZSTD_isError(left)) {
+                archive_set_error(a, 0, "cannot compress the archive: %s", ZSTD_getErrorName(left));
+                return false;
+            }
+            iovec part{out.data(), output.pos};
+            if (output.pos > 0 && writeAll(fd, &part, 1) != 0) {
+                const int error = errno;
+                archive_set_error(a, error, "cannot write the archive: %s", std::strerror(error));
+                return false;
+            }
+            if (directive == ZSTD_e_end ? left == 0 : input->pos == input->size)
+                return true;
+        }
+    }
+
+    static la_ssize_t write(archive*, void* data, const void* buffer, size_t length)
+    {
+        ZSTD_inBuffer input{buffer, length, 0};
+        return static_cast<Handle*>(data)->compress(&input, ZSTD_e_continue) ? la_ssize_t(length)
+                                                                             : -1;
+    }
+
+    archive* a = archive_write_new();
+    const int fd;
+    CompressionContext zstd{ZSTD_createCCtx(), ZSTD_freeCCtx};
+    std::vector<char> out = std::vector<char>(ZSTD_CStreamOutSize());
+    bool open = false;
+    bool finished = false;
 };
 
-ArchiveWriter::ArchiveWriter(int fd) : archive_(std::make_unique<Handle>())
+ArchiveWriter::ArchiveWriter(int fd) : archive_(std::make_unique<Handle>(fd))
 {
     archive* a = archive_->a;
-    if (!a) {
+    if (!a || !archive_->setUp()) {
         error_ = QStringLiteral("cannot start an archive: out of memory");
         return;
     }
-    // No padding after the compressed stream: the last block is as long as its bytes.
+    // No blocking: zstd gathers its blocks itself, and the archive ends where its last bytes do.
     if (archive_write_set_format_pax_restricted(a) != ARCHIVE_OK ||
-        archive_write_add_filter_zstd(a) != ARCHIVE_OK ||
-        archive_write_set_filter_option(a, "zstd", "compression-level", "1") != ARCHIVE_OK ||
-        archive_write_set_bytes_in_last_block(a, 1) != ARCHIVE_OK ||
-        archive_write_open_fd(a, fd) != ARCHIVE_OK) {
+        archive_write_set_bytes_per_block(a, 0) != ARCHIVE_OK ||
+        archive_write_open2(a, archive_.get(), nullptr, Handle::write, nullptr, nullptr) !=
+            ARCHIVE_OK) {
         fail();
         return;
     }
@@ -90,7 +149,11 @@ bool ArchiveWriter::finish()
 {
     if (!archive_->open)
         return false;
-    if (archive_write_close(archive_->a) != ARCHIVE_OK)
+    // Closed once, whatever comes of it: a failed end is not written again when the writer goes.
+    archive_->finished = true;
+    // The frame is ended here rather than in a close callback, whose failure libarchive drops.
+    ZSTD_inBuffer nothing{nullptr, 0, 0};
+    if (archive_write_close(archive_->a) != ARCHIVE_OK || !archive_->compress(&nothing, ZSTD_e_end))
         return fail();
     archive_->open = false;
     return true;

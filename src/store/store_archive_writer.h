@@ -2,7 +2,8 @@
 #define TAVMMS_STORE_STORE_ARCHIVE_WRITER_H
 
 // A tar archive (pax) compressed with zstd, written member by member to a file descriptor: what a
-// backup of the store is made of. With ArchiveReader, the only place that sees libarchive.
+// backup of the store is made of. With ArchiveReader, the only place that sees libarchive and
+// libzstd.
 
 #include <QByteArray>
 #include <QDateTime>
@@ -13,12 +14,18 @@
 namespace tavmms::store
 {
 
+// The zstd window of a backup, as a power of two: what level 1 takes when the size is not known
+// ahead, and the largest window the reader accepts, so that a damaged or hostile frame header
+// cannot make it allocate more.
+inline constexpr int kArchiveWindowLog = 19;
+
 class ArchiveWriter
 {
 public:
     // Starts an archive on `fd`, which stays the caller's: written to, never closed. zstd runs at
     // level 1, fast rather than small: a backup runs on the phone while it is in use, and mail
-    // files full of pictures and audio compress little more at higher levels.
+    // files full of pictures and audio compress little more at higher levels. Its one frame
+    // carries a checksum of the whole tar, which the reader checks to its last byte.
     explicit ArchiveWriter(int fd);
     ~ArchiveWriter();
     ArchiveWriter(const ArchiveWriter&) = delete;
@@ -28,7 +35,8 @@ public:
     // `data`, readable by its owner alone, with the modification time `time`. False, with error()
     // and errorNumber() set, when it cannot be written; every call after a failure fails.
     bool add(const QString& name, const QByteArray& data, const QDateTime& time);
-    // Writes the compressor's last bytes and the archive's end. False as add() fails.
+    // Writes the archive's end and the compressor's last bytes. False as add() fails. A writer
+    // dropped unfinished writes no end: a cut archive does not look whole.
     bool finish();
 
     QString error() const { return error_; }

@@ -165,6 +165,34 @@ TEST_F(StoreBackupTest, HoldsEveryMailFileRowSettingAndContactWithAManifestThatM
     }
 }
 
+// One zstd frame with a checksum of the whole tar: what zstd checks and GNU tar extracts.
+TEST_F(StoreBackupTest, TheArchiveCarriesAChecksumThatZstdTestsAndTarExtracts)
+{
+    const unsigned int received = receive(messageWithAttachments(QStringLiteral("In")));
+    const Backup backup = backupStore(backupPath());
+    ASSERT_TRUE(backup.status.ok()) << backup.status.text.toStdString();
+
+    const tavmms_test::ToolResult listed = tavmms_test::runTool(
+        QStringLiteral("zstd"), {QStringLiteral("-lv"), backupPath()}, dir.path());
+    EXPECT_EQ(listed.exitCode, 0) << listed.err.toStdString();
+    EXPECT_TRUE(listed.out.contains("Check: XXH64")) << listed.out.toStdString();
+    const tavmms_test::ToolResult tested = tavmms_test::runTool(
+        QStringLiteral("zstd"), {QStringLiteral("-t"), backupPath()}, dir.path());
+    EXPECT_EQ(tested.exitCode, 0) << tested.err.toStdString();
+
+    const QString extracted = dir.filePath(QStringLiteral("extracted"));
+    ASSERT_TRUE(QDir().mkpath(extracted));
+    const tavmms_test::ToolResult tar =
+        tavmms_test::runTool(QStringLiteral("tar"),
+                             {QStringLiteral("--zstd"), QStringLiteral("-xf"), backupPath(),
+                              QStringLiteral("-C"), extracted},
+                             dir.path());
+    EXPECT_EQ(tar.exitCode, 0) << tar.err.toStdString();
+    EXPECT_EQ(
+        tavmms_test::readFileBytes(extracted + QStringLiteral("/messages/%1.mms").arg(received)),
+        tavmms_test::readFileBytes(mailFile(received)));
+}
+
 TEST_F(StoreBackupTest, EveryRowIsMadeAgainToTheByteFromTheIndexAlsoOneWithoutItsMailFile)
 {
     const unsigned int kept = receive(messageWithAttachments(QStringLiteral("Grüße")));
