@@ -143,7 +143,7 @@ ArchiveReader::ArchiveReader(const QString& path) : archive_(std::make_unique<Ha
     }
     handle.zstd.reset(ZSTD_createDCtx());
     if (!handle.zstd || ZSTD_isError(ZSTD_DCtx_setParameter(handle.zstd.get(), ZSTD_d_windowLogMax,
-                                                            kArchiveWindowLog))) {
+                                                            kLargestArchiveWindowLog))) {
         error_ = QStringLiteral("cannot read an archive: out of memory");
         return;
     }

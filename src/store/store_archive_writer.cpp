@@ -25,14 +25,16 @@ using CompressionContext = std::unique_ptr<ZSTD_CCtx, size_t (*)(ZSTD_CCtx*)>;
 
 // libarchive writes the tar uncompressed through the callback below, which compresses it with
 // libzstd: libarchive's own zstd filter writes no checksum.
+//
+// A failure to compress or write is kept here rather than handed to libarchive, and the callback
+// drops whatever comes after it: an archive libarchive takes for failed is freed without its
+// buffers (libarchive 3.6 leaks them), and a close would write an end that makes a cut archive look
+// whole. So a writer dropped unfinished is closed with everything it writes dropped.
 struct ArchiveWriter::Handle {
     explicit Handle(int fd) : fd(fd) {}
     ~Handle()
     {
-        // A writer dropped unfinished, after a failure or not, is not closed: closing would write
-        // an end that makes a cut archive look whole.
-        if (a && !finished)
-            archive_write_fail(a);
+        dropping = true;
         archive_write_free(a);
     }
     Handle(const Handle&) = delete;
@@ -50,20 +52,22 @@ struct ArchiveWriter::Handle {
     }
 
     // Compresses `input` (all of it, or with ZSTD_e_end the frame's end too) and writes what comes
-    // out to the descriptor. False, with libarchive's error set, when either fails.
+    // out to the descriptor. False, with `failure` and `failureErrno` set, when either fails.
     bool compress(ZSTD_inBuffer* input, ZSTD_EndDirective directive)
     {
         for (;;) {
             ZSTD_outBuffer output{out.data(), out.size(), 0};
             const size_t left = ZSTD_compressStream2(zstd.get(), &output, input, directive);
             if (ZSTD_isError(left)) {
-                archive_set_error(a, 0, "cannot compress the archive: %s", ZSTD_getErrorName(left));
+                failure = QStringLiteral("cannot compress the archive: %1")
+                              .arg(QLatin1String(ZSTD_getErrorName(left)));
                 return false;
             }
             iovec part{out.data(), output.pos};
             if (output.pos > 0 && writeAll(fd, &part, 1) != 0) {
-                const int error = errno;
-                archive_set_error(a, error, "cannot write the archive: %s", std::strerror(error));
+                failureErrno = errno;
+                failure = QStringLiteral("cannot write the archive: %1")
+                              .arg(QString::fromLocal8Bit(std::strerror(failureErrno)));
                 return false;
             }
             if (directive == ZSTD_e_end ? left == 0 : input->pos == input->size)
@@ -73,9 +77,11 @@ struct ArchiveWriter::Handle {
 
     static la_ssize_t write(archive*, void* data, const void* buffer, size_t length)
     {
+        auto* handle = static_cast<Handle*>(data);
         ZSTD_inBuffer input{buffer, length, 0};
-        return static_cast<Handle*>(data)->compress(&input, ZSTD_e_continue) ? la_ssize_t(length)
-                                                                             : -1;
+        if (!handle->dropping && handle->failure.isEmpty())
+            handle->dropping = !handle->compress(&input, ZSTD_e_continue);
+        return la_ssize_t(length);
     }
 
     archive* a = archive_write_new();
@@ -83,7 +89,9 @@ struct ArchiveWriter::Handle {
     CompressionContext zstd{ZSTD_createCCtx(), ZSTD_freeCCtx};
     std::vector<char> out = std::vector<char>(ZSTD_CStreamOutSize());
     bool open = false;
-    bool finished = false;
+    bool dropping = false; // what libarchive writes goes nowhere
+    QString failure;       // why compressing or writing failed; empty while neither did
+    int failureErrno = 0;
 };
 
 ArchiveWriter::ArchiveWriter(int fd) : archive_(std::make_unique<Handle>(fd))
@@ -109,9 +117,13 @@ ArchiveWriter::~ArchiveWriter() = default;
 bool ArchiveWriter::fail()
 {
     const char* text = archive_->a ? archive_error_string(archive_->a) : nullptr;
-    errno_ = archive_->a ? archive_errno(archive_->a) : 0;
-    error_ = text ? QString::fromLocal8Bit(text) : QStringLiteral("the archive cannot be written");
+    errno_ = archive_->failure.isEmpty() ? (archive_->a ? archive_errno(archive_->a) : 0)
+                                         : archive_->failureErrno;
+    error_ = !archive_->failure.isEmpty() ? archive_->failure
+             : text                       ? QString::fromLocal8Bit(text)
+                                          : QStringLiteral("the archive cannot be written");
     archive_->open = false;
+    archive_->dropping = true;
     return false;
 }
 
@@ -130,17 +142,18 @@ bool ArchiveWriter::add(const QString& name, const QByteArray& data, const QDate
     archive_entry_set_perm(entry.get(), S_IRUSR | S_IWUSR);
     archive_entry_set_size(entry.get(), data.size());
     archive_entry_set_mtime(entry.get(), time.toSecsSinceEpoch(), 0);
-    if (archive_write_header(archive_->a, entry.get()) != ARCHIVE_OK)
+    if (archive_write_header(archive_->a, entry.get()) != ARCHIVE_OK ||
+        !archive_->failure.isEmpty())
         return fail();
     qsizetype written = 0;
     while (written < data.size()) {
         const la_ssize_t n = archive_write_data(archive_->a, data.constData() + written,
                                                 size_t(data.size() - written));
-        if (n <= 0)
+        if (n <= 0 || !archive_->failure.isEmpty())
             return fail();
         written += n;
     }
-    if (archive_write_finish_entry(archive_->a) != ARCHIVE_OK)
+    if (archive_write_finish_entry(archive_->a) != ARCHIVE_OK || !archive_->failure.isEmpty())
         return fail();
     return true;
 }
@@ -149,11 +162,10 @@ bool ArchiveWriter::finish()
 {
     if (!archive_->open)
         return false;
-    // Closed once, whatever comes of it: a failed end is not written again when the writer goes.
-    archive_->finished = true;
     // The frame is ended here rather than in a close callback, whose failure libarchive drops.
     ZSTD_inBuffer nothing{nullptr, 0, 0};
-    if (archive_write_close(archive_->a) != ARCHIVE_OK || !archive_->compress(&nothing, ZSTD_e_end))
+    if (archive_write_close(archive_->a) != ARCHIVE_OK || !archive_->failure.isEmpty() ||
+        !archive_->compress(&nothing, ZSTD_e_end))
         return fail();
     archive_->open = false;
     return true;

@@ -15,9 +15,12 @@ namespace tavmms::store
 {
 
 // The zstd window of a backup, as a power of two: what level 1 takes when the size is not known
-// ahead, and the largest window the reader accepts, so that a damaged or hostile frame header
-// cannot make it allocate more.
+// ahead.
 inline constexpr int kArchiveWindowLog = 19;
+// The largest window the reader accepts: what the zstd program takes up to level 19, so that a
+// backup recompressed by it still reads, and no more, so that a damaged or hostile frame header
+// cannot make the reader allocate more than 8 MiB.
+inline constexpr int kLargestArchiveWindowLog = 23;
 
 class ArchiveWriter
 {

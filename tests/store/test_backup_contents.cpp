@@ -580,15 +580,19 @@ QByteArray compressed(const QByteArray& tar, int windowLog)
     return frame;
 }
 
-// The reader allocates no more than the writer's window: a larger one is refused before it is.
-TEST_F(BackupContentsTest, AFrameWithALargerWindowThanTheWritersIsRefused)
+// A backup recompressed with a larger window than the writer's reads, up to the largest the
+// reader allocates; a larger one is refused before it is allocated.
+TEST_F(BackupContentsTest, AFrameWithAWindowOverTheLargestIsRefused)
 {
     makeBackup();
     const QByteArray tar = decoded(readFileBytes(backupPath()));
-    ASSERT_TRUE(tavmms_test::writeFileBytes(damagedPath(), compressed(tar, kArchiveWindowLog)));
-    EXPECT_TRUE(readBackup(damagedPath()).status.ok());
+    for (const int windowLog : {kArchiveWindowLog, kLargestArchiveWindowLog}) {
+        ASSERT_TRUE(tavmms_test::writeFileBytes(damagedPath(), compressed(tar, windowLog)));
+        EXPECT_TRUE(readBackup(damagedPath()).status.ok()) << windowLog;
+    }
 
-    ASSERT_TRUE(tavmms_test::writeFileBytes(damagedPath(), compressed(tar, kArchiveWindowLog + 1)));
+    ASSERT_TRUE(
+        tavmms_test::writeFileBytes(damagedPath(), compressed(tar, kLargestArchiveWindowLog + 1)));
     EXPECT_EQ(
         refusalOf(damagedPath()),
         QStringLiteral("the backup '%1' cannot be read: the compressed archive is damaged: %2")

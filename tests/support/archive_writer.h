@@ -21,8 +21,8 @@ enum class Compression { None, Zstd };
 void writeArchive(const QString& path, const QList<ArchiveMember>& members,
                   Compression compression = Compression::Zstd);
 
-// Writes at `path` the start of an archive whose one member `name` claims `size` bytes: its
-// header and a few blocks of its data, without the rest, which would take too long to write.
+// Writes at `path` the start of an uncompressed archive whose one member `name` claims `size`
+// bytes (up to 64 GiB): its header and a few blocks of its data, without the rest.
 void writeArchiveHead(const QString& path, const QString& name, qint64 size);
 
 // Rewriting a good backup's members, to make one damaged in a single way.
