@@ -3,6 +3,7 @@
 #include "file_descriptor.h"
 #include "file_status.h"
 #include "mail_file_io.h"
+#include "mail_file_names.h"
 #include "message_store.h"
 #include "sha256.h"
 #include "store_archive_reader.h"
@@ -39,29 +40,20 @@ const QString kIndex = QStringLiteral("index.json");
 const QString kSettings = QStringLiteral("settings.json");
 const QString kContacts = QStringLiteral("contacts.json");
 
-QString mailFileName(unsigned int id)
+const QString kMessagesFolder = QStringLiteral("messages/");
+
+QString mailFileMember(unsigned int id)
 {
-    return QStringLiteral("messages/%1.mms").arg(id);
+    return kMessagesFolder + mailFileName(id);
 }
 
 // The id of the member "messages/<id>.mms", its id written as the backup writes it (decimal, no
 // sign, no leading zero, 1 to the largest row id); 0 for any other name.
 unsigned int mailFileId(const QString& name)
 {
-    const QString prefix = QStringLiteral("messages/");
-    const QString suffix = QStringLiteral(".mms");
-    if (!name.startsWith(prefix) || !name.endsWith(suffix))
+    if (!name.startsWith(kMessagesFolder))
         return 0;
-    const QStringView digits =
-        QStringView(name).mid(prefix.size(), name.size() - prefix.size() - suffix.size());
-    if (digits.isEmpty() || digits.size() > 10 || digits.front() == QLatin1Char('0'))
-        return 0;
-    for (const QChar c : digits) {
-        if (c < QLatin1Char('0') || c > QLatin1Char('9'))
-            return 0;
-    }
-    const qulonglong id = digits.toULongLong();
-    return id <= UINT_MAX ? unsigned(id) : 0;
+    return idOfMailFileName(name.mid(kMessagesFolder.size())).value_or(0);
 }
 
 // A JSON number that is a whole number between `lowest` and `highest`.
@@ -355,12 +347,12 @@ private:
             if (!mailFile.toBool())
                 continue;
             withMailFile.insert(*id);
-            if (!sums_.contains(mailFileName(unsigned(*id))))
-                return refusedMember(mailFileName(unsigned(*id)), QStringLiteral("is missing"));
+            if (!sums_.contains(mailFileMember(unsigned(*id))))
+                return refusedMember(mailFileMember(unsigned(*id)), QStringLiteral("is missing"));
         }
         for (const BackupMailFile& mailFile : std::as_const(contents_.mailFiles)) {
             if (!withMailFile.contains(mailFile.id))
-                return refusedMember(mailFileName(mailFile.id),
+                return refusedMember(mailFileMember(mailFile.id),
                                      QStringLiteral("has no row in the index that names it"));
         }
         const QJsonObject counts = contents_.manifest.value(QStringLiteral("counts")).toObject();
