@@ -172,7 +172,7 @@ private:
                 return false;
         } else {
             // Named by the id alone: a name from the archive never reaches the file system.
-            const QString staged = QDir(staging_).filePath(QStringLiteral("%1.mms").arg(id));
+            const QString staged = QDir(staging_).filePath(mailFileName(id));
             const QString what = QStringLiteral("cannot write the mail file '%1'").arg(staged);
             FileDescriptor file{::open(QFile::encodeName(staged).constData(),
                                        O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600)};
