@@ -506,6 +506,9 @@ TEST_P(RestoreCutTest, CutAtAnyCallAddsAllTheBackupsMessagesOrNone)
 }
 
 INSTANTIATE_TEST_SUITE_P(PowerCutOrKill, RestoreCutTest,
-                         ::testing::Values(Cut::PowerCut, Cut::Kill));
+                         ::testing::Values(Cut::PowerCut, Cut::Kill),
+                         [](const ::testing::TestParamInfo<Cut>& info) {
+                             return info.param == Cut::Kill ? "Kill" : "PowerCut";
+                         });
 
 } // namespace
