@@ -5,6 +5,7 @@
 #include <cerrno>
 #include <cstring>
 #include <dirent.h>
+#include <filesystem>
 #include <memory>
 #include <sys/stat.h>
 
@@ -23,6 +24,13 @@ Status fileFailure(const QString& what, int error)
                            : error == EEXIST ? ErrorCode::Exists
                                              : ErrorCode::Failed,
                            what + QStringLiteral(": ") + errnoText(error));
+}
+
+Status makeDirectory(const QString& directory, const QString& what)
+{
+    std::error_code error;
+    std::filesystem::create_directories(QFile::encodeName(directory).toStdString(), error);
+    return error ? fileFailure(what, error.value()) : Status();
 }
 
 int directoryEntries(const QString& directory, QList<DirectoryEntry>* entries)

@@ -19,6 +19,10 @@ QString errnoText(int error);
 // "<what>: <errnoText>", as NoSpace for ENOSPC, Exists for EEXIST, else Failed.
 Status fileFailure(const QString& what, int error);
 
+// Makes `directory` and those it lies in when they are not there; "<what>: <errnoText>" as
+// fileFailure() gives it when that fails.
+Status makeDirectory(const QString& directory, const QString& what);
+
 // A name in a directory and what it is, a link taken for what it points at.
 struct DirectoryEntry {
     enum Kind { File, Directory, Other };

@@ -163,6 +163,11 @@ ExportedMany exportMbox(MessageStore& store, const ListFilter& filter, const QSt
     return result;
 }
 
+QString emlFilePath(const QString& directory, unsigned int id)
+{
+    return QDir(directory).filePath(QStringLiteral("%1.eml").arg(id));
+}
+
 ExportedMany exportEmlFiles(MessageStore& store, const ListFilter& filter, const QString& directory,
                             const ExportManyOptions& options)
 {
@@ -171,9 +176,8 @@ ExportedMany exportEmlFiles(MessageStore& store, const ListFilter& filter, const
             ErrorCode::Failed, QStringLiteral("cannot make the directory '%1'").arg(directory)));
     return exportEach(
         store, filter, options, [&](const ReadMessage& message, const QByteArray& eml) {
-            const QString path =
-                QDir(directory).filePath(QStringLiteral("%1.eml").arg(message.row.id));
-            const Status status = saveExportFile(path, eml, options.replace);
+            const Status status =
+                saveExportFile(emlFilePath(directory, message.row.id), eml, options.replace);
             return Written{status, status.code == ErrorCode::Exists};
         });
 }

@@ -84,6 +84,9 @@ TAVMMS_EXPORT QByteArray mboxEntry(const QByteArray& fromLine, const QByteArray&
 TAVMMS_EXPORT ExportedMany exportMbox(MessageStore& store, const ListFilter& filter,
                                       const QString& path, const ExportManyOptions& options = {});
 
+// The file exportEmlFiles() writes message `id` to in `directory`: "<id>.eml".
+TAVMMS_EXPORT QString emlFilePath(const QString& directory, unsigned int id);
+
 // Writes each message of `store` that `filter` chooses to "<id>.eml" in `directory`, which is made
 // when it is not there; each file whole or not at all, as saveExportFile() writes it. A file that
 // is there and is not to be replaced is left as it is, and its message skipped (Exists).

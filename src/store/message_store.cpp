@@ -34,7 +34,6 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
-#include <filesystem>
 #include <functional>
 #include <optional>
 #include <unistd.h>
@@ -350,15 +349,12 @@ struct TAVMMS_HIDDEN MessageStore::Impl {
     void begin(Session* session, bool writes)
     {
         const QString directory = MMS_UTIL_Common::getMailFileDir();
-        std::error_code error;
         if (writes) {
-            std::filesystem::create_directories(QFile::encodeName(directory).toStdString(), error);
-            if (error) {
-                session->status = fileFailure(
-                    QStringLiteral("cannot create the mail file directory '%1'").arg(directory),
-                    error.value());
+            session->status = makeDirectory(
+                directory,
+                QStringLiteral("cannot create the mail file directory '%1'").arg(directory));
+            if (!session->status.ok())
                 return;
-            }
         }
         session->table.emplace();
         session->status = session->table->openStatus();

@@ -2,6 +2,7 @@
 
 #include "backup_contents.h"
 #include "backup_records.h"
+#include "file_descriptor.h"
 #include "file_status.h"
 #include "index_row_fields.h"
 #include "index_rows.h"
@@ -24,7 +25,6 @@
 #include <cstdio>
 #include <cstring>
 #include <fcntl.h>
-#include <filesystem>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -196,15 +196,11 @@ Status plan(const BackupContents& contents, const QString& path, const QList<Mes
 // Makes what was written into the file system `directory` is on durable, in one call.
 Status syncFileSystem(const QString& directory)
 {
-    const int fd =
-        ::open(QFile::encodeName(directory).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    const int result = fd < 0 ? -1 : ::syncfs(fd);
-    const int error = errno;
-    if (fd >= 0)
-        ::close(fd);
-    if (result == 0)
+    const FileDescriptor dir{
+        ::open(QFile::encodeName(directory).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)};
+    if (dir.fd >= 0 && ::syncfs(dir.fd) == 0)
         return {};
-    return fileFailure(QStringLiteral("cannot sync the restored mail files"), error);
+    return fileFailure(QStringLiteral("cannot sync the restored mail files"), errno);
 }
 
 // Steps 2 to 5 of the journal: the rows in one transaction, their ids, the mail files in place,
@@ -257,16 +253,6 @@ Status apply(RestoreJournal* journal, const RestoreOptions& options)
     return {};
 }
 
-Status makeDirectory(const QString& directory)
-{
-    std::error_code error;
-    std::filesystem::create_directories(QFile::encodeName(directory).toStdString(), error);
-    if (error)
-        return fileFailure(QStringLiteral("cannot create the directory '%1'").arg(directory),
-                           error.value());
-    return {};
-}
-
 Status anotherRestore()
 {
     return Status::failure(
@@ -289,7 +275,9 @@ Restore restoreStore(const QString& path, const RestoreOptions& options)
     // The journal's directory lies in the working directory; the mail file directory is made
     // only once there is something to put into it.
     if (restore.status.ok() && !options.dryRun)
-        restore.status = makeDirectory(MMS_UTIL_Common::getWorkDir());
+        restore.status = makeDirectory(
+            MMS_UTIL_Common::getWorkDir(),
+            QStringLiteral("cannot create the directory '%1'").arg(MMS_UTIL_Common::getWorkDir()));
     StoreLock lock;
     if (restore.status.ok() && QFileInfo::exists(MMS_UTIL_Common::getWorkDir()))
         restore.status =
@@ -335,7 +323,9 @@ Restore restoreStore(const QString& path, const RestoreOptions& options)
     const IndexTable table;
     restore.status = table.openStatus();
     if (restore.status.ok())
-        restore.status = makeDirectory(MMS_UTIL_Common::getMailFileDir());
+        restore.status = makeDirectory(MMS_UTIL_Common::getMailFileDir(),
+                                       QStringLiteral("cannot create the directory '%1'")
+                                           .arg(MMS_UTIL_Common::getMailFileDir()));
     if (restore.status.ok())
         restore.status = apply(&journal, options);
     if (!restore.status.ok()) {

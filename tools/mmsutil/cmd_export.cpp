@@ -7,7 +7,6 @@
 #include <tavmmsutility.h>
 
 #include <QCommandLineParser>
-#include <QDir>
 
 namespace
 {
@@ -113,7 +112,7 @@ int exportMany(const QCommandLineParser& parser, const cli::Command& command,
             cli::warn(QStringLiteral("message %1 skipped: '%2' is there already; --force replaces "
                                      "it")
                           .arg(skipped.id)
-                          .arg(QDir(path).filePath(QStringLiteral("%1.eml").arg(skipped.id))));
+                          .arg(store::emlFilePath(path, skipped.id)));
         else
             cli::warn(
                 QStringLiteral("message %1 skipped: %2").arg(skipped.id).arg(skipped.status.text));
