@@ -3,6 +3,7 @@
 
 #include "commands.h"
 #include "mmshelpers.h"
+#include "textout.h"
 
 #include <tavmmsutility.h>
 
@@ -69,10 +70,8 @@ int runBackup(const cli::Command& command, const QStringList& arguments)
     if (backup.withoutFile > 0)
         cli::warn(QStringLiteral("%1 rows had no mail file; their rows alone are in the backup")
                       .arg(backup.withoutFile));
-    cli::out() << QStringLiteral("backed up %1 %2, %3 bytes, to %4\n")
-                      .arg(backup.messages)
-                      .arg(backup.messages == 1 ? QStringLiteral("message")
-                                                : QStringLiteral("messages"))
+    cli::out() << QStringLiteral("backed up %1, %2 bytes, to %3\n")
+                      .arg(textout::counted(backup.messages, "message"))
                       .arg(backup.archiveBytes)
                       .arg(path);
     return cli::ExitOk;

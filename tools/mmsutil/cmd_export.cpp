@@ -3,6 +3,7 @@
 
 #include "commands.h"
 #include "mmshelpers.h"
+#include "textout.h"
 
 #include <tavmmsutility.h>
 
@@ -61,11 +62,6 @@ int exportOne(const QCommandLineParser& parser, const ExportOptions& options, un
     return cli::ExitOk;
 }
 
-QString messagesText(qsizetype count)
-{
-    return count == 1 ? QStringLiteral("1 message") : QStringLiteral("%1 messages").arg(count);
-}
-
 int exportMany(const QCommandLineParser& parser, const cli::Command& command,
                const ExportOptions& options)
 {
@@ -95,7 +91,7 @@ int exportMany(const QCommandLineParser& parser, const cli::Command& command,
         shown = percent;
         cli::progressLine(QStringLiteral("exported %1 of %2 (%3%)")
                               .arg(progress.done)
-                              .arg(messagesText(progress.total))
+                              .arg(textout::counted(progress.total, "message"))
                               .arg(percent));
     };
     store::MessageStore messages;
@@ -123,8 +119,8 @@ int exportMany(const QCommandLineParser& parser, const cli::Command& command,
         return cli::fail(QStringLiteral("'%1' is there already; --force replaces it").arg(path));
     if (!exported.status.ok())
         return cli::storeFailure(exported.status);
-    QString summary =
-        QStringLiteral("exported %1 to %2").arg(messagesText(exported.exported), path);
+    QString summary = QStringLiteral("exported %1 to %2")
+                          .arg(textout::counted(exported.exported, "message"), path);
     if (!exported.skipped.isEmpty())
         summary += QStringLiteral(" (%1 skipped)").arg(exported.skipped.size());
     cli::warn(summary);

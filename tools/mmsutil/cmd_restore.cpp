@@ -2,6 +2,7 @@
 
 #include "commands.h"
 #include "mmshelpers.h"
+#include "textout.h"
 
 #include <tavmmsutility.h>
 
@@ -12,17 +13,12 @@ namespace
 
 namespace store = tavmms::store;
 
-QString counted(qsizetype count, const char* one, const char* many)
-{
-    return QStringLiteral("%1 %2").arg(count).arg(QLatin1String(count == 1 ? one : many));
-}
-
 // What the restore did, or with --dry-run would do, one line each.
 void report(const store::Restore& restore, bool dryRun)
 {
     const QString verb = dryRun ? QStringLiteral("would add") : QStringLiteral("added");
     cli::out() << QStringLiteral("%1 %2 (%3 with their mail files); %4 kept already\n")
-                      .arg(verb, counted(restore.messages, "message", "messages"))
+                      .arg(verb, textout::counted(restore.messages, "message"))
                       .arg(restore.mailFiles)
                       .arg(restore.duplicates);
     if (restore.settingsReplaced)
@@ -30,7 +26,7 @@ void report(const store::Restore& restore, bool dryRun)
                                      "with %2\n")
                           .arg(dryRun ? QStringLiteral("would replace")
                                       : QStringLiteral("replaced"),
-                               counted(restore.contacts, "contact", "contacts"));
+                               textout::counted(restore.contacts, "contact"));
     else
         cli::out() << QStringLiteral("kept the store's settings, profiles, owner and address book "
                                      "(--settings replaces them)\n");
