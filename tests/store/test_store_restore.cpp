@@ -539,6 +539,24 @@ TEST_F(InterruptedRestoreTest, OneThatStoppedBeforeItsCommitIsUndoneByTheNextUse
     EXPECT_FALSE(RestoreJournal::isThere());
 }
 
+// A repair would take the restore's placed mail file for one without its row: it undoes the
+// restore first, and finds nothing wrong.
+TEST_F(InterruptedRestoreTest, ARepairUndoesOneThatStoppedBeforeItsCommitBeforeItChecks)
+{
+    RestoreJournal journal = placedJournal(body);
+    leave(&journal, 40, body);
+    CheckOptions options;
+    options.repair = true;
+
+    const CheckReport report = checkStore(options);
+
+    ASSERT_TRUE(report.status.ok()) << report.status.text.toStdString();
+    EXPECT_TRUE(report.problems.isEmpty());
+    EXPECT_FALSE(QFileInfo::exists(device->mailFile(40)));
+    EXPECT_EQ(MMS_UTIL_Setting::getBlockList(), QStringLiteral("+4915550777"));
+    EXPECT_FALSE(RestoreJournal::isThere());
+}
+
 TEST_F(InterruptedRestoreTest, AnUndoLeavesAFileOfAnotherMessageUnderAPlannedId)
 {
     RestoreJournal journal = placedJournal(body);
