@@ -182,7 +182,6 @@ Status plan(const BackupContents& contents, const QString& path, const QList<Mes
     journal->blockListBefore = MMS_UTIL_Setting::getBlockList();
     const bool empty = rows.isEmpty() && contacts->isEmpty();
     restore->settingsReplaced = options.settings || empty;
-    restore->settingsKept = !restore->settingsReplaced;
     if (restore->settingsReplaced) {
         journal->settings = contents.settings;
         journal->contacts = contactsFromJson(contents.contacts);

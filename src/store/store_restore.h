@@ -50,13 +50,14 @@ struct TAVMMS_EXPORT Restore {
     // disk; Busy when another restore runs, or the store's lock was held too long.
     Status status;
     QString path;
-    qsizetype messages = 0;        // messages added
-    qsizetype mailFiles = 0;       // of which with their mail file
-    qsizetype duplicates = 0;      // messages of the backup the store keeps already, not added
-    bool settingsReplaced = false; // the settings, profiles, address book and owner
-    bool settingsKept = false;     // kept, since the store was not empty and it was not asked
-    qsizetype contacts = 0;        // contacts of the address book written, when replaced
-    QStringList blocked;           // addresses added to the block list
+    qsizetype messages = 0;   // messages added
+    qsizetype mailFiles = 0;  // of which with their mail file
+    qsizetype duplicates = 0; // messages of the backup the store keeps already, not added
+    // The settings, profiles, address book and owner were replaced; else the store's were kept,
+    // since it was not empty and it was not asked.
+    bool settingsReplaced = false;
+    qsizetype contacts = 0; // contacts of the address book written, when replaced
+    QStringList blocked;    // addresses added to the block list
     QList<std::pair<unsigned int, unsigned int>> ids; // the backup's id to the new one, in order
 };
 

@@ -199,7 +199,6 @@ TEST_F(StoreRestoreTest, IntoAnEmptyStoreEverythingComesBackUnderNewIds)
     EXPECT_EQ(restore.mailFiles, 4);
     EXPECT_EQ(restore.duplicates, 0);
     EXPECT_TRUE(restore.settingsReplaced);
-    EXPECT_FALSE(restore.settingsKept);
     EXPECT_EQ(restore.contacts, 1);
     EXPECT_EQ(restore.blocked, QStringList{QStringLiteral("+4915550666")});
     ASSERT_EQ(restore.ids.size(), 5);
@@ -273,7 +272,6 @@ TEST_F(StoreRestoreTest, IntoAStoreWithMessagesTheMessagesMergeAndTheSettingsSta
     ASSERT_TRUE(restore.status.ok()) << restore.status.text.toStdString();
     EXPECT_EQ(restore.messages, 5);
     EXPECT_FALSE(restore.settingsReplaced);
-    EXPECT_TRUE(restore.settingsKept);
     EXPECT_EQ(restore.blocked, QStringList{QStringLiteral("+4915550666")});
     const StoreState after = storeState();
     EXPECT_EQ(after.rows.size(), 6);
