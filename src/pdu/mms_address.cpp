@@ -31,4 +31,17 @@ MMS_UTIL_Entry addressEntry(const QString& text)
     return entry;
 }
 
+QString pduAddress(const MMS_UTIL_Entry& entry)
+{
+    if (entry.type != MMS_UTIL_ADDR_PLMN)
+        return entry.address;
+    // The spaces, dashes and brackets a person types into a number are no part of the address.
+    QString number;
+    for (const QChar c : entry.address) {
+        if (c.isDigit() || (c == u'+' && number.isEmpty()))
+            number.append(c);
+    }
+    return number + QStringLiteral("/TYPE=PLMN");
+}
+
 } // namespace tavmms::pdu

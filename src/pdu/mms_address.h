@@ -16,6 +16,10 @@ namespace tavmms::pdu
 // digits and "+" is a phone number. Another type ("10.0.0.1/TYPE=IPv4") has no entry type of its
 // own: it becomes an unknown one that keeps the whole text. The entry has no name.
 TAVMMS_EXPORT MMS_UTIL_Entry addressEntry(const QString& text);
+// The address a PDU carries for `entry`, the other way: a phone number in its global form, its
+// digits and a leading "+" alone, with the "/TYPE=PLMN" suffix; any other entry's address as it
+// is.
+TAVMMS_EXPORT QString pduAddress(const MMS_UTIL_Entry& entry);
 
 } // namespace tavmms::pdu
 

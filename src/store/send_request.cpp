@@ -3,6 +3,7 @@
 #include "message_content_type.h"
 #include "message_store_types.h"
 
+#include "mms_address.h"
 #include "mms_pdu.h"
 #include "mms_util_msgheaderbase.h"
 
@@ -25,24 +26,11 @@ quint64 yesOrNo(bool flag)
     return flag ? kYes : kNo;
 }
 
-// How a PDU addresses `entry`: a phone number in its global form, typed.
-QString pduAddress(const MMS_UTIL_Entry& entry)
-{
-    if (entry.type != MMS_UTIL_ADDR_PLMN)
-        return entry.address;
-    QString number;
-    for (const QChar c : entry.address) {
-        if (c.isDigit() || (c == u'+' && number.isEmpty()))
-            number.append(c);
-    }
-    return number + QStringLiteral("/TYPE=PLMN");
-}
-
 void addRecipients(pdu::Pdu* request, pdu::Field field, const MMS_UTIL_EntryList& list)
 {
     for (const MMS_UTIL_Entry* entry : list) {
         if (entry && !entry->address.isEmpty())
-            request->headers.append(pdu::HeaderField::textField(field, pduAddress(*entry)));
+            request->headers.append(pdu::HeaderField::textField(field, pdu::pduAddress(*entry)));
     }
 }
 

@@ -1,6 +1,7 @@
 // The addresses MMS PDUs carry, as the library's entries keep them.
 
 #include "mms_address.h"
+#include "support/model_helpers.h"
 
 #include <gtest/gtest.h>
 
@@ -8,6 +9,12 @@ namespace
 {
 
 using tavmms::pdu::addressEntry;
+using tavmms::pdu::pduAddress;
+
+MMS_UTIL_Entry entry(MMS_UTIL_ADDR_TYPE_T type, const char* address)
+{
+    return tavmms_test::makeEntry(QString(), type, QString::fromUtf8(address));
+}
 
 TEST(MmsAddressTest, TakesTheTypeSuffixOffAndTypesTheEntryByIt)
 {
@@ -33,6 +40,34 @@ TEST(MmsAddressTest, TakesTheTypeSuffixOffAndTypesTheEntryByIt)
         EXPECT_EQ(entry.type, c.type);
         EXPECT_EQ(entry.address, QString::fromUtf8(c.address));
         EXPECT_TRUE(entry.name.isEmpty());
+    }
+}
+
+TEST(MmsAddressTest, WritesAPhoneNumberInItsGlobalFormWithItsType)
+{
+    EXPECT_EQ(pduAddress(entry(MMS_UTIL_ADDR_PLMN, "+15550101")), "+15550101/TYPE=PLMN");
+    EXPECT_EQ(pduAddress(entry(MMS_UTIL_ADDR_PLMN, "+1 (555) 010-1")), "+15550101/TYPE=PLMN");
+    // Only a leading "+" is kept.
+    EXPECT_EQ(pduAddress(entry(MMS_UTIL_ADDR_PLMN, "555+0101")), "5550101/TYPE=PLMN");
+    EXPECT_EQ(pduAddress(entry(MMS_UTIL_ADDR_PLMN, "")), "/TYPE=PLMN");
+}
+
+TEST(MmsAddressTest, WritesAnyOtherAddressAsItIs)
+{
+    EXPECT_EQ(pduAddress(entry(MMS_UTIL_ADDR_EMAIL, "ann@example.org")), "ann@example.org");
+    EXPECT_EQ(pduAddress(entry(MMS_UTIL_ADDR_UNKNOWN, "10.0.0.1/TYPE=IPv4")), "10.0.0.1/TYPE=IPv4");
+    EXPECT_EQ(pduAddress(entry(MMS_UTIL_ADDR_UNKNOWN, "+1 555")), "+1 555");
+}
+
+TEST(MmsAddressTest, AnAddressWrittenReadsBackAsTheSameEntry)
+{
+    for (const MMS_UTIL_Entry& written :
+         {entry(MMS_UTIL_ADDR_PLMN, "+15550101"), entry(MMS_UTIL_ADDR_EMAIL, "ann@example.org"),
+          entry(MMS_UTIL_ADDR_UNKNOWN, "10.0.0.1/TYPE=IPv4")}) {
+        SCOPED_TRACE(written.address.toStdString());
+        const MMS_UTIL_Entry read = addressEntry(pduAddress(written));
+        EXPECT_EQ(read.type, written.type);
+        EXPECT_EQ(read.address, written.address);
     }
 }
 
