@@ -54,7 +54,7 @@ struct TAVMMS_EXPORT TransactionError {
 
 // An m-send.conf: the MMSC's answer to an m-send.req.
 struct TAVMMS_EXPORT SendConf {
-    QString transactionId;
+    QString transactionId;      // required: the m-send.req's, which this answers
     quint64 responseStatus = 0; // required
     QString responseText;       // empty without one
     QString messageId;          // empty without one (an error status carries none)
@@ -64,15 +64,16 @@ TAVMMS_EXPORT std::optional<SendConf> decodeSendConf(QByteArrayView bytes,
 
 // An m-notification.ind: a message waits at the MMSC.
 struct TAVMMS_EXPORT Notification {
-    QString transactionId;      // required
-    quint8 version = 0x90;      // X-Mms-MMS-Version as carried (0x92 is 1.2)
-    QString from;               // empty without one, or when the MMSC was to insert it
-    QString subject;            // decoded from its charset
-    QString messageClass;       // "Personal", "Advertisement", "Informational", "Auto" or a token
-    quint64 messageSize = 0;    // required
-    quint64 expiry = 0;         // required: an absolute date (seconds since 1970) or, when
-    bool expiryRelative = true; // `expiryRelative`, seconds from the notification's arrival
-    QString contentLocation;    // required: the URI to fetch the message from
+    QString transactionId;              // required
+    quint8 version = 0x90;              // X-Mms-MMS-Version as carried (0x92 is 1.2)
+    QString from;                       // empty without one, or when the MMSC was to insert it
+    QString subject;                    // decoded from its charset
+    QString messageClass;               // "Personal", "Advertisement", "Informational", "Auto" or a
+                                        // token; empty without one, or for a number of no class
+    quint64 messageSize = 0;            // required
+    quint64 expiry = 0;                 // required: an absolute date (seconds since 1970) or, when
+    bool expiryRelative = true;         // `expiryRelative`, seconds from the notification's arrival
+    QString contentLocation;            // required: the URI to fetch the message from
     std::optional<bool> deliveryReport; // X-Mms-Delivery-Report, when given
 };
 TAVMMS_EXPORT std::optional<Notification> decodeNotification(QByteArrayView bytes,
@@ -80,9 +81,9 @@ TAVMMS_EXPORT std::optional<Notification> decodeNotification(QByteArrayView byte
 
 // An m-delivery.ind: what became of a sent message at one recipient.
 struct TAVMMS_EXPORT DeliveryReport {
-    QString messageId; // required
-    QString to;        // required: the recipient, as carried ("+15550101/TYPE=PLMN")
-    qint64 date = 0;   // required: seconds since 1970
+    QString messageId;  // required
+    QString to;         // required: the recipient, as carried ("+15550101/TYPE=PLMN")
+    qint64 date = 0;    // required: seconds since 1970
     quint64 status = 0; // required: X-Mms-Status
 };
 TAVMMS_EXPORT std::optional<DeliveryReport> decodeDeliveryReport(QByteArrayView bytes,
@@ -90,10 +91,11 @@ TAVMMS_EXPORT std::optional<DeliveryReport> decodeDeliveryReport(QByteArrayView 
 
 // An m-read-orig.ind: a recipient read (or deleted) a sent message.
 struct TAVMMS_EXPORT ReadReport {
-    QString messageId; // required
-    QString to;        // required: the original sender, as carried
-    QString from;      // required: the recipient who read it, as carried
-    qint64 date = 0;   // required
+    QString messageId;      // required
+    QString to;             // required: the original sender, as carried
+    QString from;           // required: the recipient who read it, as carried; empty when
+                            // the MMSC was to insert it
+    qint64 date = 0;        // required
     quint64 readStatus = 0; // required: X-Mms-Read-Status
 };
 TAVMMS_EXPORT std::optional<ReadReport> decodeReadReport(QByteArrayView bytes,
