@@ -1,20 +1,51 @@
 // MMS PDUs read from arbitrary bytes: each decodes or gives an error naming an offset within the
 // data, never a read past the end; each PDU that decodes, encoded again, decodes to the same
-// header fields and body; and a message read whole, written again, reads back with the same
-// header fields and the same parts' data.
+// header fields and body; a message read whole, written again, reads back with the same header
+// fields and the same parts' data; and each reader of a transaction PDU refuses in words, as
+// malformed only what does not read and as of another type only another type.
 
 #include "fuzz_require.h"
 #include "mms_message.h"
 #include "mms_pdu.h"
+#include "transaction_pdu.h"
 
 #include <cstddef>
 #include <cstdint>
+
+namespace
+{
+
+template <typename Decode>
+void checkTransactionPdu(Decode decode, tavmms::pdu::MessageType type, const QByteArray& bytes,
+                         const std::optional<tavmms::pdu::Pdu>& pdu)
+{
+    using tavmms::pdu::TransactionError;
+    TransactionError error;
+    const bool decoded = decode(bytes, &error).has_value();
+    if (!pdu)
+        require(!decoded && error.kind == TransactionError::Malformed,
+                "bytes that do not read are refused as malformed");
+    else if (pdu->number(tavmms::pdu::Field::MessageType) != quint64(type))
+        require(!decoded && error.kind == TransactionError::WrongType,
+                "a PDU of another type is refused as such");
+    else
+        require(decoded || error.kind == TransactionError::MissingField,
+                "a PDU of the type that reads is refused only for a missing field");
+    require(decoded || !error.text.isEmpty(), "a refusal says why");
+}
+
+} // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
     const QByteArray bytes(reinterpret_cast<const char*>(data), qsizetype(size));
     tavmms::pdu::DecodeError error;
     const std::optional<tavmms::pdu::Pdu> pdu = tavmms::pdu::decodePdu(bytes, &error);
+    using tavmms::pdu::MessageType;
+    checkTransactionPdu(tavmms::pdu::decodeSendConf, MessageType::SendConf, bytes, pdu);
+    checkTransactionPdu(tavmms::pdu::decodeNotification, MessageType::NotificationInd, bytes, pdu);
+    checkTransactionPdu(tavmms::pdu::decodeDeliveryReport, MessageType::DeliveryInd, bytes, pdu);
+    checkTransactionPdu(tavmms::pdu::decodeReadReport, MessageType::ReadOrigInd, bytes, pdu);
     if (!pdu) {
         require(error.offset >= 0 && error.offset <= bytes.size(),
                 "an error names an offset within the data or at its end");
