@@ -129,8 +129,7 @@ qint64 seconds(quint64 number)
 
 QString messageClass(const HeaderField& field)
 {
-    return field.text.isEmpty() && field.raw.isNull() ? nameIn(kMessageClasses, field.number)
-                                                      : field.text;
+    return field.text.isEmpty() && field.raw.isNull() ? messageClassName(field.number) : field.text;
 }
 
 // A PDU the phone sends: its type first, as every PDU begins.
@@ -167,6 +166,11 @@ QString messageStatusName(quint64 status)
 QString readStatusName(quint64 status)
 {
     return nameIn(kReadStatuses, status);
+}
+
+QString messageClassName(quint64 messageClass)
+{
+    return nameIn(kMessageClasses, messageClass);
 }
 
 std::optional<SendConf> decodeSendConf(QByteArrayView bytes, TransactionError* error)

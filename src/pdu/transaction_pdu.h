@@ -43,6 +43,9 @@ TAVMMS_EXPORT bool isTransientResponseStatus(quint64 status);
 TAVMMS_EXPORT QString messageStatusName(quint64 status);
 // "Read", "Deleted without being read"; empty for another number.
 TAVMMS_EXPORT QString readStatusName(quint64 status);
+// "Personal", "Advertisement", "Informational", "Auto" for X-Mms-Message-Class 128 to 131; empty
+// for another number.
+TAVMMS_EXPORT QString messageClassName(quint64 messageClass);
 
 // Why bytes are not the PDU asked for: they do not read (offset and what was expected there), or
 // they read as a PDU of another type, or a field the type must carry is missing.

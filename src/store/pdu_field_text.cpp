@@ -3,8 +3,11 @@
 #include "charsets.h"
 #include "message_content_type.h"
 #include "mms_pdu.h"
+#include "transaction_pdu.h"
 
 #include <QDateTime>
+
+#include <utility>
 
 namespace tavmms::store
 {
@@ -33,22 +36,16 @@ struct OctetNames {
     std::initializer_list<Named> names;
 };
 
+// The fields whose octets the codec names.
+constexpr std::pair<Field, QString (*)(quint64)> kCodecNames[] = {
+    {Field::MessageType, pdu::messageTypeName},       {Field::MessageClass, pdu::messageClassName},
+    {Field::Status, pdu::messageStatusName},          {Field::ReadStatus, pdu::readStatusName},
+    {Field::ResponseStatus, pdu::responseStatusName},
+};
+
 const OctetNames kOctetNames[] = {
     {Field::Priority, {{128, "Low"}, {129, "Normal"}, {130, "High"}}},
     {Field::SenderVisibility, {{128, "Hide"}, {129, "Show"}}},
-    {Field::MessageClass,
-     {{128, "Personal"}, {129, "Advertisement"}, {130, "Informational"}, {131, "Auto"}}},
-    {Field::Status,
-     {{128, "Expired"},
-      {129, "Retrieved"},
-      {130, "Rejected"},
-      {131, "Deferred"},
-      {132, "Unrecognised"},
-      {133, "Indeterminate"},
-      {134, "Forwarded"},
-      {135, "Unreachable"}}},
-    {Field::ReadStatus, {{128, "Read"}, {129, "Deleted without being read"}}},
-    {Field::ResponseStatus, {{128, "Ok"}}},
     {Field::RetrieveStatus, {{128, "Ok"}}},
     {Field::ReplyCharging,
      {{128, "Requested"},
@@ -71,10 +68,12 @@ const OctetNames kOctetNames[] = {
 // The name of octet `number` in `field`, else the number in decimal.
 QString octetText(const pdu::HeaderField& field)
 {
-    if (field.is(Field::MessageType)) {
-        const QString name = pdu::messageTypeName(field.number);
-        if (!name.isEmpty())
-            return name;
+    for (const auto& [named, name] : kCodecNames) {
+        if (field.is(named)) {
+            const QString text = name(field.number);
+            if (!text.isEmpty())
+                return text;
+        }
     }
     for (const Field yesNo : kYesNoFields) {
         if (field.is(yesNo) && (field.number == 128 || field.number == 129))

@@ -576,4 +576,14 @@ TEST(TransactionPduTest, NamesEveryReadStatus)
         EXPECT_TRUE(readStatusName(unknown).isEmpty()) << unknown;
 }
 
+TEST(TransactionPduTest, NamesEveryMessageClass)
+{
+    EXPECT_EQ(messageClassName(128), "Personal");
+    EXPECT_EQ(messageClassName(129), "Advertisement");
+    EXPECT_EQ(messageClassName(130), "Informational");
+    EXPECT_EQ(messageClassName(131), "Auto");
+    for (const quint64 unknown : {0, 127, 132, 255})
+        EXPECT_TRUE(messageClassName(unknown).isEmpty()) << unknown;
+}
+
 } // namespace

@@ -66,6 +66,18 @@ TEST_F(PduFieldTextTest, YesNoPriorityAndVisibilityAreWords)
     EXPECT_EQ(valueOf(HeaderField::octet(Field::Status, 129)), QStringLiteral("Retrieved"));
 }
 
+TEST_F(PduFieldTextTest, StatusesAreTheirNamesAndANumberWithoutOneStaysANumber)
+{
+    EXPECT_EQ(valueOf(HeaderField::octet(Field::ResponseStatus, 227)),
+              QStringLiteral("Error-permanent-sending-address-unresolved"));
+    EXPECT_EQ(valueOf(HeaderField::octet(Field::ResponseStatus, 200)), QStringLiteral("200"));
+    EXPECT_EQ(valueOf(HeaderField::octet(Field::ReadStatus, 129)),
+              QStringLiteral("Deleted without being read"));
+    EXPECT_EQ(valueOf(HeaderField::octet(Field::Status, 135)), QStringLiteral("Unreachable"));
+    EXPECT_EQ(valueOf(HeaderField::octet(Field::Status, 140)), QStringLiteral("140"));
+    EXPECT_EQ(valueOf(HeaderField::octet(Field::MessageClass, 140)), QStringLiteral("140"));
+}
+
 TEST_F(PduFieldTextTest, FromIsItsAddressOrTheInsertAddressToken)
 {
     EXPECT_EQ(valueOf(HeaderField::insertAddressFrom()), QStringLiteral("insert-address-token"));
