@@ -2,6 +2,7 @@
 
 #include "mms_pdu.h"
 
+#include <initializer_list>
 #include <limits>
 
 namespace tavmms::pdu
@@ -94,8 +95,7 @@ std::optional<Pdu> pduOfType(QByteArrayView bytes, MessageType wanted, Transacti
     if (!pdu)
         return refuse(error, TransactionError::Malformed,
                       QStringLiteral("offset %1: expected %2")
-                          .arg(decodeError.offset)
-                          .arg(decodeError.expected));
+                          .arg(QString::number(decodeError.offset), decodeError.expected));
     // A PDU that reads begins with its type.
     const quint64 type = *pdu->number(Field::MessageType);
     if (type == quint64(wanted))
