@@ -51,7 +51,7 @@ CONTENT_TYPES = [
     "*/*", "text/*", "text/html", "text/plain", "text/x-hdml", "text/x-ttml",
     "text/x-vCalendar", "text/x-vCard", "text/vnd.wap.wml", "text/vnd.wap.wmlscript",
     "text/vnd.wap.wta-event", "multipart/*", "multipart/mixed", "multipart/form-data",
-    "multipart/byterantes", "multipart/alternative", "application/*", "application/java-vm",
+    "multipart/byteranges", "multipart/alternative", "application/*", "application/java-vm",
     "application/x-www-form-urlencoded", "application/x-hdmlc", "application/vnd.wap.wmlc",
     "application/vnd.wap.wmlscriptc", "application/vnd.wap.wta-eventc",
     "application/vnd.wap.uaprof", "application/vnd.wap.wtls-ca-certificate",
@@ -186,7 +186,7 @@ class Reader:
             self.fail(f"text that is not {charset}")
 
     def encoded_string(self):
-        if self.peek() > 31:
+        if _is_text(self.peek()):
             return self.text()
         inner = self.sub(self.value_length(), "encoded string")
         charset = inner.charset_number()
