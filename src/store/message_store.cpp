@@ -159,7 +159,7 @@ MMS_UTIL_DBStruct_T rowOf(const MMS_UTIL_MsgHeaderBase& header, const NewMessage
 {
     MMS_UTIL_DBStruct_T row = headerRow(header);
     row.cmn_fld_time_msg_reach_phone = quint32(QDateTime::currentSecsSinceEpoch());
-    row.cmn_fld_msg_attr_read = state == State::Received ? 0 : 1;
+    row.cmn_fld_msg_attr_read = folder == Folder::Inbox ? 0 : 1;
     row.cmn_fld_folder_id = unsigned(folder);
     row.cmn_fld_send_receive_state = ushort(state);
     const BodyContents contents = bodyContents(header.contentType, message.body);
@@ -308,6 +308,43 @@ bool holdsMessageId(unsigned int id, const QString& messageId)
     return header.messageId == messageId;
 }
 
+// Duplicate, naming the kept message in `existing`, when a row but `self` holds the URI the
+// message came with, or its Message-ID (one longer than the row's field confirmed in the kept
+// message's mail file); in the transaction open now.
+Status duplicateCheck(const MMS_UTIL_DBStruct_T& row, const QString& uri, const QString& messageId,
+                      unsigned int self, unsigned int* existing)
+{
+    const struct {
+        const char* field;
+        QByteArray text;
+        QString whole; // what the row may have cut, to be confirmed in the mail file
+    } keys[] = {
+        // a URI made here is new: only one the message came with is looked for
+        {kUriField, uri.isEmpty() ? QByteArray() : QByteArray(row.mms_fld_msguri_name), QString()},
+        {kMessageIdField, QByteArray(row.mms_fld_msgid_name), messageId}};
+    for (const auto& key : keys) {
+        if (key.text.isEmpty())
+            continue;
+        const bool cut = !key.whole.isEmpty() && key.whole.toUtf8() != key.text;
+        int r = DB_OK;
+        const QList<unsigned int> ids = rowsWith(key.field, key.text, &r);
+        if (r != DB_OK)
+            return databaseFailure(QStringLiteral("cannot look for the message"), r);
+        for (const unsigned int id : ids) {
+            if (id == self || (cut && !holdsMessageId(id, key.whole)))
+                continue;
+            *existing = id;
+            return Status::failure(
+                ErrorCode::Duplicate,
+                QStringLiteral("message %1 has the same %2 '%3'; the message was not kept again")
+                    .arg(id)
+                    .arg(QLatin1String(key.field == kUriField ? "URI" : "Message-ID"),
+                         cut ? key.whole : QString::fromUtf8(key.text)));
+        }
+    }
+    return {};
+}
+
 } // namespace
 
 struct TAVMMS_HIDDEN MessageStore::Impl {
@@ -371,6 +408,7 @@ struct TAVMMS_HIDDEN MessageStore::Impl {
     Removed remove(unsigned int id);
     Added keep(MMS_UTIL_MsgHeaderBase& header, const NewMessage& message, Folder folder,
                State state, bool refuseDuplicates);
+    Added receive(const NewMessage& message, State state, bool allowDuplicate);
     Status changeRow(unsigned int id, const std::function<void(MMS_UTIL_DBStruct_T*)>& change);
     Changed changeRows(const QList<unsigned int>& ids,
                        const std::function<void(MMS_UTIL_DBStruct_T*)>& change);
@@ -405,37 +443,10 @@ Added MessageStore::Impl::keep(MMS_UTIL_MsgHeaderBase& header, const NewMessage&
         return added;
     }
     if (refuseDuplicates) {
-        const struct {
-            const char* field;
-            QByteArray text;
-            QString whole; // what the row may have cut, to be confirmed in the mail file
-        } keys[] = {
-            // a URI made here is new: only one the message came with is looked for
-            {kUriField, message.uri.isEmpty() ? QByteArray() : QByteArray(row.mms_fld_msguri_name),
-             QString()},
-            {kMessageIdField, QByteArray(row.mms_fld_msgid_name), header.messageId}};
-        for (const auto& key : keys) {
-            if (key.text.isEmpty())
-                continue;
-            const bool cut = !key.whole.isEmpty() && key.whole.toUtf8() != key.text;
-            const QList<unsigned int> ids = rowsWith(key.field, key.text, &r);
-            if (r != DB_OK) {
-                added.status = databaseFailure(QStringLiteral("cannot look for the message"), r);
-                return added;
-            }
-            for (const unsigned int id : ids) {
-                if (id == added.id || (cut && !holdsMessageId(id, key.whole)))
-                    continue;
-                added.status = Status::failure(
-                    ErrorCode::Duplicate,
-                    QStringLiteral(
-                        "message %1 has the same %2 '%3'; the message was not kept again")
-                        .arg(id)
-                        .arg(QLatin1String(key.field == kUriField ? "URI" : "Message-ID"),
-                             cut ? key.whole : QString::fromUtf8(key.text)));
-                return added;
-            }
-        }
+        added.status =
+            duplicateCheck(row, message.uri, header.messageId, added.id, &added.existing);
+        if (!added.status.ok())
+            return added;
     }
 
     added.mailFile = MMS_UTIL_Common::msgDBIDToMailFileName(added.id);
@@ -641,32 +652,60 @@ Added MessageStore::compose(const NewMessage& message, Folder folder)
                    folder == Folder::Drafts ? State::Draft : State::ToSend, false);
 }
 
-Added MessageStore::receive(const NewMessage& message, bool allowDuplicate)
+namespace
 {
-    Added added;
+
+// Refused when the sender is blocked (while the block list is in use) or the body is over the
+// receiving limit: a message refused here stays with the MMSC, which offers it again.
+Status receivable(const NewMessage& message)
+{
     const SETUP_SET_Manager reading(AM_Global::APP_MMS, false);
     const bool blocked = MMS_UTIL_Setting::getFilterFlexBitSetting() &&
                          MMS_UTIL_Setting::isInBlockList(message.from.address);
-    const SizeLimit limit = receiveLimit();
-    // A message refused here stays with the MMSC, which offers it again.
-    added.status = settingsWereRead("the message was refused");
-    if (added.status.ok() && blocked)
-        added.status = Status::failure(
+    const SizeLimit limit = MessageStore::receiveLimit();
+    Status status = settingsWereRead("the message was refused");
+    if (status.ok() && blocked)
+        status = Status::failure(
             ErrorCode::Blocked, QStringLiteral("'%1' is on the block list; the message was refused")
                                     .arg(message.from.address));
-    if (added.status.ok())
-        added.status = checkSize(message.body, limit);
-    if (!added.status.ok())
-        return added;
+    if (status.ok())
+        status = checkSize(message.body, limit);
+    return status;
+}
+
+// The header of a received message, addressed to the owner when it names no recipient.
+void fillReceivedHeader(MMS_UTIL_MsgHeaderBase* header, const NewMessage& message)
+{
     NewMessage received = message;
     if (received.to.isEmpty()) {
         MMS_UTIL_Entry owner;
         if (MMS_UTIL_Common::getOwnerEntry(owner) == 0)
             received.to.append(owner);
     }
+    fillHeader(header, received);
+}
+
+} // namespace
+
+Added MessageStore::Impl::receive(const NewMessage& message, State state, bool allowDuplicate)
+{
+    Added added;
+    added.status = receivable(message);
+    if (!added.status.ok())
+        return added;
     MMS_UTIL_MsgHeaderBase header;
-    fillHeader(&header, received);
-    return d->keep(header, received, Folder::Inbox, State::Received, !allowDuplicate);
+    fillReceivedHeader(&header, message);
+    return keep(header, message, Folder::Inbox, state, !allowDuplicate);
+}
+
+Added MessageStore::receive(const NewMessage& message, bool allowDuplicate)
+{
+    return d->receive(message, State::Received, allowDuplicate);
+}
+
+Added MessageStore::keepNotification(const NewMessage& notification, State state)
+{
+    return d->receive(notification, state, false);
 }
 
 Added MessageStore::receivePdu(const QByteArray& pdu, const QString& uri, bool allowDuplicate)
@@ -679,6 +718,129 @@ Added MessageStore::receivePdu(const QByteArray& pdu, const QString& uri, bool a
     }
     retrieved.message.uri = uri;
     return receive(retrieved.message, allowDuplicate);
+}
+
+Added MessageStore::receivePduInPlace(unsigned int id, const QByteArray& pdu)
+{
+    Added added;
+    added.id = id;
+    added.mailFile = MMS_UTIL_Common::msgDBIDToMailFileName(id);
+    const RetrievedMessage retrieved = retrievedMessage(pdu);
+    added.status = retrieved.status;
+    if (added.status.ok())
+        added.status = receivable(retrieved.message);
+    if (!added.status.ok())
+        return added;
+    MMS_UTIL_MsgHeaderBase header;
+    fillReceivedHeader(&header, retrieved.message);
+    {
+        Impl::Session session;
+        d->begin(&session, false);
+        added.status = session.status;
+        Transaction txn;
+        int r = added.status.ok() ? txn.begin() : DB_OK;
+        MMS_UTIL_DBStruct_T record;
+        if (added.status.ok() && r == DB_OK)
+            r = MMS_UTIL_DBTable::readRecord(id, &record);
+        if (r == DB_ERR_NOT_FOUND)
+            added.status = notFound(id);
+        else if (r != DB_OK)
+            added.status = databaseFailure(QStringLiteral("cannot read message %1").arg(id), r);
+        if (added.status.ok()) {
+            setText8(record.mms_fld_msgid_name, header.messageId);
+            added.status = duplicateCheck(record, QString(), header.messageId, id, &added.existing);
+        }
+        if (!added.status.ok())
+            return added;
+    }
+    // The file first, then the row: a program dying in between leaves the row of the
+    // notification over the message's file, which the next fetch replaces again.
+    added = writeMailFile(id, header, retrieved.message.body, true);
+    if (!added.status.ok())
+        return added;
+    const BodyContents contents = bodyContents(header.contentType, retrieved.message.body);
+    added.status = d->changeRow(id, [&](MMS_UTIL_DBStruct_T* record) {
+        record->cmn_fld_send_receive_state = ushort(State::Received);
+        record->cmn_fld_msg_attr_read = 0;
+        record->cmn_fld_time_msg_reach_phone = quint32(QDateTime::currentSecsSinceEpoch());
+        record->cmn_fld_contain_au_or_vi = contents.audioOrVideo ? 1 : 0;
+        record->cmn_fld_contain_attachment = contents.attachment ? 1 : 0;
+        setText8(record->mms_fld_tid_name, retrieved.message.transactionId);
+    });
+    return added;
+}
+
+Status MessageStore::update(unsigned int id, const RowUpdate& update)
+{
+    Status status = d->changeRow(
+        id, [&update](MMS_UTIL_DBStruct_T* record) { applyRowUpdate(record, update); });
+    if (!status.ok() || !update.messageId)
+        return status;
+    // The Message-ID is the header's too: the mail file keeps it whole, and matches its row.
+    const QString path = MMS_UTIL_Common::msgDBIDToMailFileName(id);
+    Impl::Session session;
+    d->begin(&session, true);
+    if (!session.status.ok())
+        return session.status;
+    MMS_UTIL_MsgHeaderBase header;
+    MMS_UTIL_MailFile file(path);
+    errno = 0;
+    int r = file.readMsgHeader(&header);
+    if (r == MMS_UTIL_MAILFILE_OK) {
+        header.messageId = *update.messageId;
+        r = file.writeMsgHeader(&header);
+    }
+    if (r == MMS_UTIL_MAILFILE_NO_SPACE)
+        return Status::failure(
+            ErrorCode::NoSpace,
+            QStringLiteral("cannot write the mail file '%1': no space left on device").arg(path));
+    if (r != MMS_UTIL_MAILFILE_OK)
+        return failed(QStringLiteral("the row of message %1 was changed, but its mail file '%2' "
+                                     "was not")
+                          .arg(id)
+                          .arg(path) +
+                      (errno ? QStringLiteral(": ") + errnoText(errno) : QString()));
+    return {};
+}
+
+Changed MessageStore::updateSent(const QString& messageId, const RowUpdate& update)
+{
+    Changed changed;
+    QList<unsigned int> ids;
+    {
+        Impl::Session session;
+        d->begin(&session, false);
+        changed.status = session.status;
+        if (!changed.status.ok())
+            return changed;
+        MMS_UTIL_DBStruct_T key{};
+        setText8(key.mms_fld_msgid_name, messageId);
+        const QByteArray text(key.mms_fld_msgid_name);
+        const bool cut = text != messageId.toUtf8();
+        int r = DB_OK;
+        const QList<unsigned int> found =
+            text.isEmpty() ? QList<unsigned int>() : rowsWith(kMessageIdField, text, &r);
+        for (const unsigned int id : found) {
+            MMS_UTIL_DBStruct_T record;
+            if (r == DB_OK)
+                r = MMS_UTIL_DBTable::readRecord(id, &record);
+            if (r == DB_OK && record.cmn_fld_send_receive_state == ushort(State::Sent) &&
+                (!cut || holdsMessageId(id, messageId)))
+                ids.append(id);
+        }
+        if (r != DB_OK) {
+            changed.status = databaseFailure(QStringLiteral("cannot look for the message"), r);
+            return changed;
+        }
+    }
+    if (ids.isEmpty()) {
+        changed.status = Status::failure(
+            ErrorCode::NotFound,
+            QStringLiteral("no sent message has the Message-ID '%1'").arg(messageId));
+        return changed;
+    }
+    return d->changeRows(
+        ids, [&update](MMS_UTIL_DBStruct_T* record) { applyRowUpdate(record, update); });
 }
 
 Added MessageStore::writeMailFile(unsigned int id, MMS_UTIL_MsgHeaderBase& header,
@@ -1076,6 +1238,57 @@ QString MessageRow::mailFile() const
     return MMS_UTIL_Common::msgDBIDToMailFileName(id);
 }
 
+namespace
+{
+
+// A report field: 0 none asked, 1 asked, a status (128 and over) once one came or went.
+std::optional<quint8> reported(unsigned short field)
+{
+    if (field < 128 || field > 255)
+        return std::nullopt;
+    return quint8(field);
+}
+
+} // namespace
+
+std::optional<quint8> MessageRow::deliveryStatus() const
+{
+    return reported(record.mms_fld_deliveryreport_name);
+}
+
+std::optional<quint8> MessageRow::readStatus() const
+{
+    return reported(record.mms_fld_readreplyreport_name);
+}
+
+std::optional<quint8> MessageRow::notifyStatus() const
+{
+    return reported(record.mms_fld_notifyrespstatus_name);
+}
+
+QString MessageRow::note() const
+{
+    return text16(record.mms_fld_extra_name);
+}
+
+void applyRowUpdate(MMS_UTIL_DBStruct_T* record, const RowUpdate& update)
+{
+    if (update.folder)
+        record->cmn_fld_folder_id = unsigned(*update.folder);
+    if (update.state)
+        record->cmn_fld_send_receive_state = ushort(*update.state);
+    if (update.messageId)
+        setText8(record->mms_fld_msgid_name, *update.messageId);
+    if (update.notifyStatus)
+        record->mms_fld_notifyrespstatus_name = *update.notifyStatus;
+    if (update.deliveryStatus)
+        record->mms_fld_deliveryreport_name = *update.deliveryStatus;
+    if (update.readStatus)
+        record->mms_fld_readreplyreport_name = *update.readStatus;
+    if (update.note)
+        setText16(record->mms_fld_extra_name, *update.note);
+}
+
 QString folderName(unsigned int folder)
 {
     switch (Folder(folder)) {
@@ -1102,6 +1315,14 @@ QString stateName(unsigned int state)
         return QStringLiteral("draft");
     case State::Sent:
         return QStringLiteral("sent");
+    case State::Notified:
+        return QStringLiteral("notified");
+    case State::Deferred:
+        return QStringLiteral("deferred");
+    case State::Rejected:
+        return QStringLiteral("rejected");
+    case State::SendFailed:
+        return QStringLiteral("send failed");
     }
     return QString();
 }

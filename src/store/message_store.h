@@ -74,6 +74,26 @@ public:
     Added receivePdu(const QByteArray& pdu, const QString& uri = QString(),
                      bool allowDuplicate = false);
 
+    // Keeps the notification of a message waiting at the MMSC (an m-notification.ind) in
+    // Folder::Inbox, unread, in `state` (State::Notified, Deferred or Rejected): its sender,
+    // subject, size, expiry and transaction id in the header and the row, its Content-Location as
+    // the row's URI, and the notification itself as the mail file's body. Refused as receive()
+    // refuses a message: Blocked for a blocked sender, Duplicate (naming the kept message in
+    // `existing`) when a kept message has the same URI.
+    Added keepNotification(const NewMessage& notification, State state);
+    // Puts the message of an m-retrieve.conf PDU in place of message `id`, the notification it
+    // was fetched for: its mail file, and the row's fields its header gives, in State::Received,
+    // unread; the id, the folder and the URI stay. Refused with message `id` unchanged as
+    // receivePdu() refuses, and as Duplicate (with `existing`) when another message has its
+    // Message-ID; NotFound without a row.
+    Added receivePduInPlace(unsigned int id, const QByteArray& pdu);
+    // Makes `update` to message `id`'s row; a new Message-ID goes into its mail file's header too,
+    // after the row. NotFound without a row.
+    Status update(unsigned int id, const RowUpdate& update);
+    // Makes `update` to every message sent (State::Sent) with Message-ID `messageId`, in one
+    // transaction: the target of a delivery or read report. NotFound when none has it.
+    Changed updateSent(const QString& messageId, const RowUpdate& update);
+
     // Writes the mail file of the message with row `id`. NotFound without a row; Exists when it
     // has a mail file and `replace` is false. A new file is saved as an add saves it; a file
     // replaced is saved by MMS_UTIL_MailFile, whose interrupted save the next use completes.

@@ -37,11 +37,18 @@ enum class State : unsigned short {
     Received = 2, // came in from the network
     Draft = 3,    // composed, kept as a draft
     Sent = 4,     // taken by the MMSC
+    // A notification of a message waiting at the MMSC, kept in the inbox with what it says (the
+    // sender, subject, size, expiry) until the message itself replaces it.
+    Notified = 5,   // to be fetched now
+    Deferred = 6,   // to be fetched later, by hand (roaming, or automatic download off)
+    Rejected = 7,   // refused: larger than the MT size limit; the MMSC was told so
+    SendFailed = 8, // the MMSC refused the message, or could not be reached in the attempts made
 };
 
 // "inbox", "outbox", "sent", "drafts"; empty for another number.
 TAVMMS_EXPORT QString folderName(unsigned int folder);
-// "to send", "received", "draft", "sent"; empty for another number.
+// "to send", "received", "draft", "sent", "notified", "deferred", "rejected", "send failed"; empty
+// for another number.
 TAVMMS_EXPORT QString stateName(unsigned int state);
 
 // What went wrong, for a caller that acts on it; the text says it to a person.
@@ -110,8 +117,9 @@ struct TAVMMS_EXPORT NewMessage {
 // A message that was kept, or why not.
 struct TAVMMS_EXPORT Added {
     Status status;
-    unsigned int id = 0; // the row
-    QString mailFile;    // the mail file named after it
+    unsigned int id = 0;       // the row
+    QString mailFile;          // the mail file named after it
+    unsigned int existing = 0; // Duplicate: the kept message that has the same URI or Message-ID
 };
 
 // A kept message made into the request that sends it (an m-send.req PDU), or why not.
@@ -137,7 +145,31 @@ struct TAVMMS_EXPORT MessageRow {
     // The message time; invalid when the row has none.
     QDateTime time() const;
     QString mailFile() const;
+
+    // What the MMSC's reports and the phone's answers left in the row. A report field holds 1
+    // while a report is asked for (0 when not), and the status once one came or went: the
+    // X-Mms-Status of a delivery report, the X-Mms-Read-Status of a read report.
+    std::optional<quint8> deliveryStatus() const;
+    std::optional<quint8> readStatus() const;
+    // The X-Mms-Status the phone answered the message's notification with.
+    std::optional<quint8> notifyStatus() const;
+    // Why the MMSC did not take a sent message, as it said (the row's extra text).
+    QString note() const;
 };
+
+// What a transaction with the MMSC changes in a message's row: each member given is written,
+// the others stay.
+struct TAVMMS_EXPORT RowUpdate {
+    std::optional<Folder> folder;
+    std::optional<State> state;
+    std::optional<QString> messageId;     // cut to the row's 39 bytes
+    std::optional<quint8> notifyStatus;   // the X-Mms-Status answered to a notification
+    std::optional<quint8> deliveryStatus; // a delivery report's X-Mms-Status
+    std::optional<quint8> readStatus;     // a read report's X-Mms-Read-Status, sent or received
+    std::optional<QString> note;          // cut to the row's 100 characters
+};
+// `record` with `update` made.
+TAVMMS_EXPORT void applyRowUpdate(MMS_UTIL_DBStruct_T* record, const RowUpdate& update);
 
 // How a listing orders its rows: by id, or by the message time (ties by id, rows without a time
 // first).
