@@ -12,7 +12,7 @@
 
 #include <QElapsedTimer>
 #include <QFile>
-#include <QJsonArray>
+#include <QJsonObject>
 #include <QMap>
 #include <QTcpSocket>
 #include <QTemporaryDir>

@@ -349,7 +349,8 @@ class ServerTest(unittest.TestCase):
     def test_a_bad_script_is_refused_before_the_server_listens(self):
         for script, why in [({"steps": [{"stauts": 500}]}, "stauts"),
                             ({"steps": [{"body_hex": "zz"}]}, "not hex"),
-                            ({"steps": [], "befor": {}}, "befor")]:
+                            ({"steps": [], "befor": {}}, "befor"),
+                            ({"steps": [{"delay": "1"}]}, "delay cannot be a str")]:
             with self.subTest(why=why):
                 with self.assertRaises(RuntimeError) as raised:
                     Server(script)

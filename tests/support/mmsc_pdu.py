@@ -13,6 +13,7 @@ offset) on bytes that do not read. Values:
   the enumerations      their lower-case names ("yes", "high", "hide", "retrieved", ...)
   Content-Type          {"media": TYPE, "params": {NAME: VALUE}}
   a field of no known number: "0xNN" -> the hex of its value
+  a field named in text: its name -> its text
 PART: {"content_type", "params", "headers", "size", "sha256", "data_hex" (up to 256 bytes)}.
 
 encode_send_conf(...) writes the m-send.conf the MMSC answers with.
@@ -37,7 +38,6 @@ STATUS = {128: "expired", 129: "retrieved", 130: "rejected", 131: "deferred",
           132: "unrecognised", 133: "indeterminate", 134: "forwarded", 135: "unreachable"}
 READ_STATUS = {128: "read", 129: "deleted-without-being-read"}
 MESSAGE_CLASS = {128: "personal", 129: "advertisement", 130: "informational", 131: "auto"}
-RETRIEVE_STATUS = {128: "ok"}
 
 CHARSETS = {3: "us-ascii", 4: "iso-8859-1", 5: "iso-8859-2", 6: "iso-8859-3", 7: "iso-8859-4",
             8: "iso-8859-5", 9: "iso-8859-6", 10: "iso-8859-7", 11: "iso-8859-8",
@@ -173,7 +173,8 @@ class Reader:
             self.fail("a text without its terminating zero")
         self.pos = zero + 1
         raw = self.data[start:zero]
-        # A quote only guards a first byte that would otherwise read as a number.
+        # Neither the quote before a text whose first byte has its top bit set nor the one that
+        # opens a quoted string belongs to the text.
         if raw[:1] in (b"\x7f", b'"'):
             raw = raw[1:]
         return raw
@@ -190,8 +191,7 @@ class Reader:
             return self.text()
         inner = self.sub(self.value_length(), "encoded string")
         charset = inner.charset_number()
-        text = inner.text(CHARSETS.get(charset, "utf-8"))
-        return text
+        return inner.text(CHARSETS.get(charset, "utf-8"))
 
     def charset_number(self):
         if self.peek() == 128:  # any charset: nothing better to decode with
@@ -303,10 +303,6 @@ def _parameter(r):
     return name, r.skip_value().hex()
 
 
-def _address_list(fields, name, value):
-    fields.setdefault(name, []).append(value)
-
-
 # Header fields by number: (name, reader, whether it may come more than once).
 FIELDS = {
     0x01: ("Bcc", Reader.encoded_string, True),
@@ -364,7 +360,7 @@ def decode(data):
         name, read, repeated = known
         value = read(r)
         if repeated:
-            _address_list(fields, name, value)
+            fields.setdefault(name, []).append(value)
         else:
             fields[name] = value
         if number == 0x04:

@@ -61,6 +61,12 @@ def check_step(step, where):
     bodies = [name for name in ("body_hex", "body_file", "send_conf") if name in step]
     if len(bodies) > 1:
         raise ScriptError(f"{where} has more than one body: {', '.join(bodies)}")
+    kinds = {"status": int, "headers": dict, "body_file": str, "send_conf": dict,
+             "content_type": str, "delay": (int, float), "truncate": int, "chunked": bool,
+             "drop": bool}
+    for name, kind in kinds.items():
+        if name in step and not isinstance(step[name], kind):
+            raise ScriptError(f"{where}: {name} cannot be a {type(step[name]).__name__}")
     if "body_hex" in step:
         try:
             bytes.fromhex(step["body_hex"])
