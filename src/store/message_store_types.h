@@ -66,6 +66,8 @@ enum class ErrorCode {
     Malformed,    // receivePdu: the bytes do not read as a PDU
     WrongType,    // receivePdu: a PDU, but not a retrieved message (m-retrieve.conf)
     NotRetrieved, // receivePdu: the MMSC says the message could not be retrieved
+    Refused,      // the MMSC refused a request for good (a permanent error status, HTTP 4xx)
+    Unreachable,  // the MMSC could not be reached, or failed, in every attempt made
 };
 
 // The result of a call: done, or an error with one line of text (no line end) naming what failed
