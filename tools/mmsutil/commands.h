@@ -9,6 +9,7 @@ QList<cli::Command> messageCommands();
 QList<cli::Command> exportCommands();
 QList<cli::Command> backupCommands();
 QList<cli::Command> restoreCommands();
+QList<cli::Command> mmscCommands();
 QList<cli::Command> mailfileCommands();
 QList<cli::Command> classifyCommands();
 QList<cli::Command> contactsCommands();

@@ -17,10 +17,11 @@ namespace
 QList<cli::Command> allCommands()
 {
     return messageCommands() + partsCommands() + exportCommands() + backupCommands() +
-           restoreCommands() + mailfileCommands() + pduCommands() + indexCommands() +
-           checkCommands() + settingsCommands() + profileCommands() + blockCommands() +
-           sendingCommands() + flexCommands() + contactsCommands() + classifyCommands() +
-           contentTypeCommands() + extensionCommands() + mediaCommands() + pathsCommands();
+           restoreCommands() + mmscCommands() + mailfileCommands() + pduCommands() +
+           indexCommands() + checkCommands() + settingsCommands() + profileCommands() +
+           blockCommands() + sendingCommands() + flexCommands() + contactsCommands() +
+           classifyCommands() + contentTypeCommands() + extensionCommands() + mediaCommands() +
+           pathsCommands();
 }
 
 QString firstWord(const QString& name)
