@@ -218,13 +218,24 @@ std::optional<QByteArray> readVersion(WspReader& reader)
     return text;
 }
 
+// A media type read as text, spelled as its well-known number reads when it has one: the writer
+// sends such a type as the number, so that a text spelled otherwise ("Image/JPEG") would not read
+// back the same.
+QByteArray wellKnownSpelling(const QByteArray& text)
+{
+    const std::optional<quint8> code = wellKnownMediaCode(text);
+    return code ? QByteArray(kMediaTypes[*code]) : text;
+}
+
 // A Constrained-encoding: a short integer naming a well-known type, or an extension text.
 std::optional<QByteArray> readConstrainedMedia(WspReader& reader)
 {
     const qsizetype start = reader.offset();
     const std::optional<quint8> first = reader.peek();
-    if (!first || !(*first & 0x80))
-        return reader.textString();
+    if (!first || !(*first & 0x80)) {
+        const std::optional<QByteArray> text = reader.textString();
+        return text ? std::optional(wellKnownSpelling(*text)) : std::nullopt;
+    }
     const QByteArray name = wellKnownMediaType(*reader.shortInteger());
     if (name.isEmpty())
         return reader.fail(start, QStringLiteral("a well-known content type number"));
@@ -374,15 +385,17 @@ std::optional<Parameter> readParameter(WspReader& reader)
     return Parameter{std::move(*name), std::move(*value)};
 }
 
-// An extension media type; one of no octets, which only a quote octet can carry, could not be
-// written back.
+// An extension media type, spelled as its well-known number reads when it has one; one of no
+// octets, which only a quote octet can carry, could not be written back.
 std::optional<QByteArray> readMediaText(WspReader& reader)
 {
     const qsizetype start = reader.offset();
-    std::optional<QByteArray> text = reader.textString();
-    if (text && text->isEmpty())
+    const std::optional<QByteArray> text = reader.textString();
+    if (!text)
+        return std::nullopt;
+    if (text->isEmpty())
         return reader.fail(start, QStringLiteral("a media type"));
-    return text;
+    return wellKnownSpelling(*text);
 }
 
 } // namespace

@@ -62,6 +62,32 @@ TEST(ContentTypeTest, ReadsAnExtensionMediaText)
     EXPECT_EQ(type->mediaType, "application/smil");
 }
 
+TEST(ContentTypeTest, ATextNamingAWellKnownTypeReadsAsItsNumberReads)
+{
+    // Written back, the type is the number alone, which must read as what was read first.
+    const auto type = read(tavmms::test::zeroEnded("Image/JPEG"));
+    ASSERT_TRUE(type);
+    EXPECT_EQ(type->mediaType, "image/jpeg");
+    EXPECT_EQ(written(*type), octets({0x9E}));
+    EXPECT_EQ(read(written(*type)), type);
+
+    // In the general form, and as the value of a typed "type" parameter.
+    QByteArray general = octets({0x18});
+    general += tavmms::test::zeroEnded("text/X-VCARD");
+    general += char(0x89);
+    general += tavmms::test::zeroEnded("a/B");
+    general[0] = char(general.size() - 1);
+    const auto related = read(general);
+    ASSERT_TRUE(related);
+    EXPECT_EQ(related->mediaType, "text/x-vCard");
+    EXPECT_EQ(related->parameters, QList<Parameter>({{"type", "a/B"}}));
+    const auto typed = read(octets({0x03, 0xB3, 0x89}) + tavmms::test::zeroEnded("Image/PNG"));
+    ASSERT_TRUE(typed);
+    EXPECT_EQ(typed->parameters, QList<Parameter>({{"type", "image/png"}}));
+    EXPECT_EQ(written(*typed), octets({0x03, 0xB3, 0x89, 0xA0}));
+    EXPECT_EQ(read(written(*typed)), typed);
+}
+
 TEST(ContentTypeTest, ReadsTheGeneralFormWithTypeAndStart)
 {
     // multipart.related; type=application/smil; start=<0.smil>
