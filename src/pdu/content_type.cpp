@@ -357,6 +357,22 @@ std::optional<QByteArray> readUntypedValue(WspReader& reader)
     return readTextValue(reader);
 }
 
+std::optional<Parameter> readParameter(WspReader& reader);
+
+// An untyped parameter that the writer sends typed (a charset by name, "Name", "type" with a
+// media type) reads as its typed form reads, so that written back it reads the same; one the
+// writer sends untyped stays as it came.
+Parameter asWritten(Parameter parameter)
+{
+    WspWriter writer;
+    writeParameter(writer, parameter);
+    WspReader written(writer.bytes());
+    if (!(written.peek().value_or(0) & 0x80))
+        return parameter;
+    std::optional<Parameter> typed = readParameter(written);
+    return typed ? std::move(*typed) : parameter;
+}
+
 std::optional<Parameter> readParameter(WspReader& reader)
 {
     const qsizetype start = reader.offset();
@@ -382,7 +398,7 @@ std::optional<Parameter> readParameter(WspReader& reader)
     std::optional<QByteArray> value = readUntypedValue(reader);
     if (!value)
         return std::nullopt;
-    return Parameter{std::move(*name), std::move(*value)};
+    return asWritten(Parameter{std::move(*name), std::move(*value)});
 }
 
 // An extension media type, spelled as its well-known number reads when it has one; one of no

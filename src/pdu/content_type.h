@@ -37,7 +37,8 @@ struct TAVMMS_EXPORT ContentType {
     // carried it was spelled: the writer sends the number.
     QByteArray mediaType;
     // In the order they came. Typed values read as text: a charset by its name ("utf-8"), a
-    // number in decimal, a content type by its name.
+    // number in decimal, a content type by its name. An untyped parameter that the writer sends
+    // typed ("Charset", "UTF-8") reads as the typed one it becomes ("charset", "utf-8").
     QList<Parameter> parameters;
 
     // The value of the first parameter called `name`, ignoring case; empty when there is none.

@@ -88,6 +88,30 @@ TEST(ContentTypeTest, ATextNamingAWellKnownTypeReadsAsItsNumberReads)
     EXPECT_EQ(read(written(*typed)), typed);
 }
 
+TEST(ContentTypeTest, AnUntypedParameterTheWriterSendsTypedReadsAsItsTypedForm)
+{
+    // text/plain; Charset=UTF-8; Name=x; type=Image/PNG; CHARSET=x-none, all untyped.
+    QByteArray general = octets({0x83});
+    for (const char* text :
+         {"Charset", "UTF-8", "Name", "x", "type", "Image/PNG", "CHARSET", "x-none"})
+        general += tavmms::test::zeroEnded(text);
+    // Over 30 octets: the length is quoted, then a uintvar of one octet.
+    const QByteArray data = octets({0x1F, int(general.size())}) + general;
+    const auto type = read(data);
+    ASSERT_TRUE(type);
+    // The last keeps its spelling: a charset the codec does not know is written untyped.
+    EXPECT_EQ(
+        type->parameters,
+        QList<Parameter>(
+            {{"charset", "utf-8"}, {"name", "x"}, {"type", "image/png"}, {"CHARSET", "x-none"}}));
+    QByteArray expected = octets({0x18, 0x83, 0x81, 0xEA, 0x85, 'x', 0x00, 0x89, 0xA0});
+    expected += tavmms::test::zeroEnded("CHARSET");
+    expected += '"';
+    expected += tavmms::test::zeroEnded("x-none");
+    EXPECT_EQ(written(*type), expected);
+    EXPECT_EQ(read(written(*type)), type);
+}
+
 TEST(ContentTypeTest, ReadsTheGeneralFormWithTypeAndStart)
 {
     // multipart.related; type=application/smil; start=<0.smil>
