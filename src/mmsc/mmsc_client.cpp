@@ -363,6 +363,7 @@ void MmscClient::Impl::notify(const QByteArray& bytes, bool roaming,
     if (kept.status.code == ErrorCode::Blocked) {
         result.id = 0;
         result.decision = Decision::Rejected;
+        result.status = kept.status;
         result.reason = kept.status.text;
         respond(result, pdu::MessageStatus::Rejected, std::move(done));
         return;

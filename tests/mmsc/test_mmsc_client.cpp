@@ -536,6 +536,7 @@ TEST_F(MmscClientTest, ANotificationFromABlockedSenderIsRejectedAndNothingKept)
     const tavmms::mmsc::NotifyResult result =
         MmscClient(connectionTo(server)).notify(notificationPdu(server.url("/get/6")), false);
     EXPECT_EQ(result.decision, Decision::Rejected);
+    EXPECT_EQ(result.status.code, ErrorCode::Blocked);
     EXPECT_EQ(field(server.requests().first(), "X-Mms-Status"), QStringLiteral("rejected"));
     EXPECT_TRUE(store.list().rows.isEmpty());
 }
