@@ -125,7 +125,7 @@ void HttpExchange::Impl::start(QNetworkReply* started, const QUrl& target, qint6
 }
 
 // Reads what has come, never more than one byte over the limit. No more than has come is asked
-// for: read() first makes room for all it is asked, and a fetch's limit is the store's, 100 MB.
+// for: read() first makes room for all it is asked, and a fetch's limit runs to megabytes.
 void HttpExchange::Impl::take()
 {
     if (!reply)
