@@ -81,7 +81,9 @@ TEST(ContentTypeTest, ATextNamingAWellKnownTypeReadsAsItsNumberReads)
     ASSERT_TRUE(related);
     EXPECT_EQ(related->mediaType, "text/x-vCard");
     EXPECT_EQ(related->parameters, QList<Parameter>({{"type", "a/B"}}));
-    const auto typed = read(octets({0x0C, 0xB3, 0x89}) + tavmms::test::zeroEnded("Image/PNG"));
+    QByteArray typedMedia = octets({0x0C, 0xB3, 0x89});
+    typedMedia += tavmms::test::zeroEnded("Image/PNG");
+    const auto typed = read(typedMedia);
     ASSERT_TRUE(typed);
     EXPECT_EQ(typed->parameters, QList<Parameter>({{"type", "image/png"}}));
     EXPECT_EQ(written(*typed), octets({0x03, 0xB3, 0x89, 0xA0}));
