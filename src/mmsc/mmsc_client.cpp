@@ -412,7 +412,9 @@ void MmscClient::Impl::respond(NotifyResult result, pdu::MessageStatus status,
          [this, result, done = std::move(done)](const HttpResponse& response, int) mutable {
              result.responded = response.outcome == HttpResponse::Done;
              result.responseError = response.text;
-             if (result.responded && result.id != 0 && result.decision != Decision::Duplicate) {
+             // A fetched message's row says Retrieved already; a duplicate's is another's.
+             if (result.responded && result.id != 0 && result.decision != Decision::Duplicate &&
+                 result.decision != Decision::Fetched) {
                  store::RowUpdate update;
                  update.notifyStatus = *result.response;
                  const Status kept = store.update(result.id, update);
@@ -496,13 +498,9 @@ void MmscClient::Impl::fetch(
                 acknowledge ? pdu::encodeAcknowledge(retrieval, reportsAllowed())
                             : pdu::encodeNotifyResp(transactionId, pdu::MessageStatus::Retrieved,
                                                     reportsAllowed());
-            post(pdu, [this, result, id, done = std::move(done)](const HttpResponse& sentBack,
-                                                                 int) mutable {
+            post(pdu, [result, done = std::move(done)](const HttpResponse& sentBack, int) mutable {
                 result.acknowledged = sentBack.outcome == HttpResponse::Done;
                 result.acknowledgementError = sentBack.text;
-                store::RowUpdate answered;
-                answered.notifyStatus = quint8(pdu::MessageStatus::Retrieved);
-                store.update(id, answered);
                 done(result, std::nullopt);
             });
         });

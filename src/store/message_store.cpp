@@ -47,6 +47,11 @@ namespace
 const char kUriField[] = "mms_fld_msguri_name";
 const char kMessageIdField[] = "mms_fld_msgid_name";
 
+using RowChange = std::function<void(MMS_UTIL_DBStruct_T*)>;
+
+// X-Mms-Status Retrieved: what a notification's message says once it was fetched.
+constexpr unsigned short kRetrieved = 129;
+
 Status failed(const QString& text)
 {
     return Status::failure(ErrorCode::Failed, text);
@@ -409,9 +414,12 @@ struct TAVMMS_HIDDEN MessageStore::Impl {
     Added keep(MMS_UTIL_MsgHeaderBase& header, const NewMessage& message, Folder folder,
                State state, bool refuseDuplicates);
     Added receive(const NewMessage& message, State state, bool allowDuplicate);
-    Status changeRow(unsigned int id, const std::function<void(MMS_UTIL_DBStruct_T*)>& change);
-    Changed changeRows(const QList<unsigned int>& ids,
-                       const std::function<void(MMS_UTIL_DBStruct_T*)>& change);
+    // Writes the mail file as MessageStore::writeMailFile() does; `alsoChange` changes the row
+    // in the same commit as the header's fields.
+    Added writeMailFile(unsigned int id, MMS_UTIL_MsgHeaderBase& header, const QByteArray& body,
+                        bool replace, const RowChange& alsoChange);
+    Status changeRow(unsigned int id, const RowChange& change);
+    Changed changeRows(const QList<unsigned int>& ids, const RowChange& change);
     RemovedAll removeAll(const QList<unsigned int>& ids, bool dryRun);
 };
 
@@ -479,8 +487,7 @@ Added MessageStore::Impl::keep(MMS_UTIL_MsgHeaderBase& header, const NewMessage&
     return added;
 }
 
-Status MessageStore::Impl::changeRow(unsigned int id,
-                                     const std::function<void(MMS_UTIL_DBStruct_T*)>& change)
+Status MessageStore::Impl::changeRow(unsigned int id, const RowChange& change)
 {
     Session session;
     begin(&session, false);
@@ -508,8 +515,7 @@ Status MessageStore::Impl::changeRow(unsigned int id,
 
 // Every row is read before any is changed, all in one transaction: the change is made to all of
 // them or, when one is missing or a step fails, to none.
-Changed MessageStore::Impl::changeRows(const QList<unsigned int>& ids,
-                                       const std::function<void(MMS_UTIL_DBStruct_T*)>& change)
+Changed MessageStore::Impl::changeRows(const QList<unsigned int>& ids, const RowChange& change)
 {
     Changed changed;
     Session session;
@@ -561,7 +567,7 @@ namespace
 // The row of a message whose mail file was written: the fields its header gives follow the new
 // header, so that lists show what the file holds. A program dying in between leaves a row that a
 // check reports as not matching its header.
-Added withRowOf(Added added, const MMS_UTIL_MsgHeaderBase& header)
+Added withRowOf(Added added, const MMS_UTIL_MsgHeaderBase& header, const RowChange& alsoChange)
 {
     if (!added.status.ok())
         return added;
@@ -569,6 +575,8 @@ Added withRowOf(Added added, const MMS_UTIL_MsgHeaderBase& header)
     int r = MMS_UTIL_DBTable::readRecord(added.id, &record);
     if (r == DB_OK) {
         setHeaderFields(&record, header);
+        if (alsoChange)
+            alsoChange(&record);
         r = MMS_UTIL_DBTable::update(added.id, record);
     }
     if (r == DB_OK)
@@ -753,21 +761,19 @@ Added MessageStore::receivePduInPlace(unsigned int id, const QByteArray& pdu)
         if (!added.status.ok())
             return added;
     }
-    // The file first, then the row: a program dying in between leaves the row of the
-    // notification over the message's file, which the next fetch replaces again.
-    added = writeMailFile(id, header, retrieved.message.body, true);
-    if (!added.status.ok())
-        return added;
+    // The file first, then the row in one commit: a program dying in between leaves the row of
+    // the notification over the message's file, which the next fetch replaces again.
     const BodyContents contents = bodyContents(header.contentType, retrieved.message.body);
-    added.status = d->changeRow(id, [&](MMS_UTIL_DBStruct_T* record) {
-        record->cmn_fld_send_receive_state = ushort(State::Received);
-        record->cmn_fld_msg_attr_read = 0;
-        record->cmn_fld_time_msg_reach_phone = quint32(QDateTime::currentSecsSinceEpoch());
-        record->cmn_fld_contain_au_or_vi = contents.audioOrVideo ? 1 : 0;
-        record->cmn_fld_contain_attachment = contents.attachment ? 1 : 0;
-        setText8(record->mms_fld_tid_name, retrieved.message.transactionId);
-    });
-    return added;
+    return d->writeMailFile(
+        id, header, retrieved.message.body, true, [&](MMS_UTIL_DBStruct_T* record) {
+            record->cmn_fld_send_receive_state = ushort(State::Received);
+            record->cmn_fld_msg_attr_read = 0;
+            record->cmn_fld_time_msg_reach_phone = quint32(QDateTime::currentSecsSinceEpoch());
+            record->cmn_fld_contain_au_or_vi = contents.audioOrVideo ? 1 : 0;
+            record->cmn_fld_contain_attachment = contents.attachment ? 1 : 0;
+            record->mms_fld_notifyrespstatus_name = kRetrieved;
+            setText8(record->mms_fld_tid_name, retrieved.message.transactionId);
+        });
 }
 
 Status MessageStore::update(unsigned int id, const RowUpdate& update)
@@ -846,14 +852,21 @@ Changed MessageStore::updateSent(const QString& messageId, const RowUpdate& upda
 Added MessageStore::writeMailFile(unsigned int id, MMS_UTIL_MsgHeaderBase& header,
                                   const QByteArray& body, bool replace)
 {
+    return d->writeMailFile(id, header, body, replace, nullptr);
+}
+
+Added MessageStore::Impl::writeMailFile(unsigned int id, MMS_UTIL_MsgHeaderBase& header,
+                                        const QByteArray& body, bool replace,
+                                        const RowChange& alsoChange)
+{
     Added added;
     added.id = id;
     added.mailFile = MMS_UTIL_Common::msgDBIDToMailFileName(id);
     added.status = checkSize(body, storeLimit());
     if (!added.status.ok())
         return added;
-    Impl::Session session;
-    d->begin(&session, true);
+    Session session;
+    begin(&session, true);
     added.status = session.status;
     if (!added.status.ok())
         return added;
@@ -867,7 +880,7 @@ Added MessageStore::writeMailFile(unsigned int id, MMS_UTIL_MsgHeaderBase& heade
     }
     if (!nameIsTaken(added.mailFile)) {
         added.status = saveNewMailFile(added.mailFile, header, body);
-        return withRowOf(added, header);
+        return withRowOf(added, header, alsoChange);
     }
     if (!replace) {
         added.status = Status::failure(ErrorCode::Exists,
@@ -891,7 +904,7 @@ Added MessageStore::writeMailFile(unsigned int id, MMS_UTIL_MsgHeaderBase& heade
         added.status =
             failed(QStringLiteral("cannot write the mail file '%1'").arg(added.mailFile) +
                    (errno ? QStringLiteral(": ") + errnoText(errno) : QString()));
-    return withRowOf(added, header);
+    return withRowOf(added, header, alsoChange);
 }
 
 ReadMessage MessageStore::read(unsigned int id, bool withBody)

@@ -86,7 +86,7 @@ public:
     Added keepNotification(const NewMessage& notification, State state);
     // Puts the message of an m-retrieve.conf PDU in place of message `id`, the notification it
     // was fetched for: its mail file, and the row's fields its header gives, in State::Received,
-    // unread; the id, the folder and the URI stay. Refused with message `id` unchanged as
+    // unread, its notify status Retrieved; the id, the folder and the URI stay. Refused with message `id` unchanged as
     // receivePdu() refuses, and as Duplicate (with `existing`) when another message has its
     // Message-ID; NotFound without a row.
     Added receivePduInPlace(unsigned int id, const QByteArray& pdu);

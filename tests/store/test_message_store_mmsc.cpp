@@ -140,6 +140,7 @@ TEST_F(MessageStoreMmscTest, TheFetchedMessageTakesTheNotificationsPlace)
     EXPECT_FALSE(kept.row.isRead());
     EXPECT_EQ(kept.row.uri(), kLocation);
     EXPECT_EQ(kept.row.messageId(), QStringLiteral("m-17@mmsc.example"));
+    EXPECT_EQ(kept.row.notifyStatus(), std::optional<quint8>(129));
     EXPECT_EQ(kept.header->messageId, QStringLiteral("m-17@mmsc.example"));
     EXPECT_EQ(kept.body, tavmms_test::twoPartBody());
     EXPECT_EQ(messages.list().rows.size(), 1);
