@@ -426,9 +426,50 @@ QString jsonRowTime(quint32 seconds)
     return seconds ? textout::jsonTimeText(seconds) : QString();
 }
 
+// What the transactions with the MMSC left in a row, by name, for show and list --json: only
+// what the row holds, so that a message that never met the MMSC shows nothing more.
+struct TransactionField {
+    QString key;   // in JSON
+    QString label; // in show's text
+    QString value;
+};
+
+QString statusText(std::optional<quint8> status, QString (*name)(quint64))
+{
+    if (!status)
+        return QString();
+    const QString named = name(*status);
+    return named.isEmpty() ? QString::number(*status) : named;
+}
+
+QList<TransactionField> transactionFields(const store::MessageRow& row)
+{
+    const QList<TransactionField> all{
+        {QStringLiteral("deliveryStatus"), QStringLiteral("Delivery status:"),
+         statusText(row.deliveryStatus(), tavmms::pdu::messageStatusName)},
+        {QStringLiteral("readStatus"), QStringLiteral("Read status:"),
+         statusText(row.readStatus(), tavmms::pdu::readStatusName)},
+        {QStringLiteral("notifyResponse"), QStringLiteral("Notify response:"),
+         statusText(row.notifyStatus(), tavmms::pdu::messageStatusName)},
+        {QStringLiteral("note"), QStringLiteral("Note:"), textout::oneLine(row.note())},
+    };
+    QList<TransactionField> held;
+    for (const TransactionField& field : all) {
+        if (!field.value.isEmpty())
+            held.append(field);
+    }
+    return held;
+}
+
+void insertTransactionFields(const store::MessageRow& row, QJsonObject* object)
+{
+    for (const TransactionField& field : transactionFields(row))
+        object->insert(field.key, field.value);
+}
+
 QJsonObject messageToJson(unsigned int id, const MMS_UTIL_DBStruct_T& row)
 {
-    return QJsonObject{
+    QJsonObject object{
         {QStringLiteral("id"), qint64(id)},
         {QStringLiteral("folder"), qint64(row.cmn_fld_folder_id)},
         {QStringLiteral("time"), qint64(row.cmn_fld_time)},
@@ -438,8 +479,11 @@ QJsonObject messageToJson(unsigned int id, const MMS_UTIL_DBStruct_T& row)
         {QStringLiteral("subject"), store::text16(row.cmn_fld_subject)},
         {QStringLiteral("size"), qint64(row.mms_fld_msgsize_name)},
         {QStringLiteral("read"), row.cmn_fld_msg_attr_read != 0},
+        {QStringLiteral("stateName"), store::stateName(row.cmn_fld_send_receive_state)},
         {QStringLiteral("mailFile"), MMS_UTIL_Common::msgDBIDToMailFileName(id)},
     };
+    insertTransactionFields(store::MessageRow{id, row}, &object);
+    return object;
 }
 
 int runList(const cli::Command& command, const QStringList& arguments)
@@ -458,7 +502,9 @@ int runList(const cli::Command& command, const QStringList& arguments)
                  .arg(unsigned(store::Folder::Drafts))
                  .arg(cli::ExitNo),
          QStringLiteral("messages"),
-         QStringLiteral("{id, folder, time, date, from, to, subject, size, read, mailFile}"),
+         QStringLiteral("{id, folder, time, date, from, to, subject, size, read, stateName, "
+                        "mailFile}, with deliveryStatus, readStatus, notifyResponse and note "
+                        "when the row holds them"),
          {QStringLiteral("ID"), QStringLiteral("FOLDER"), QStringLiteral("DATE"),
           QStringLiteral("FROM"), QStringLiteral("TO"), QStringLiteral("SUBJECT")},
          {0, 1},
@@ -570,6 +616,7 @@ QJsonObject shownMessageToJson(unsigned int id, const store::ReadMessage& messag
         object.insert(QStringLiteral("messageType"), code);
         object.insert(QStringLiteral("messageTypeMeaning"), cli::messageTypeMeaning(code));
     }
+    insertTransactionFields(message.row, &object);
     return object;
 }
 
@@ -589,7 +636,8 @@ int runShow(const cli::Command& command, const QStringList& arguments)
     const QCommandLineOption json = cli::jsonOption(QStringLiteral(
         "an object {id, folder, folderName, state, stateName, read, uri, mailFile, row, header, "
         "bodyLength, messageType, messageTypeMeaning, mailFileError, mailFileDamage, subjectCut, "
-        "parts, partsError}: the row with every field by its database name, the header by its "
+        "parts, partsError}, with deliveryStatus, readStatus, notifyResponse and note when "
+        "the row holds them: the row with every field by its database name, the header by its "
         "keys (null when the mail file does not load), the parts as 'parts --json' gives them, "
         "with the text of each text part"));
     parser.addOption(json);
@@ -616,13 +664,16 @@ int runShow(const cli::Command& command, const QStringList& arguments)
                       .arg(message.row.mailFile(), message.mailFileDamage));
 
     QTextStream& out = cli::out();
-    out << textout::columns({
+    QList<QStringList> place{
         {QStringLiteral("Message:"), QString::number(id)},
         {QStringLiteral("Folder:"), folderText(row.cmn_fld_folder_id)},
         {QStringLiteral("State:"), stateText(row)},
-        {QStringLiteral("URI:"), message.row.uri()},
-        {QStringLiteral("Mail file:"), message.row.mailFile()},
-    });
+    };
+    for (const TransactionField& field : transactionFields(message.row))
+        place.append({field.label, field.value});
+    place.append({QStringLiteral("URI:"), message.row.uri()});
+    place.append({QStringLiteral("Mail file:"), message.row.mailFile()});
+    out << textout::columns(place);
     out << '\n' << textout::columns(sideBySide(row, message.header.get()));
     if (subjectIsCut(message))
         out << QStringLiteral(
