@@ -3,6 +3,7 @@
 // applications keep them. The index and mailfile commands reach the row and the file one at a time.
 
 #include "commands.h"
+#include "connection_options.h"
 #include "mmshelpers.h"
 #include "partsout.h"
 #include "textout.h"
@@ -705,33 +706,73 @@ int reportChanged(const store::Changed& changed)
     return cli::storeFailure(changed.status);
 }
 
+void printMarked(const QList<unsigned int>& ids, bool read)
+{
+    for (const unsigned int id : ids)
+        cli::out() << QStringLiteral("Marked message %1 %2\n")
+                          .arg(id)
+                          .arg(read ? QStringLiteral("read") : QStringLiteral("unread"));
+}
+
+// mark --read --report: the library marks and sends the read reports together, so that a
+// report goes only for a message it marked.
+int markReadAndReport(const cli::Command& command, const QCommandLineParser& parser,
+                      const cli::ConnectionOptions& options, const QList<unsigned int>& ids)
+{
+    tavmms::mmsc::Connection connection;
+    if (const std::optional<int> stop = options.connection(parser, command, &connection))
+        return *stop;
+    const tavmms::mmsc::ReadResult result = tavmms::mmsc::MmscClient(connection).markRead(ids);
+    if (result.marked.isEmpty() && !result.status.ok())
+        return cli::storeFailure(result.status);
+    printMarked(result.marked, true);
+    for (const unsigned int id : result.reported)
+        cli::out() << QStringLiteral("Sent a read report for message %1\n").arg(id);
+    // The marks stay when the reports fail: the messages were read all the same.
+    QStringList errors = result.reportErrors;
+    if (!result.status.ok())
+        errors << result.status.text;
+    for (const QString& error : errors)
+        cli::warn(QStringLiteral("no read report sent: %1").arg(error));
+    return errors.isEmpty() ? cli::ExitOk : cli::ExitFailed;
+}
+
 int runMark(const cli::Command& command, const QStringList& arguments)
 {
     const QCommandLineOption read(QStringLiteral("read"), QStringLiteral("Marks them read."));
     const QCommandLineOption unread(QStringLiteral("unread"),
                                     QStringLiteral("Marks them not yet read."));
+    const QCommandLineOption report(
+        QStringLiteral("report"),
+        QStringLiteral("With --read: sends the read report each sender asked for to the MMSC "
+                       "(the options below say how to reach it), while the settings allow "
+                       "reports."));
+    const cli::ConnectionOptions options;
     QCommandLineParser parser;
     parser.setApplicationDescription(
         command.summary +
         QStringLiteral(" Takes exactly one of --read and --unread. The messages are changed "
                        "together: when an id has no message, each such id is named on standard "
-                       "error, none is changed and the exit status is %1.")
-            .arg(cli::ExitNo));
-    parser.addOptions({read, unread});
+                       "error, none is changed and the exit status is %1. With --report, a read "
+                       "report that cannot be sent is a warning and the exit status is %2; the "
+                       "messages stay marked.")
+            .arg(cli::ExitNo)
+            .arg(cli::ExitFailed));
+    parser.addOptions(QList<QCommandLineOption>{read, unread, report} + options.all());
     QList<unsigned int> ids;
     if (const std::optional<int> stop = cli::parseMessageIds(parser, command, arguments, &ids))
         return *stop;
     if (parser.isSet(read) == parser.isSet(unread))
         return cli::usageError(command.name,
                                QStringLiteral("give exactly one of --read and --unread"));
+    if (parser.isSet(report) && !parser.isSet(read))
+        return cli::usageError(command.name, QStringLiteral("--report goes with --read only"));
+    if (parser.isSet(report))
+        return markReadAndReport(command, parser, options, ids);
     const store::Changed changed = store::MessageStore().setRead(ids, parser.isSet(read));
     if (!changed.status.ok())
         return reportChanged(changed);
-    for (const unsigned int id : changed.changed)
-        cli::out() << QStringLiteral("Marked message %1 %2\n")
-                          .arg(id)
-                          .arg(parser.isSet(read) ? QStringLiteral("read")
-                                                  : QStringLiteral("unread"));
+    printMarked(changed.changed, parser.isSet(read));
     return cli::ExitOk;
 }
 
