@@ -452,7 +452,7 @@ QList<TransactionField> transactionFields(const store::MessageRow& row)
          statusText(row.readStatus(), tavmms::pdu::readStatusName)},
         {QStringLiteral("notifyResponse"), QStringLiteral("Notify response:"),
          statusText(row.notifyStatus(), tavmms::pdu::messageStatusName)},
-        {QStringLiteral("note"), QStringLiteral("Note:"), textout::oneLine(row.note())},
+        {QStringLiteral("note"), QStringLiteral("Note:"), row.note()},
     };
     QList<TransactionField> held;
     for (const TransactionField& field : all) {
@@ -671,7 +671,7 @@ int runShow(const cli::Command& command, const QStringList& arguments)
         {QStringLiteral("State:"), stateText(row)},
     };
     for (const TransactionField& field : transactionFields(message.row))
-        place.append({field.label, field.value});
+        place.append({field.label, textout::oneLine(field.value)});
     place.append({QStringLiteral("URI:"), message.row.uri()});
     place.append({QStringLiteral("Mail file:"), message.row.mailFile()});
     out << textout::columns(place);
