@@ -81,7 +81,8 @@ struct HttpExchange::Impl {
     {
         finish(HttpResponse::BadRedirect,
                QStringLiteral("%1 redirected to a %2: URL, which is refused")
-                   .arg(shownUrl(url), target.scheme()));
+                   .arg(shownUrl(url),
+                        target.scheme().isEmpty() ? QStringLiteral("relative") : target.scheme()));
     }
 };
 
@@ -110,13 +111,6 @@ void HttpExchange::Impl::start(QNetworkReply* started, const QUrl& target, qint6
                                            .arg(double(connection.timeout.count()) / 1000));
     });
     timer.start(connection.timeout);
-    QObject::connect(reply, &QNetworkReply::redirected, reply, [this](const QUrl& next) {
-        if (next.scheme() == QLatin1String("http") || next.scheme() == QLatin1String("https")) {
-            emit reply->redirectAllowed();
-            return;
-        }
-        refuseRedirect(next);
-    });
     QObject::connect(reply, &QNetworkReply::metaDataChanged, reply, [this] {
         const QVariant length = reply->header(QNetworkRequest::ContentLengthHeader);
         if (length.isValid() && length.toLongLong() > limit)
@@ -154,7 +148,7 @@ void HttpExchange::Impl::onFinished()
     const QNetworkReply::NetworkError error = reply->error();
     const QVariant length = reply->header(QNetworkRequest::ContentLengthHeader);
     const QUrl target = reply->header(QNetworkRequest::LocationHeader).toUrl();
-    // Qt follows no redirect to a scheme it does not fetch: that ends here, as one refused.
+    // A redirect Qt did not follow (to another scheme, or from https to http) ends here.
     if (response.httpStatus >= 300 && response.httpStatus < 400 && target.isValid())
         refuseRedirect(target);
     else if (response.httpStatus >= 300 && error != QNetworkReply::NoError)
@@ -220,8 +214,9 @@ namespace
 QNetworkRequest requestFor(const QUrl& url, const Connection& connection)
 {
     QNetworkRequest request(url);
+    // http to http or https, https to https only; Qt follows no redirect to another scheme.
     request.setAttribute(QNetworkRequest::RedirectPolicyAttribute,
-                         QNetworkRequest::UserVerifiedRedirectPolicy);
+                         QNetworkRequest::NoLessSafeRedirectPolicy);
     request.setMaximumRedirectsAllowed(kMostRedirects);
     request.setRawHeader("Accept", QByteArray(kMmsType) + ", */*");
     if (!connection.caCertificates.isEmpty()) {

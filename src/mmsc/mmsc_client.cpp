@@ -363,6 +363,7 @@ void MmscClient::Impl::notify(const QByteArray& bytes, bool roaming,
     if (kept.status.code == ErrorCode::Blocked) {
         result.id = 0;
         result.decision = Decision::Rejected;
+        result.status = kept.status;
         result.reason = kept.status.text;
         respond(result, pdu::MessageStatus::Rejected, std::move(done));
         return;
@@ -393,8 +394,11 @@ void MmscClient::Impl::notify(const QByteArray& bytes, bool roaming,
                                                                            : Decision::Rejected;
                   result.reason = fetched.status.text;
               }
-              if (fetched.status.code == ErrorCode::Duplicate)
+              // The message kept before stays; the notification's went.
+              if (fetched.status.code == ErrorCode::Duplicate) {
                   result.decision = Decision::Duplicate;
+                  result.id = 0;
+              }
               respond(result, answer.value_or(pdu::MessageStatus::Retrieved), std::move(done));
           });
 }
@@ -408,7 +412,7 @@ void MmscClient::Impl::respond(NotifyResult result, pdu::MessageStatus status,
          [this, result, done = std::move(done)](const HttpResponse& response, int) mutable {
              result.responded = response.outcome == HttpResponse::Done;
              result.responseError = response.text;
-             if (result.id != 0 && result.decision != Decision::Duplicate) {
+             if (result.responded && result.id != 0 && result.decision != Decision::Duplicate) {
                  store::RowUpdate update;
                  update.notifyStatus = *result.response;
                  const Status kept = store.update(result.id, update);
@@ -431,7 +435,7 @@ void MmscClient::Impl::fetch(
     result.id = id;
     const store::ReadMessage message = store.read(id, false);
     const QUrl url(message.row.uri());
-    get(url, store::MessageStore::receiveLimit().bytes,
+    get(url, store::MessageStore::receiveLimit().bytes + store::MessageStore::kPduHeaderRoom,
         [=, done = std::move(done)](const HttpResponse& response) mutable {
             store::RowUpdate update;
             std::optional<pdu::MessageStatus> answer;

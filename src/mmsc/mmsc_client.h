@@ -18,7 +18,8 @@
 // Every transaction has two forms. The asynchronous one returns at once and calls `done` once, from
 // the caller's thread's Qt event loop, which must run; destroying the client first aborts it and
 // `done` is not called. The blocking one runs a local event loop on the caller's thread until the
-// transaction ends or `timeLimit()` passes. The library starts no threads.
+// transaction ends or `timeLimit()` passes, which stops every transaction the client runs. The
+// library starts no threads.
 //
 // Requests go to the connection's MMSC through its proxy. A transient failure (an Error-transient
 // status, HTTP 5xx, a timeout, a refused or broken connection) is tried again after the

@@ -37,6 +37,9 @@ public:
     // No body larger than this is kept, whatever the size settings say: 100 MiB, which a mail
     // file's 32-bit lengths hold and a phone's memory can hold twice.
     static constexpr qint64 kLargestBody = 100 * 1024 * 1024;
+    // Room for a PDU's header fields beside a body as large as a limit allows: a PDU longer than
+    // its direction's limit and this is refused before it is read whole.
+    static constexpr qint64 kPduHeaderRoom = 1024 * 1024;
 
     // The largest body that compose() keeps: "MMS_MO_Size_Limitation" (max-mo-size) in KB of 1,024
     // bytes, read raw, a stored 0 meaning no limit; never more than kLargestBody. A caller that

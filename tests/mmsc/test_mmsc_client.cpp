@@ -5,6 +5,7 @@
 #include "mmsc_client.h"
 
 #include "message_store.h"
+#include "mms_pdu.h"
 #include "mms_util_setting.h"
 #include "transaction_pdu.h"
 
@@ -19,6 +20,8 @@
 #include <QEventLoop>
 #include <QJsonArray>
 #include <QTimer>
+
+#include <algorithm>
 
 namespace
 {
@@ -483,6 +486,7 @@ TEST_F(MmscClientTest, ANotificationFromABlockedSenderIsRejectedAndNothingKept)
     const tavmms::mmsc::NotifyResult result =
         MmscClient(connectionTo(server)).notify(notificationIndPdu(server.url("/get/6")), false);
     EXPECT_EQ(result.decision, Decision::Rejected);
+    EXPECT_EQ(result.status.code, ErrorCode::Blocked);
     EXPECT_EQ(MmscServer::pduField(server.requests().first(), "X-Mms-Status"),
               QStringLiteral("rejected"));
     EXPECT_TRUE(store.list().rows.isEmpty());
@@ -513,9 +517,10 @@ TEST_F(MmscClientTest, TheSameNotificationTwiceIsFetchedOnceAndAnsweredAgain)
 
 TEST_F(MmscClientTest, AnAnswerOverTheSizeLimitIsCutOffWhileItArrives)
 {
-    // The notification says 2,000 bytes; the MMSC sends more than the 100 KB limit, without
-    // saying how much up front.
-    const QByteArray large = retrievedMessagePdu() + QByteArray(200 * 1024, 'x');
+    // The notification says 2,000 bytes; the MMSC sends more than the 100 KB limit and the room
+    // of a PDU's header beside it, without saying how much up front.
+    const QByteArray large =
+        retrievedMessagePdu() + QByteArray(100 * 1024 + MessageStore::kPduHeaderRoom, 'x');
     MmscServer server(MmscServer::script({}));
     ASSERT_TRUE(server.started());
     QJsonObject chunked = MmscServer::body(large);
@@ -525,6 +530,25 @@ TEST_F(MmscClientTest, AnAnswerOverTheSizeLimitIsCutOffWhileItArrives)
 
     const tavmms::mmsc::NotifyResult result =
         MmscClient(connectionTo(server)).notify(notificationIndPdu(content.url("/get/8")), false);
+    EXPECT_EQ(result.status.code, ErrorCode::TooLarge) << result.status.text.toStdString();
+    EXPECT_EQ(result.decision, Decision::Rejected);
+    EXPECT_EQ(MmscServer::pduField(server.requests().last(), "X-Mms-Status"),
+              QStringLiteral("rejected"));
+    EXPECT_EQ(row(result.id).state(), unsigned(State::Rejected));
+}
+
+TEST_F(MmscClientTest, AMessageLargerThanItsNotificationSaidIsRejected)
+{
+    tavmms::pdu::Pdu pdu = *tavmms::pdu::decodePdu(retrievedMessagePdu());
+    pdu.body = QByteArray(150 * 1024, 'x');
+    pdu.headers.last().contentType.mediaType = QByteArrayLiteral("application/octet-stream");
+    MmscServer server(MmscServer::script({}));
+    ASSERT_TRUE(server.started());
+    MmscServer content(MmscServer::script({MmscServer::body(tavmms::pdu::encodePdu(pdu))}));
+    ASSERT_TRUE(content.started());
+
+    const tavmms::mmsc::NotifyResult result =
+        MmscClient(connectionTo(server)).notify(notificationIndPdu(content.url("/get/12")), false);
     EXPECT_EQ(result.status.code, ErrorCode::TooLarge) << result.status.text.toStdString();
     EXPECT_EQ(result.decision, Decision::Rejected);
     EXPECT_EQ(MmscServer::pduField(server.requests().last(), "X-Mms-Status"),
@@ -577,15 +601,18 @@ TEST_F(MmscClientTest, ARedirectToHttpIsFollowed)
     QJsonObject redirect = MmscServer::step(302);
     redirect.insert(QStringLiteral("headers"),
                     QJsonObject{{QStringLiteral("Location"), QStringLiteral("/moved/11")}});
-    MmscServer content(MmscServer::script({redirect, MmscServer::body(retrievedMessagePdu())}));
+    // Qt may ask for the first address twice (a GET may be repeated): every later request gets
+    // the message.
+    MmscServer content(MmscServer::script({redirect}, MmscServer::body(retrievedMessagePdu())));
     ASSERT_TRUE(content.started());
 
     const tavmms::mmsc::NotifyResult result =
         MmscClient(connectionTo(server)).notify(notificationIndPdu(content.url("/get/11")), false);
     EXPECT_EQ(result.decision, Decision::Fetched) << result.status.text.toStdString();
-    ASSERT_EQ(content.requests().size(), 2);
-    EXPECT_EQ(content.requests().last().value(QStringLiteral("path")).toString(),
-              QStringLiteral("/moved/11"));
+    const QList<QJsonObject> requests = content.requests();
+    EXPECT_TRUE(std::any_of(requests.begin(), requests.end(), [](const QJsonObject& request) {
+        return request.value(QStringLiteral("path")).toString() == QStringLiteral("/moved/11");
+    }));
 }
 
 TEST_F(MmscClientTest, BytesThatAreNoNotificationAreRefusedWithoutAnAnswer)

@@ -278,9 +278,6 @@ int runCompose(const cli::Command& command, const QStringList& arguments)
     return reportStored(added);
 }
 
-// Room for a PDU's header fields beside a body as large as the limit allows.
-constexpr qint64 kPduHeaderRoom = 1024 * 1024;
-
 // Files the message of the m-retrieve.conf PDU in `path`; the options that describe a message
 // are refused, since the PDU gives all of it.
 int receivePdu(const QCommandLineParser& parser, const cli::Command& command,
@@ -297,10 +294,11 @@ int receivePdu(const QCommandLineParser& parser, const cli::Command& command,
                                QStringLiteral("--pdu excludes a body FILE: the PDU carries it"));
     const QString path = parser.value(QStringLiteral("pdu"));
     const store::SizeLimit limit = store::MessageStore::receiveLimit();
-    const std::optional<QByteArray> bytes = cli::readInput(path, limit.bytes + kPduHeaderRoom);
+    const std::optional<QByteArray> bytes =
+        cli::readInput(path, limit.bytes + store::MessageStore::kPduHeaderRoom);
     if (!bytes)
         return cli::ExitFailed;
-    if (bytes->size() > limit.bytes + kPduHeaderRoom) {
+    if (bytes->size() > limit.bytes + store::MessageStore::kPduHeaderRoom) {
         cli::fail(QStringLiteral("the PDU in '%1' is over %2 by more than its header can take; "
                                  "the message was not kept")
                       .arg(path, limit.text));

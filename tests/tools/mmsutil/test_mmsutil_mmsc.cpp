@@ -2,6 +2,7 @@
 // temporary store against the test MMSC (a real HTTP server of its own process): the exit status,
 // what is printed, what the MMSC received, decoded field by field, and what the store then holds.
 
+#include "message_store.h"
 #include "transaction_pdu.h"
 
 #include "support/message_store.h"
@@ -548,7 +549,10 @@ TEST_F(MmsutilNotifyTest, NotifyOfTheSameNotificationTwiceFetchesOnce)
 
 TEST_F(MmsutilNotifyTest, NotifyRejectsAnAnswerThatGrowsOverTheLimitWhileItArrives)
 {
-    QJsonObject chunked = MmscServer::body(retrievedMessagePdu() + QByteArray(200 * 1024, 'x'));
+    // Over the 100 KB limit and the room of a PDU's header beside it.
+    QJsonObject chunked =
+        MmscServer::body(retrievedMessagePdu() +
+                         QByteArray(100 * 1024 + tavmms::store::MessageStore::kPduHeaderRoom, 'x'));
     chunked.insert(QStringLiteral("chunked"), true);
     MmscServer large(MmscServer::script({chunked}));
     ASSERT_TRUE(large.started());
