@@ -124,12 +124,13 @@ void HttpExchange::Impl::start(QNetworkReply* started, const QUrl& target, qint6
     QObject::connect(reply, &QNetworkReply::finished, reply, [this] { onFinished(); });
 }
 
-// Reads what has come, never more than one byte over the limit.
+// Reads what has come, never more than one byte over the limit. No more than has come is asked
+// for: read() first makes room for all it is asked, and a fetch's limit runs to megabytes.
 void HttpExchange::Impl::take()
 {
     if (!reply)
         return;
-    response.body += reply->read(limit + 1 - response.body.size());
+    response.body += reply->read(qMin(reply->bytesAvailable(), limit + 1 - response.body.size()));
     if (response.body.size() > limit)
         finish(HttpResponse::TooLarge, QStringLiteral("the answer of %1 is over the limit of %2 "
                                                       "bytes")

@@ -218,13 +218,24 @@ std::optional<QByteArray> readVersion(WspReader& reader)
     return text;
 }
 
+// A media type read as text, spelled as its well-known number reads when it has one: the writer
+// sends such a type as the number, so that a text spelled otherwise ("Image/JPEG") would not read
+// back the same.
+QByteArray wellKnownSpelling(const QByteArray& text)
+{
+    const std::optional<quint8> code = wellKnownMediaCode(text);
+    return code ? QByteArray(kMediaTypes[*code]) : text;
+}
+
 // A Constrained-encoding: a short integer naming a well-known type, or an extension text.
 std::optional<QByteArray> readConstrainedMedia(WspReader& reader)
 {
     const qsizetype start = reader.offset();
     const std::optional<quint8> first = reader.peek();
-    if (!first || !(*first & 0x80))
-        return reader.textString();
+    if (!first || !(*first & 0x80)) {
+        const std::optional<QByteArray> text = reader.textString();
+        return text ? std::optional(wellKnownSpelling(*text)) : std::nullopt;
+    }
     const QByteArray name = wellKnownMediaType(*reader.shortInteger());
     if (name.isEmpty())
         return reader.fail(start, QStringLiteral("a well-known content type number"));
@@ -346,6 +357,22 @@ std::optional<QByteArray> readUntypedValue(WspReader& reader)
     return readTextValue(reader);
 }
 
+std::optional<Parameter> readParameter(WspReader& reader);
+
+// An untyped parameter that the writer sends typed (a charset by name, "Name", "type" with a
+// media type) reads as its typed form reads, so that written back it reads the same; one the
+// writer sends untyped stays as it came.
+Parameter asWritten(Parameter parameter)
+{
+    WspWriter writer;
+    writeParameter(writer, parameter);
+    WspReader written(writer.bytes());
+    if (!(written.peek().value_or(0) & 0x80))
+        return parameter;
+    std::optional<Parameter> typed = readParameter(written);
+    return typed ? std::move(*typed) : parameter;
+}
+
 std::optional<Parameter> readParameter(WspReader& reader)
 {
     const qsizetype start = reader.offset();
@@ -371,18 +398,20 @@ std::optional<Parameter> readParameter(WspReader& reader)
     std::optional<QByteArray> value = readUntypedValue(reader);
     if (!value)
         return std::nullopt;
-    return Parameter{std::move(*name), std::move(*value)};
+    return asWritten(Parameter{std::move(*name), std::move(*value)});
 }
 
-// An extension media type; one of no octets, which only a quote octet can carry, could not be
-// written back.
+// An extension media type, spelled as its well-known number reads when it has one; one of no
+// octets, which only a quote octet can carry, could not be written back.
 std::optional<QByteArray> readMediaText(WspReader& reader)
 {
     const qsizetype start = reader.offset();
-    std::optional<QByteArray> text = reader.textString();
-    if (text && text->isEmpty())
+    const std::optional<QByteArray> text = reader.textString();
+    if (!text)
+        return std::nullopt;
+    if (text->isEmpty())
         return reader.fail(start, QStringLiteral("a media type"));
-    return text;
+    return wellKnownSpelling(*text);
 }
 
 } // namespace

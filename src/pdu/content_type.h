@@ -33,9 +33,12 @@ struct TAVMMS_EXPORT Parameter {
 TAVMMS_EXPORT QByteArray parameterValue(const QList<Parameter>& parameters, QByteArrayView name);
 
 struct TAVMMS_EXPORT ContentType {
+    // As read, a type WSP gives a number is spelled as that number reads, however the text that
+    // carried it was spelled: the writer sends the number.
     QByteArray mediaType;
     // In the order they came. Typed values read as text: a charset by its name ("utf-8"), a
-    // number in decimal, a content type by its name.
+    // number in decimal, a content type by its name. An untyped parameter that the writer sends
+    // typed ("Charset", "UTF-8") reads as the typed one it becomes ("charset", "utf-8").
     QList<Parameter> parameters;
 
     // The value of the first parameter called `name`, ignoring case; empty when there is none.

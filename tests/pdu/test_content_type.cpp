@@ -62,6 +62,58 @@ TEST(ContentTypeTest, ReadsAnExtensionMediaText)
     EXPECT_EQ(type->mediaType, "application/smil");
 }
 
+TEST(ContentTypeTest, ATextNamingAWellKnownTypeReadsAsItsNumberReads)
+{
+    // Written back, the type is the number alone, which must read as what was read first.
+    const auto type = read(tavmms::test::zeroEnded("Image/JPEG"));
+    ASSERT_TRUE(type);
+    EXPECT_EQ(type->mediaType, "image/jpeg");
+    EXPECT_EQ(written(*type), octets({0x9E}));
+    EXPECT_EQ(read(written(*type)), type);
+
+    // In the general form, and as the value of a typed "type" parameter.
+    QByteArray general = octets({0x18});
+    general += tavmms::test::zeroEnded("text/X-VCARD");
+    general += char(0x89);
+    general += tavmms::test::zeroEnded("a/B");
+    general[0] = char(general.size() - 1);
+    const auto related = read(general);
+    ASSERT_TRUE(related);
+    EXPECT_EQ(related->mediaType, "text/x-vCard");
+    EXPECT_EQ(related->parameters, QList<Parameter>({{"type", "a/B"}}));
+    QByteArray typedMedia = octets({0x0C, 0xB3, 0x89});
+    typedMedia += tavmms::test::zeroEnded("Image/PNG");
+    const auto typed = read(typedMedia);
+    ASSERT_TRUE(typed);
+    EXPECT_EQ(typed->parameters, QList<Parameter>({{"type", "image/png"}}));
+    EXPECT_EQ(written(*typed), octets({0x03, 0xB3, 0x89, 0xA0}));
+    EXPECT_EQ(read(written(*typed)), typed);
+}
+
+TEST(ContentTypeTest, AnUntypedParameterTheWriterSendsTypedReadsAsItsTypedForm)
+{
+    // text/plain; Charset=UTF-8; Name=x; type=Image/PNG; CHARSET=x-none, all untyped.
+    QByteArray general = octets({0x83});
+    for (const char* text :
+         {"Charset", "UTF-8", "Name", "x", "type", "Image/PNG", "CHARSET", "x-none"})
+        general += tavmms::test::zeroEnded(text);
+    // Over 30 octets: the length is quoted, then a uintvar of one octet.
+    const QByteArray data = octets({0x1F, int(general.size())}) + general;
+    const auto type = read(data);
+    ASSERT_TRUE(type);
+    // The last keeps its spelling: a charset the codec does not know is written untyped.
+    EXPECT_EQ(
+        type->parameters,
+        QList<Parameter>(
+            {{"charset", "utf-8"}, {"name", "x"}, {"type", "image/png"}, {"CHARSET", "x-none"}}));
+    QByteArray expected = octets({0x18, 0x83, 0x81, 0xEA, 0x85, 'x', 0x00, 0x89, 0xA0});
+    expected += tavmms::test::zeroEnded("CHARSET");
+    expected += '"';
+    expected += tavmms::test::zeroEnded("x-none");
+    EXPECT_EQ(written(*type), expected);
+    EXPECT_EQ(read(written(*type)), type);
+}
+
 TEST(ContentTypeTest, ReadsTheGeneralFormWithTypeAndStart)
 {
     // multipart.related; type=application/smil; start=<0.smil>

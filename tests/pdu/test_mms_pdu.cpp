@@ -64,6 +64,24 @@ TEST(MmsPduTest, WritesContentTypeLastWhereverItStands)
     EXPECT_EQ(*decoded, sendRequest());
 }
 
+TEST(MmsPduTest, AContentTypeTextNamingAWellKnownTypeReadsBackTheSame)
+{
+    // The type of a multipart.related body sent as a text spelled with a capital letter.
+    QByteArray data = octets({0x8C, 0xD2, 0x84});
+    data += zeroEnded("application/vnd.wap.multipaRt.related");
+    data += octets({0x00, 0x60, 0x60, 0x00, 0x0F, 0x09, 0xF6, 0x91, 0x91, 0x91, 0x91});
+    const std::optional<Pdu> decoded = decodePdu(data);
+    ASSERT_TRUE(decoded);
+    EXPECT_EQ(decoded->contentType()->mediaType, "application/vnd.wap.multipart.related");
+
+    const QByteArray encoded = encodePdu(*decoded);
+    EXPECT_EQ(encoded, octets({0x8C, 0xD2, 0x84, 0xB3, 0x00, 0x60, 0x60, 0x00, 0x0F, 0x09, 0xF6,
+                               0x91, 0x91, 0x91, 0x91}));
+    const std::optional<Pdu> again = decodePdu(encoded);
+    ASSERT_TRUE(again);
+    EXPECT_EQ(*again, *decoded);
+}
+
 TEST(MmsPduTest, EveryMessageTypeReadsBackAsWritten)
 {
     for (quint8 type = 128; type <= 151; ++type) {
