@@ -30,77 +30,19 @@ using namespace std::chrono_literals;
 using tavmms::mmsc::Connection;
 using tavmms::mmsc::Decision;
 using tavmms::mmsc::MmscClient;
-using tavmms::pdu::Field;
-using tavmms::pdu::HeaderField;
-using tavmms::pdu::MessageType;
 using tavmms::store::ErrorCode;
 using tavmms::store::Folder;
 using tavmms::store::MessageRow;
 using tavmms::store::MessageStore;
 using tavmms::store::State;
 using tavmms_test::MmscServer;
+using tavmms_test::notificationIndPdu;
+using tavmms_test::retrievedMessagePdu;
 
 const auto* const kApplication =
     ::testing::AddGlobalTestEnvironment(new tavmms_test::CoreApplication);
 
-const QString kSender = QStringLiteral("+4915550199/TYPE=PLMN");
-
-QJsonObject delayed(double seconds)
-{
-    return QJsonObject{{QStringLiteral("delay"), seconds}};
-}
-
-QJsonObject fields(const QJsonObject& request)
-{
-    return request.value(QStringLiteral("pdu"))
-        .toObject()
-        .value(QStringLiteral("fields"))
-        .toObject();
-}
-
-QString field(const QJsonObject& request, const char* name)
-{
-    return fields(request).value(QLatin1String(name)).toString();
-}
-
-// An m-notification.ind of a message of `size` bytes at `location`, from kSender.
-QByteArray notificationPdu(const QUrl& location, quint64 size = 2000,
-                           const QString& transactionId = QStringLiteral("N-1"),
-                           std::optional<quint64> absoluteExpiry = std::nullopt)
-{
-    tavmms::pdu::Pdu pdu;
-    pdu.headers = {HeaderField::octet(Field::MessageType, quint64(MessageType::NotificationInd)),
-                   HeaderField::textField(Field::TransactionId, transactionId),
-                   HeaderField::octet(Field::MmsVersion, 0x92),
-                   HeaderField::from(kSender),
-                   HeaderField::textField(Field::Subject, QStringLiteral("Pictures")),
-                   HeaderField::octet(Field::MessageClass, 128),
-                   HeaderField::integer(Field::MessageSize, size),
-                   absoluteExpiry ? HeaderField::time(Field::Expiry, *absoluteExpiry, false)
-                                  : HeaderField::time(Field::Expiry, 86400, true),
-                   HeaderField::textField(Field::ContentLocation, location.toString())};
-    return tavmms::pdu::encodePdu(pdu);
-}
-
-// An m-retrieve.conf from kSender; without `transactionId`, one that asks for no acknowledgement.
-QByteArray retrievePdu(const QString& transactionId = QString(), bool readReport = false,
-                       const QString& messageId = QStringLiteral("m-1@mmsc"))
-{
-    tavmms::pdu::Pdu pdu = tavmms_test::pduOfType(MessageType::RetrieveConf);
-    pdu.headers.removeAt(1);
-    if (!transactionId.isEmpty())
-        pdu.headers.insert(1, HeaderField::textField(Field::TransactionId, transactionId));
-    pdu.headers << HeaderField::from(kSender)
-                << HeaderField::textField(Field::Subject, QStringLiteral("Pictures"))
-                << HeaderField::textField(Field::MessageId, messageId)
-                << HeaderField::octet(Field::ReadReport, readReport ? 128 : 129);
-    HeaderField type;
-    type.code = quint8(Field::ContentType);
-    type.contentType.mediaType = QByteArrayLiteral("application/vnd.wap.multipart.mixed");
-    pdu.headers << type;
-    pdu.body = tavmms_test::twoPartBody();
-    return tavmms::pdu::encodePdu(pdu);
-}
+const QString& kSender = tavmms_test::kMmscSender;
 
 class MmscClientTest : public ::testing::Test
 {
@@ -159,12 +101,12 @@ TEST_F(MmscClientTest, ASentMessageIsPostedWholeAndMovesToSentWithItsMessageId)
                   .value(QStringLiteral("content-type"))
                   .toString(),
               QStringLiteral("application/vnd.wap.mms-message"));
-    EXPECT_EQ(field(request, "X-Mms-Message-Type"), QStringLiteral("m-send-req"));
-    EXPECT_EQ(field(request, "X-Mms-MMS-Version"), QStringLiteral("1.2"));
-    EXPECT_EQ(field(request, "From"), QStringLiteral("#insert"));
-    EXPECT_EQ(fields(request).value(QStringLiteral("To")).toArray(),
+    EXPECT_EQ(MmscServer::pduField(request, "X-Mms-Message-Type"), QStringLiteral("m-send-req"));
+    EXPECT_EQ(MmscServer::pduField(request, "X-Mms-MMS-Version"), QStringLiteral("1.2"));
+    EXPECT_EQ(MmscServer::pduField(request, "From"), QStringLiteral("#insert"));
+    EXPECT_EQ(MmscServer::pduFields(request).value(QStringLiteral("To")).toArray(),
               QJsonArray{QStringLiteral("+4915550101/TYPE=PLMN")});
-    EXPECT_EQ(field(request, "Subject"), QStringLiteral("Hello"));
+    EXPECT_EQ(MmscServer::pduField(request, "Subject"), QStringLiteral("Hello"));
     const QJsonArray parts =
         request.value(QStringLiteral("pdu")).toObject().value(QStringLiteral("parts")).toArray();
     ASSERT_EQ(parts.size(), 3);
@@ -172,7 +114,7 @@ TEST_F(MmscClientTest, ASentMessageIsPostedWholeAndMovesToSentWithItsMessageId)
               QStringLiteral("image/png"));
 
     const MessageRow kept = row(id);
-    EXPECT_EQ(field(request, "X-Mms-Transaction-ID"),
+    EXPECT_EQ(MmscServer::pduField(request, "X-Mms-Transaction-ID"),
               QString::fromLatin1(kept.record.mms_fld_tid_name));
     EXPECT_EQ(kept.folder(), unsigned(Folder::Sent));
     EXPECT_EQ(kept.state(), unsigned(State::Sent));
@@ -282,7 +224,7 @@ TEST_F(MmscClientTest, NotFoundIsNotTriedAgain)
 
 TEST_F(MmscClientTest, AnMmscThatDoesNotAnswerInTimeFailsAfterEveryAttempt)
 {
-    MmscServer server(MmscServer::script({}, delayed(5)));
+    MmscServer server(MmscServer::script({}, MmscServer::delay(5)));
     ASSERT_TRUE(server.started());
     const unsigned int id = composed();
     Connection connection = connectionTo(server);
@@ -399,11 +341,11 @@ TEST_F(MmscClientTest, ANotificationIsFetchedAndAnsweredRetrieved)
 {
     MmscServer server(MmscServer::script({}));
     ASSERT_TRUE(server.started());
-    MmscServer content(MmscServer::script({MmscServer::body(retrievePdu())}));
+    MmscServer content(MmscServer::script({MmscServer::body(retrievedMessagePdu())}));
     ASSERT_TRUE(content.started());
 
     const tavmms::mmsc::NotifyResult result =
-        MmscClient(connectionTo(server)).notify(notificationPdu(content.url("/get/1")), false);
+        MmscClient(connectionTo(server)).notify(notificationIndPdu(content.url("/get/1")), false);
     ASSERT_TRUE(result.status.ok()) << result.status.text.toStdString();
     EXPECT_EQ(result.decision, Decision::Fetched);
     EXPECT_TRUE(result.responded);
@@ -415,10 +357,11 @@ TEST_F(MmscClientTest, ANotificationIsFetchedAndAnsweredRetrieved)
 
     const QList<QJsonObject> answers = server.requests();
     ASSERT_EQ(answers.size(), 1);
-    EXPECT_EQ(field(answers.first(), "X-Mms-Message-Type"), QStringLiteral("m-notifyresp-ind"));
-    EXPECT_EQ(field(answers.first(), "X-Mms-Transaction-ID"), QStringLiteral("N-1"));
-    EXPECT_EQ(field(answers.first(), "X-Mms-Status"), QStringLiteral("retrieved"));
-    EXPECT_EQ(field(answers.first(), "X-Mms-Report-Allowed"), QStringLiteral("yes"));
+    EXPECT_EQ(MmscServer::pduField(answers.first(), "X-Mms-Message-Type"),
+              QStringLiteral("m-notifyresp-ind"));
+    EXPECT_EQ(MmscServer::pduField(answers.first(), "X-Mms-Transaction-ID"), QStringLiteral("N-1"));
+    EXPECT_EQ(MmscServer::pduField(answers.first(), "X-Mms-Status"), QStringLiteral("retrieved"));
+    EXPECT_EQ(MmscServer::pduField(answers.first(), "X-Mms-Report-Allowed"), QStringLiteral("yes"));
 
     const tavmms::store::ReadMessage message = store.read(result.id);
     EXPECT_EQ(message.row.state(), unsigned(State::Received));
@@ -432,29 +375,32 @@ TEST_F(MmscClientTest, ReportsNotAllowedAreSaidSoInTheAnswer)
     ASSERT_EQ(MMS_UTIL_Setting::setDeliveryRepAllowedity(0), 0);
     MmscServer server(MmscServer::script({}));
     ASSERT_TRUE(server.started());
-    MmscServer content(MmscServer::script({MmscServer::body(retrievePdu())}));
+    MmscServer content(MmscServer::script({MmscServer::body(retrievedMessagePdu())}));
     ASSERT_TRUE(content.started());
 
-    MmscClient(connectionTo(server)).notify(notificationPdu(content.url("/get/1")), false);
+    MmscClient(connectionTo(server)).notify(notificationIndPdu(content.url("/get/1")), false);
     ASSERT_EQ(server.requests().size(), 1);
-    EXPECT_EQ(field(server.requests().first(), "X-Mms-Report-Allowed"), QStringLiteral("no"));
+    EXPECT_EQ(MmscServer::pduField(server.requests().first(), "X-Mms-Report-Allowed"),
+              QStringLiteral("no"));
 }
 
 TEST_F(MmscClientTest, RoamingWithDelayedRetrievalDefersAndAFetchByHandAcknowledges)
 {
     MmscServer server(MmscServer::script({}));
     ASSERT_TRUE(server.started());
-    MmscServer content(MmscServer::script({MmscServer::body(retrievePdu(QStringLiteral("R-9")))}));
+    MmscServer content(
+        MmscServer::script({MmscServer::body(retrievedMessagePdu(QStringLiteral("R-9")))}));
     ASSERT_TRUE(content.started());
     MmscClient client(connectionTo(server));
 
     const tavmms::mmsc::NotifyResult notified =
-        client.notify(notificationPdu(content.url("/get/2")), true);
+        client.notify(notificationIndPdu(content.url("/get/2")), true);
     ASSERT_TRUE(notified.status.ok()) << notified.status.text.toStdString();
     EXPECT_EQ(notified.decision, Decision::Deferred);
     EXPECT_TRUE(content.requests().isEmpty());
     ASSERT_EQ(server.requests().size(), 1);
-    EXPECT_EQ(field(server.requests().first(), "X-Mms-Status"), QStringLiteral("deferred"));
+    EXPECT_EQ(MmscServer::pduField(server.requests().first(), "X-Mms-Status"),
+              QStringLiteral("deferred"));
     EXPECT_EQ(row(notified.id).state(), unsigned(State::Deferred));
 
     const tavmms::mmsc::FetchResult fetched = client.fetch(notified.id);
@@ -463,9 +409,9 @@ TEST_F(MmscClientTest, RoamingWithDelayedRetrievalDefersAndAFetchByHandAcknowled
     EXPECT_TRUE(fetched.acknowledged);
     ASSERT_EQ(server.requests().size(), 2);
     const QJsonObject ack = server.requests().last();
-    EXPECT_EQ(field(ack, "X-Mms-Message-Type"), QStringLiteral("m-acknowledge-ind"));
-    EXPECT_EQ(field(ack, "X-Mms-Transaction-ID"), QStringLiteral("R-9"));
-    EXPECT_EQ(field(ack, "X-Mms-Report-Allowed"), QStringLiteral("yes"));
+    EXPECT_EQ(MmscServer::pduField(ack, "X-Mms-Message-Type"), QStringLiteral("m-acknowledge-ind"));
+    EXPECT_EQ(MmscServer::pduField(ack, "X-Mms-Transaction-ID"), QStringLiteral("R-9"));
+    EXPECT_EQ(MmscServer::pduField(ack, "X-Mms-Report-Allowed"), QStringLiteral("yes"));
     EXPECT_EQ(row(notified.id).state(), unsigned(State::Received));
 }
 
@@ -474,12 +420,12 @@ TEST_F(MmscClientTest, AFetchByHandWithoutAcknowledgementAnswersTheNotification)
     ASSERT_EQ(MMS_UTIL_Setting::setAutoRetrievalSetting(0), 0);
     MmscServer server(MmscServer::script({}));
     ASSERT_TRUE(server.started());
-    MmscServer content(MmscServer::script({MmscServer::body(retrievePdu())}));
+    MmscServer content(MmscServer::script({MmscServer::body(retrievedMessagePdu())}));
     ASSERT_TRUE(content.started());
     MmscClient client(connectionTo(server));
 
     const tavmms::mmsc::NotifyResult notified =
-        client.notify(notificationPdu(content.url("/get/3")), false);
+        client.notify(notificationIndPdu(content.url("/get/3")), false);
     EXPECT_EQ(notified.decision, Decision::Deferred);
     EXPECT_EQ(notified.reason, QStringLiteral("automatic download is off"));
 
@@ -487,9 +433,10 @@ TEST_F(MmscClientTest, AFetchByHandWithoutAcknowledgementAnswersTheNotification)
     ASSERT_TRUE(fetched.status.ok()) << fetched.status.text.toStdString();
     EXPECT_EQ(fetched.acknowledgement, QStringLiteral("m-notifyresp.ind"));
     const QJsonObject answer = server.requests().last();
-    EXPECT_EQ(field(answer, "X-Mms-Message-Type"), QStringLiteral("m-notifyresp-ind"));
-    EXPECT_EQ(field(answer, "X-Mms-Transaction-ID"), QStringLiteral("N-1"));
-    EXPECT_EQ(field(answer, "X-Mms-Status"), QStringLiteral("retrieved"));
+    EXPECT_EQ(MmscServer::pduField(answer, "X-Mms-Message-Type"),
+              QStringLiteral("m-notifyresp-ind"));
+    EXPECT_EQ(MmscServer::pduField(answer, "X-Mms-Transaction-ID"), QStringLiteral("N-1"));
+    EXPECT_EQ(MmscServer::pduField(answer, "X-Mms-Status"), QStringLiteral("retrieved"));
     EXPECT_EQ(client.fetch(notified.id).status.code, ErrorCode::Invalid);
 }
 
@@ -500,12 +447,13 @@ TEST_F(MmscClientTest, AMessageOverTheSizeLimitIsRejectedWithoutAFetch)
 
     const tavmms::mmsc::NotifyResult result =
         MmscClient(connectionTo(server))
-            .notify(notificationPdu(server.url("/get/4"), 200 * 1024), false);
+            .notify(notificationIndPdu(server.url("/get/4"), 200 * 1024), false);
     EXPECT_EQ(result.decision, Decision::Rejected);
     EXPECT_TRUE(result.reason.contains(QStringLiteral("max-mt-size")))
         << result.reason.toStdString();
     ASSERT_EQ(server.requests().size(), 1);
-    EXPECT_EQ(field(server.requests().first(), "X-Mms-Status"), QStringLiteral("rejected"));
+    EXPECT_EQ(MmscServer::pduField(server.requests().first(), "X-Mms-Status"),
+              QStringLiteral("rejected"));
     EXPECT_EQ(row(result.id).state(), unsigned(State::Rejected));
 }
 
@@ -517,12 +465,14 @@ TEST_F(MmscClientTest, AnExpiredMessageIsRejectedAndNothingKept)
     const quint64 yesterday = quint64(QDateTime::currentSecsSinceEpoch() - 86400);
     const tavmms::mmsc::NotifyResult result =
         MmscClient(connectionTo(server))
-            .notify(notificationPdu(server.url("/get/5"), 2000, QStringLiteral("N-5"), yesterday),
-                    false);
+            .notify(
+                notificationIndPdu(server.url("/get/5"), 2000, QStringLiteral("N-5"), yesterday),
+                false);
     EXPECT_EQ(result.decision, Decision::Rejected);
     EXPECT_EQ(result.id, 0u);
     ASSERT_EQ(server.requests().size(), 1);
-    EXPECT_EQ(field(server.requests().first(), "X-Mms-Status"), QStringLiteral("rejected"));
+    EXPECT_EQ(MmscServer::pduField(server.requests().first(), "X-Mms-Status"),
+              QStringLiteral("rejected"));
     EXPECT_TRUE(store.list().rows.isEmpty());
 }
 
@@ -534,10 +484,11 @@ TEST_F(MmscClientTest, ANotificationFromABlockedSenderIsRejectedAndNothingKept)
     ASSERT_TRUE(server.started());
 
     const tavmms::mmsc::NotifyResult result =
-        MmscClient(connectionTo(server)).notify(notificationPdu(server.url("/get/6")), false);
+        MmscClient(connectionTo(server)).notify(notificationIndPdu(server.url("/get/6")), false);
     EXPECT_EQ(result.decision, Decision::Rejected);
     EXPECT_EQ(result.status.code, ErrorCode::Blocked);
-    EXPECT_EQ(field(server.requests().first(), "X-Mms-Status"), QStringLiteral("rejected"));
+    EXPECT_EQ(MmscServer::pduField(server.requests().first(), "X-Mms-Status"),
+              QStringLiteral("rejected"));
     EXPECT_TRUE(store.list().rows.isEmpty());
 }
 
@@ -545,10 +496,10 @@ TEST_F(MmscClientTest, TheSameNotificationTwiceIsFetchedOnceAndAnsweredAgain)
 {
     MmscServer server(MmscServer::script({}));
     ASSERT_TRUE(server.started());
-    MmscServer content(MmscServer::script({MmscServer::body(retrievePdu())}));
+    MmscServer content(MmscServer::script({MmscServer::body(retrievedMessagePdu())}));
     ASSERT_TRUE(content.started());
     MmscClient client(connectionTo(server));
-    const QByteArray notification = notificationPdu(content.url("/get/7"));
+    const QByteArray notification = notificationIndPdu(content.url("/get/7"));
 
     const tavmms::mmsc::NotifyResult first = client.notify(notification, false);
     ASSERT_EQ(first.decision, Decision::Fetched);
@@ -559,7 +510,8 @@ TEST_F(MmscClientTest, TheSameNotificationTwiceIsFetchedOnceAndAnsweredAgain)
 
     EXPECT_EQ(content.requests().size(), 1);
     ASSERT_EQ(server.requests().size(), 2);
-    EXPECT_EQ(field(server.requests().last(), "X-Mms-Status"), QStringLiteral("retrieved"));
+    EXPECT_EQ(MmscServer::pduField(server.requests().last(), "X-Mms-Status"),
+              QStringLiteral("retrieved"));
     EXPECT_EQ(store.list().rows.size(), 1);
 }
 
@@ -568,7 +520,7 @@ TEST_F(MmscClientTest, AnAnswerOverTheSizeLimitIsCutOffWhileItArrives)
     // The notification says 2,000 bytes; the MMSC sends more than the 100 KB limit and the room
     // of a PDU's header beside it, without saying how much up front.
     const QByteArray large =
-        retrievePdu() + QByteArray(100 * 1024 + MessageStore::kPduHeaderRoom, 'x');
+        retrievedMessagePdu() + QByteArray(100 * 1024 + MessageStore::kPduHeaderRoom, 'x');
     MmscServer server(MmscServer::script({}));
     ASSERT_TRUE(server.started());
     QJsonObject chunked = MmscServer::body(large);
@@ -577,16 +529,17 @@ TEST_F(MmscClientTest, AnAnswerOverTheSizeLimitIsCutOffWhileItArrives)
     ASSERT_TRUE(content.started());
 
     const tavmms::mmsc::NotifyResult result =
-        MmscClient(connectionTo(server)).notify(notificationPdu(content.url("/get/8")), false);
+        MmscClient(connectionTo(server)).notify(notificationIndPdu(content.url("/get/8")), false);
     EXPECT_EQ(result.status.code, ErrorCode::TooLarge) << result.status.text.toStdString();
     EXPECT_EQ(result.decision, Decision::Rejected);
-    EXPECT_EQ(field(server.requests().last(), "X-Mms-Status"), QStringLiteral("rejected"));
+    EXPECT_EQ(MmscServer::pduField(server.requests().last(), "X-Mms-Status"),
+              QStringLiteral("rejected"));
     EXPECT_EQ(row(result.id).state(), unsigned(State::Rejected));
 }
 
 TEST_F(MmscClientTest, AMessageLargerThanItsNotificationSaidIsRejected)
 {
-    tavmms::pdu::Pdu pdu = *tavmms::pdu::decodePdu(retrievePdu());
+    tavmms::pdu::Pdu pdu = *tavmms::pdu::decodePdu(retrievedMessagePdu());
     pdu.body = QByteArray(150 * 1024, 'x');
     pdu.headers.last().contentType.mediaType = QByteArrayLiteral("application/octet-stream");
     MmscServer server(MmscServer::script({}));
@@ -595,10 +548,11 @@ TEST_F(MmscClientTest, AMessageLargerThanItsNotificationSaidIsRejected)
     ASSERT_TRUE(content.started());
 
     const tavmms::mmsc::NotifyResult result =
-        MmscClient(connectionTo(server)).notify(notificationPdu(content.url("/get/12")), false);
+        MmscClient(connectionTo(server)).notify(notificationIndPdu(content.url("/get/12")), false);
     EXPECT_EQ(result.status.code, ErrorCode::TooLarge) << result.status.text.toStdString();
     EXPECT_EQ(result.decision, Decision::Rejected);
-    EXPECT_EQ(field(server.requests().last(), "X-Mms-Status"), QStringLiteral("rejected"));
+    EXPECT_EQ(MmscServer::pduField(server.requests().last(), "X-Mms-Status"),
+              QStringLiteral("rejected"));
     EXPECT_EQ(row(result.id).state(), unsigned(State::Rejected));
 }
 
@@ -606,17 +560,18 @@ TEST_F(MmscClientTest, AnAnswerCutShortIsTriedAgainThenDeferred)
 {
     MmscServer server(MmscServer::script({}));
     ASSERT_TRUE(server.started());
-    QJsonObject cut = MmscServer::body(retrievePdu());
+    QJsonObject cut = MmscServer::body(retrievedMessagePdu());
     cut.insert(QStringLiteral("truncate"), 20);
     MmscServer content(MmscServer::script({}, cut));
     ASSERT_TRUE(content.started());
 
     const tavmms::mmsc::NotifyResult result =
-        MmscClient(connectionTo(server)).notify(notificationPdu(content.url("/get/9")), false);
+        MmscClient(connectionTo(server)).notify(notificationIndPdu(content.url("/get/9")), false);
     EXPECT_EQ(result.status.code, ErrorCode::Unreachable) << result.status.text.toStdString();
     EXPECT_EQ(result.decision, Decision::Deferred);
     EXPECT_EQ(content.requests().size(), 3);
-    EXPECT_EQ(field(server.requests().last(), "X-Mms-Status"), QStringLiteral("deferred"));
+    EXPECT_EQ(MmscServer::pduField(server.requests().last(), "X-Mms-Status"),
+              QStringLiteral("deferred"));
     EXPECT_EQ(row(result.id).state(), unsigned(State::Deferred));
 }
 
@@ -631,7 +586,7 @@ TEST_F(MmscClientTest, ARedirectToAFileIsRefused)
     ASSERT_TRUE(content.started());
 
     const tavmms::mmsc::NotifyResult result =
-        MmscClient(connectionTo(server)).notify(notificationPdu(content.url("/get/10")), false);
+        MmscClient(connectionTo(server)).notify(notificationIndPdu(content.url("/get/10")), false);
     EXPECT_EQ(result.decision, Decision::Deferred);
     EXPECT_TRUE(result.status.text.contains(QStringLiteral("file")))
         << result.status.text.toStdString();
@@ -648,11 +603,11 @@ TEST_F(MmscClientTest, ARedirectToHttpIsFollowed)
                     QJsonObject{{QStringLiteral("Location"), QStringLiteral("/moved/11")}});
     // Qt may ask for the first address twice (a GET may be repeated): every later request gets
     // the message.
-    MmscServer content(MmscServer::script({redirect}, MmscServer::body(retrievePdu())));
+    MmscServer content(MmscServer::script({redirect}, MmscServer::body(retrievedMessagePdu())));
     ASSERT_TRUE(content.started());
 
     const tavmms::mmsc::NotifyResult result =
-        MmscClient(connectionTo(server)).notify(notificationPdu(content.url("/get/11")), false);
+        MmscClient(connectionTo(server)).notify(notificationIndPdu(content.url("/get/11")), false);
     EXPECT_EQ(result.decision, Decision::Fetched) << result.status.text.toStdString();
     const QList<QJsonObject> requests = content.requests();
     EXPECT_TRUE(std::any_of(requests.begin(), requests.end(), [](const QJsonObject& request) {
@@ -667,7 +622,7 @@ TEST_F(MmscClientTest, BytesThatAreNoNotificationAreRefusedWithoutAnAnswer)
     MmscClient client(connectionTo(server));
 
     EXPECT_EQ(client.notify(QByteArrayLiteral("\x8c"), false).status.code, ErrorCode::Malformed);
-    EXPECT_EQ(client.notify(retrievePdu(), false).status.code, ErrorCode::WrongType);
+    EXPECT_EQ(client.notify(retrievedMessagePdu(), false).status.code, ErrorCode::WrongType);
     EXPECT_TRUE(server.requests().isEmpty());
     EXPECT_TRUE(store.list().rows.isEmpty());
 }
@@ -682,26 +637,16 @@ TEST_F(MmscClientTest, ADeliveryAndAReadReportReachTheSentMessage)
     const unsigned int id = composed();
     ASSERT_TRUE(client.send(id).status.ok());
 
-    tavmms::pdu::Pdu delivery = tavmms_test::pduOfType(MessageType::DeliveryInd);
-    delivery.headers.removeAt(1);
-    delivery.headers << HeaderField::textField(Field::MessageId, QStringLiteral("M-5"))
-                     << HeaderField::textField(Field::To, QStringLiteral("+4915550101/TYPE=PLMN"))
-                     << HeaderField::integer(Field::Date, 1790000000)
-                     << HeaderField::octet(Field::Status, 129);
-    const tavmms::mmsc::ReportResult delivered = client.report(tavmms::pdu::encodePdu(delivery));
+    const tavmms::mmsc::ReportResult delivered = client.report(tavmms_test::deliveryIndPdu(
+        QStringLiteral("M-5"), QStringLiteral("+4915550101/TYPE=PLMN"), 129));
     ASSERT_TRUE(delivered.status.ok()) << delivered.status.text.toStdString();
     EXPECT_EQ(delivered.kind, tavmms::mmsc::ReportResult::Delivery);
     EXPECT_EQ(delivered.ids, QList<unsigned int>{id});
     EXPECT_EQ(row(id).deliveryStatus(), std::optional<quint8>(129));
 
-    tavmms::pdu::Pdu read = tavmms_test::pduOfType(MessageType::ReadOrigInd);
-    read.headers.removeAt(1);
-    read.headers << HeaderField::textField(Field::MessageId, QStringLiteral("M-5"))
-                 << HeaderField::textField(Field::To, QStringLiteral("+4915550100/TYPE=PLMN"))
-                 << HeaderField::from(QStringLiteral("+4915550101/TYPE=PLMN"))
-                 << HeaderField::integer(Field::Date, 1790000000)
-                 << HeaderField::octet(Field::ReadStatus, 128);
-    const tavmms::mmsc::ReportResult wasRead = client.report(tavmms::pdu::encodePdu(read));
+    const tavmms::mmsc::ReportResult wasRead = client.report(
+        tavmms_test::readOrigIndPdu(QStringLiteral("M-5"), QStringLiteral("+4915550101/TYPE=PLMN"),
+                                    QStringLiteral("+4915550100/TYPE=PLMN"), 128));
     ASSERT_TRUE(wasRead.status.ok()) << wasRead.status.text.toStdString();
     EXPECT_EQ(wasRead.kind, tavmms::mmsc::ReportResult::Read);
     EXPECT_EQ(row(id).readStatus(), std::optional<quint8>(128));
@@ -712,14 +657,8 @@ TEST_F(MmscClientTest, AReportForAnUnknownMessageIdChangesNothing)
 {
     MmscClient client(Connection{});
     const unsigned int id = composed();
-    tavmms::pdu::Pdu delivery = tavmms_test::pduOfType(MessageType::DeliveryInd);
-    delivery.headers.removeAt(1);
-    delivery.headers << HeaderField::textField(Field::MessageId, QStringLiteral("M-unknown"))
-                     << HeaderField::textField(Field::To, QStringLiteral("+4915550101/TYPE=PLMN"))
-                     << HeaderField::integer(Field::Date, 1790000000)
-                     << HeaderField::octet(Field::Status, 129);
-
-    const tavmms::mmsc::ReportResult result = client.report(tavmms::pdu::encodePdu(delivery));
+    const tavmms::mmsc::ReportResult result = client.report(tavmms_test::deliveryIndPdu(
+        QStringLiteral("M-unknown"), QStringLiteral("+4915550101/TYPE=PLMN"), 129));
     EXPECT_EQ(result.status.code, ErrorCode::NotFound);
     EXPECT_TRUE(result.status.text.contains(QStringLiteral("M-unknown")));
     EXPECT_EQ(row(id).deliveryStatus(), std::nullopt);
@@ -729,9 +668,9 @@ TEST_F(MmscClientTest, AReportForAnUnknownMessageIdChangesNothing)
 TEST_F(MmscClientTest, MarkingAMessageReadSendsTheReadReportItsSenderAskedFor)
 {
     const tavmms::store::Added asked =
-        store.receivePdu(retrievePdu(QString(), true, QStringLiteral("m-asked@mmsc")));
+        store.receivePdu(retrievedMessagePdu(QString(), true, QStringLiteral("m-asked@mmsc")));
     const tavmms::store::Added notAsked =
-        store.receivePdu(retrievePdu(QString(), false, QStringLiteral("m-not@mmsc")));
+        store.receivePdu(retrievedMessagePdu(QString(), false, QStringLiteral("m-not@mmsc")));
     ASSERT_TRUE(asked.status.ok() && notAsked.status.ok());
     MmscServer server(MmscServer::script({}));
     ASSERT_TRUE(server.started());
@@ -743,11 +682,12 @@ TEST_F(MmscClientTest, MarkingAMessageReadSendsTheReadReportItsSenderAskedFor)
     EXPECT_TRUE(row(notAsked.id).isRead());
     ASSERT_EQ(server.requests().size(), 1);
     const QJsonObject report = server.requests().first();
-    EXPECT_EQ(field(report, "X-Mms-Message-Type"), QStringLiteral("m-read-rec-ind"));
-    EXPECT_EQ(field(report, "Message-ID"), QStringLiteral("m-asked@mmsc"));
-    EXPECT_EQ(fields(report).value(QStringLiteral("To")).toArray(), QJsonArray{kSender});
-    EXPECT_EQ(field(report, "From"), QStringLiteral("#insert"));
-    EXPECT_EQ(field(report, "X-Mms-Read-Status"), QStringLiteral("read"));
+    EXPECT_EQ(MmscServer::pduField(report, "X-Mms-Message-Type"), QStringLiteral("m-read-rec-ind"));
+    EXPECT_EQ(MmscServer::pduField(report, "Message-ID"), QStringLiteral("m-asked@mmsc"));
+    EXPECT_EQ(MmscServer::pduFields(report).value(QStringLiteral("To")).toArray(),
+              QJsonArray{kSender});
+    EXPECT_EQ(MmscServer::pduField(report, "From"), QStringLiteral("#insert"));
+    EXPECT_EQ(MmscServer::pduField(report, "X-Mms-Read-Status"), QStringLiteral("read"));
     EXPECT_EQ(row(asked.id).readStatus(), std::optional<quint8>(128));
 
     // Sent once: marking it read again sends nothing.
@@ -758,7 +698,7 @@ TEST_F(MmscClientTest, MarkingAMessageReadSendsTheReadReportItsSenderAskedFor)
 TEST_F(MmscClientTest, NoReadReportGoesWhileReportsAreNotAllowed)
 {
     ASSERT_EQ(MMS_UTIL_Setting::setDeliveryRepAllowedity(0), 0);
-    const tavmms::store::Added asked = store.receivePdu(retrievePdu(QString(), true));
+    const tavmms::store::Added asked = store.receivePdu(retrievedMessagePdu(QString(), true));
     ASSERT_TRUE(asked.status.ok());
     MmscServer server(MmscServer::script({}));
     ASSERT_TRUE(server.started());
@@ -794,7 +734,7 @@ TEST_F(MmscClientTest, TheAsynchronousFormAnswersFromTheEventLoop)
 
 TEST_F(MmscClientTest, AClientDestroyedWhileATransactionRunsNeverAnswers)
 {
-    MmscServer server(MmscServer::script({}, delayed(2)));
+    MmscServer server(MmscServer::script({}, MmscServer::delay(2)));
     ASSERT_TRUE(server.started());
     const unsigned int id = composed();
     bool answered = false;
@@ -813,7 +753,7 @@ TEST_F(MmscClientTest, AClientDestroyedWhileATransactionRunsNeverAnswers)
 
 TEST_F(MmscClientTest, ABlockingCallStopsAtItsTimeLimit)
 {
-    MmscServer server(MmscServer::script({}, delayed(5)));
+    MmscServer server(MmscServer::script({}, MmscServer::delay(5)));
     ASSERT_TRUE(server.started());
     const unsigned int id = composed();
     MmscClient client(connectionTo(server));

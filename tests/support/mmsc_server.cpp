@@ -180,6 +180,24 @@ QJsonObject MmscServer::sendConf(int responseStatus, const QString& messageId, c
     return {{QStringLiteral("send_conf"), conf}};
 }
 
+QJsonObject MmscServer::delay(double seconds)
+{
+    return {{QStringLiteral("delay"), seconds}};
+}
+
+QJsonObject MmscServer::pduFields(const QJsonObject& request)
+{
+    return request.value(QStringLiteral("pdu"))
+        .toObject()
+        .value(QStringLiteral("fields"))
+        .toObject();
+}
+
+QString MmscServer::pduField(const QJsonObject& request, const char* name)
+{
+    return pduFields(request).value(QLatin1String(name)).toString();
+}
+
 QString MmscServer::path(const char* name) const
 {
     return dir_.filePath(QString::fromLatin1(name));

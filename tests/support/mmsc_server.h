@@ -58,6 +58,13 @@ public:
     // request it answers, and the message id and response text when they are given.
     static QJsonObject sendConf(int responseStatus, const QString& messageId = QString(),
                                 const QString& text = QString());
+    // A step answering 200 with no body, `seconds` late.
+    static QJsonObject delay(double seconds);
+
+    // The header fields of a logged request's PDU as the server's decoder names them.
+    static QJsonObject pduFields(const QJsonObject& request);
+    // One of them as text ("X-Mms-Status": "retrieved"); empty when the PDU has no such field.
+    static QString pduField(const QJsonObject& request, const char* name);
 
 private:
     QString path(const char* name) const;

@@ -39,6 +39,69 @@ QByteArray retrieveConfPdu(const QList<HeaderField>& fields, const QByteArray& b
     return encodePdu(pdu);
 }
 
+const QString kMmscSender = QStringLiteral("+4915550199/TYPE=PLMN");
+
+QByteArray notificationIndPdu(const QUrl& location, quint64 size, const QString& transactionId,
+                              std::optional<quint64> absoluteExpiry)
+{
+    Pdu pdu;
+    pdu.headers = {HeaderField::octet(Field::MessageType, quint64(MessageType::NotificationInd)),
+                   HeaderField::textField(Field::TransactionId, transactionId),
+                   HeaderField::octet(Field::MmsVersion, 0x92),
+                   HeaderField::from(kMmscSender),
+                   HeaderField::textField(Field::Subject, QStringLiteral("Pictures")),
+                   HeaderField::octet(Field::MessageClass, 128),
+                   HeaderField::integer(Field::MessageSize, size),
+                   absoluteExpiry ? HeaderField::time(Field::Expiry, *absoluteExpiry, false)
+                                  : HeaderField::time(Field::Expiry, 86400, true),
+                   HeaderField::textField(Field::ContentLocation, location.toString())};
+    return encodePdu(pdu);
+}
+
+QByteArray retrievedMessagePdu(const QString& transactionId, bool readReport,
+                               const QString& messageId)
+{
+    Pdu pdu = pduOfType(MessageType::RetrieveConf);
+    pdu.headers.removeAt(1);
+    if (!transactionId.isEmpty())
+        pdu.headers.insert(1, HeaderField::textField(Field::TransactionId, transactionId));
+    pdu.headers << HeaderField::from(kMmscSender)
+                << HeaderField::textField(Field::Subject, QStringLiteral("Pictures"))
+                << HeaderField::textField(Field::MessageId, messageId)
+                << HeaderField::octet(Field::ReadReport, readReport ? 128 : 129);
+    HeaderField type;
+    type.code = quint8(Field::ContentType);
+    type.contentType.mediaType = QByteArrayLiteral("application/vnd.wap.multipart.mixed");
+    pdu.headers << type;
+    pdu.body = twoPartBody();
+    return encodePdu(pdu);
+}
+
+QByteArray deliveryIndPdu(const QString& messageId, const QString& recipient, quint8 status)
+{
+    Pdu pdu = pduOfType(MessageType::DeliveryInd);
+    // A delivery report carries no transaction id.
+    pdu.headers.removeAt(1);
+    pdu.headers << HeaderField::textField(Field::MessageId, messageId)
+                << HeaderField::textField(Field::To, recipient)
+                << HeaderField::integer(Field::Date, 1790000000)
+                << HeaderField::octet(Field::Status, status);
+    return encodePdu(pdu);
+}
+
+QByteArray readOrigIndPdu(const QString& messageId, const QString& reader, const QString& to,
+                          quint8 readStatus)
+{
+    Pdu pdu = pduOfType(MessageType::ReadOrigInd);
+    // A read report carries no transaction id.
+    pdu.headers.removeAt(1);
+    pdu.headers << HeaderField::textField(Field::MessageId, messageId)
+                << HeaderField::textField(Field::To, to) << HeaderField::from(reader)
+                << HeaderField::integer(Field::Date, 1790000000)
+                << HeaderField::octet(Field::ReadStatus, readStatus);
+    return encodePdu(pdu);
+}
+
 QString realPduFolder()
 {
     // A checkout elsewhere than beside the shared data names the folder in the environment.

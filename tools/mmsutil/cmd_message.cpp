@@ -3,6 +3,7 @@
 // applications keep them. The index and mailfile commands reach the row and the file one at a time.
 
 #include "commands.h"
+#include "connection_options.h"
 #include "mmshelpers.h"
 #include "partsout.h"
 #include "textout.h"
@@ -424,9 +425,50 @@ QString jsonRowTime(quint32 seconds)
     return seconds ? textout::jsonTimeText(seconds) : QString();
 }
 
+// What the transactions with the MMSC left in a row, by name, for show and list --json: only
+// what the row holds, so that a message that never met the MMSC shows nothing more.
+struct TransactionField {
+    QString key;   // in JSON
+    QString label; // in show's text
+    QString value;
+};
+
+QString statusText(std::optional<quint8> status, QString (*name)(quint64))
+{
+    if (!status)
+        return QString();
+    const QString named = name(*status);
+    return named.isEmpty() ? QString::number(*status) : named;
+}
+
+QList<TransactionField> transactionFields(const store::MessageRow& row)
+{
+    const QList<TransactionField> all{
+        {QStringLiteral("deliveryStatus"), QStringLiteral("Delivery status:"),
+         statusText(row.deliveryStatus(), tavmms::pdu::messageStatusName)},
+        {QStringLiteral("readStatus"), QStringLiteral("Read status:"),
+         statusText(row.readStatus(), tavmms::pdu::readStatusName)},
+        {QStringLiteral("notifyResponse"), QStringLiteral("Notify response:"),
+         statusText(row.notifyStatus(), tavmms::pdu::messageStatusName)},
+        {QStringLiteral("note"), QStringLiteral("Note:"), row.note()},
+    };
+    QList<TransactionField> held;
+    for (const TransactionField& field : all) {
+        if (!field.value.isEmpty())
+            held.append(field);
+    }
+    return held;
+}
+
+void insertTransactionFields(const store::MessageRow& row, QJsonObject* object)
+{
+    for (const TransactionField& field : transactionFields(row))
+        object->insert(field.key, field.value);
+}
+
 QJsonObject messageToJson(unsigned int id, const MMS_UTIL_DBStruct_T& row)
 {
-    return QJsonObject{
+    QJsonObject object{
         {QStringLiteral("id"), qint64(id)},
         {QStringLiteral("folder"), qint64(row.cmn_fld_folder_id)},
         {QStringLiteral("time"), qint64(row.cmn_fld_time)},
@@ -436,8 +478,11 @@ QJsonObject messageToJson(unsigned int id, const MMS_UTIL_DBStruct_T& row)
         {QStringLiteral("subject"), store::text16(row.cmn_fld_subject)},
         {QStringLiteral("size"), qint64(row.mms_fld_msgsize_name)},
         {QStringLiteral("read"), row.cmn_fld_msg_attr_read != 0},
+        {QStringLiteral("stateName"), store::stateName(row.cmn_fld_send_receive_state)},
         {QStringLiteral("mailFile"), MMS_UTIL_Common::msgDBIDToMailFileName(id)},
     };
+    insertTransactionFields(store::MessageRow{id, row}, &object);
+    return object;
 }
 
 int runList(const cli::Command& command, const QStringList& arguments)
@@ -456,7 +501,9 @@ int runList(const cli::Command& command, const QStringList& arguments)
                  .arg(unsigned(store::Folder::Drafts))
                  .arg(cli::ExitNo),
          QStringLiteral("messages"),
-         QStringLiteral("{id, folder, time, date, from, to, subject, size, read, mailFile}"),
+         QStringLiteral("{id, folder, time, date, from, to, subject, size, read, stateName, "
+                        "mailFile}, with deliveryStatus, readStatus, notifyResponse and note "
+                        "when the row holds them"),
          {QStringLiteral("ID"), QStringLiteral("FOLDER"), QStringLiteral("DATE"),
           QStringLiteral("FROM"), QStringLiteral("TO"), QStringLiteral("SUBJECT")},
          {0, 1},
@@ -568,6 +615,7 @@ QJsonObject shownMessageToJson(unsigned int id, const store::ReadMessage& messag
         object.insert(QStringLiteral("messageType"), code);
         object.insert(QStringLiteral("messageTypeMeaning"), cli::messageTypeMeaning(code));
     }
+    insertTransactionFields(message.row, &object);
     return object;
 }
 
@@ -587,7 +635,8 @@ int runShow(const cli::Command& command, const QStringList& arguments)
     const QCommandLineOption json = cli::jsonOption(QStringLiteral(
         "an object {id, folder, folderName, state, stateName, read, uri, mailFile, row, header, "
         "bodyLength, messageType, messageTypeMeaning, mailFileError, mailFileDamage, subjectCut, "
-        "parts, partsError}: the row with every field by its database name, the header by its "
+        "parts, partsError}, with deliveryStatus, readStatus, notifyResponse and note when "
+        "the row holds them: the row with every field by its database name, the header by its "
         "keys (null when the mail file does not load), the parts as 'parts --json' gives them, "
         "with the text of each text part"));
     parser.addOption(json);
@@ -614,13 +663,16 @@ int runShow(const cli::Command& command, const QStringList& arguments)
                       .arg(message.row.mailFile(), message.mailFileDamage));
 
     QTextStream& out = cli::out();
-    out << textout::columns({
+    QList<QStringList> place{
         {QStringLiteral("Message:"), QString::number(id)},
         {QStringLiteral("Folder:"), folderText(row.cmn_fld_folder_id)},
         {QStringLiteral("State:"), stateText(row)},
-        {QStringLiteral("URI:"), message.row.uri()},
-        {QStringLiteral("Mail file:"), message.row.mailFile()},
-    });
+    };
+    for (const TransactionField& field : transactionFields(message.row))
+        place.append({field.label, textout::oneLine(field.value)});
+    place.append({QStringLiteral("URI:"), message.row.uri()});
+    place.append({QStringLiteral("Mail file:"), message.row.mailFile()});
+    out << textout::columns(place);
     out << '\n' << textout::columns(sideBySide(row, message.header.get()));
     if (subjectIsCut(message))
         out << QStringLiteral(
@@ -652,33 +704,73 @@ int reportChanged(const store::Changed& changed)
     return cli::storeFailure(changed.status);
 }
 
+void printMarked(const QList<unsigned int>& ids, bool read)
+{
+    for (const unsigned int id : ids)
+        cli::out() << QStringLiteral("Marked message %1 %2\n")
+                          .arg(id)
+                          .arg(read ? QStringLiteral("read") : QStringLiteral("unread"));
+}
+
+// mark --read --report: the library marks and sends the read reports together, so that a
+// report goes only for a message it marked.
+int markReadAndReport(const cli::Command& command, const QCommandLineParser& parser,
+                      const cli::ConnectionOptions& options, const QList<unsigned int>& ids)
+{
+    tavmms::mmsc::Connection connection;
+    if (const std::optional<int> stop = options.connection(parser, command, &connection))
+        return *stop;
+    const tavmms::mmsc::ReadResult result = tavmms::mmsc::MmscClient(connection).markRead(ids);
+    if (result.marked.isEmpty() && !result.status.ok())
+        return cli::storeFailure(result.status);
+    printMarked(result.marked, true);
+    for (const unsigned int id : result.reported)
+        cli::out() << QStringLiteral("Sent a read report for message %1\n").arg(id);
+    // The marks stay when the reports fail: the messages were read all the same.
+    QStringList errors = result.reportErrors;
+    if (!result.status.ok())
+        errors << result.status.text;
+    for (const QString& error : errors)
+        cli::warn(QStringLiteral("no read report sent: %1").arg(error));
+    return errors.isEmpty() ? cli::ExitOk : cli::ExitFailed;
+}
+
 int runMark(const cli::Command& command, const QStringList& arguments)
 {
     const QCommandLineOption read(QStringLiteral("read"), QStringLiteral("Marks them read."));
     const QCommandLineOption unread(QStringLiteral("unread"),
                                     QStringLiteral("Marks them not yet read."));
+    const QCommandLineOption report(
+        QStringLiteral("report"),
+        QStringLiteral("With --read: sends the read report each sender asked for to the MMSC "
+                       "(the options below say how to reach it), while the settings allow "
+                       "reports."));
+    const cli::ConnectionOptions options;
     QCommandLineParser parser;
     parser.setApplicationDescription(
         command.summary +
         QStringLiteral(" Takes exactly one of --read and --unread. The messages are changed "
                        "together: when an id has no message, each such id is named on standard "
-                       "error, none is changed and the exit status is %1.")
-            .arg(cli::ExitNo));
-    parser.addOptions({read, unread});
+                       "error, none is changed and the exit status is %1. With --report, a read "
+                       "report that cannot be sent is a warning and the exit status is %2; the "
+                       "messages stay marked.")
+            .arg(cli::ExitNo)
+            .arg(cli::ExitFailed));
+    parser.addOptions(QList<QCommandLineOption>{read, unread, report} + options.all());
     QList<unsigned int> ids;
     if (const std::optional<int> stop = cli::parseMessageIds(parser, command, arguments, &ids))
         return *stop;
     if (parser.isSet(read) == parser.isSet(unread))
         return cli::usageError(command.name,
                                QStringLiteral("give exactly one of --read and --unread"));
+    if (parser.isSet(report) && !parser.isSet(read))
+        return cli::usageError(command.name, QStringLiteral("--report goes with --read only"));
+    if (parser.isSet(report))
+        return markReadAndReport(command, parser, options, ids);
     const store::Changed changed = store::MessageStore().setRead(ids, parser.isSet(read));
     if (!changed.status.ok())
         return reportChanged(changed);
-    for (const unsigned int id : changed.changed)
-        cli::out() << QStringLiteral("Marked message %1 %2\n")
-                          .arg(id)
-                          .arg(parser.isSet(read) ? QStringLiteral("read")
-                                                  : QStringLiteral("unread"));
+    printMarked(changed.changed, parser.isSet(read));
     return cli::ExitOk;
 }
 

@@ -1,6 +1,7 @@
 // mmsutil send, notify, fetch, report: the phone's transactions with its MMSC.
 
 #include "commands.h"
+#include "connection_options.h"
 #include "mmshelpers.h"
 
 #include <tavmmsutility.h>
@@ -15,74 +16,6 @@ namespace
 
 namespace mmsc = tavmms::mmsc;
 namespace store = tavmms::store;
-
-// The options every transaction takes: where the MMSC is, and how long to try.
-struct ConnectionOptions {
-    QCommandLineOption mmsc{QStringLiteral("mmsc"),
-                            QStringLiteral("The MMSC's address for this call (http or https), in "
-                                           "place of the default profile's server address."),
-                            QStringLiteral("URL")};
-    QCommandLineOption proxy{
-        QStringLiteral("proxy"),
-        QStringLiteral("The HTTP proxy for this call, in place of the default profile's WAP "
-                       "gateway and the port of its connection type; 'none' for none."),
-        QStringLiteral("HOST:PORT")};
-    QCommandLineOption timeout{QStringLiteral("timeout"),
-                               QStringLiteral("Seconds one HTTP exchange may take (default 60)."),
-                               QStringLiteral("S")};
-    QCommandLineOption attempts{
-        QStringLiteral("attempts"),
-        QStringLiteral("How often a transient failure is tried in all (default 4); the delays "
-                       "between attempts are 2 s, 4 s, 8 s, ..."),
-        QStringLiteral("N")};
-    QCommandLineOption caFile{QStringLiteral("ca-file"),
-                              QStringLiteral("A file of PEM certificates trusted for https beside "
-                                             "the system's."),
-                              QStringLiteral("FILE")};
-    QCommandLineOption json = cli::jsonOption(QStringLiteral("what was done"));
-
-    QList<QCommandLineOption> all() const { return {mmsc, proxy, timeout, attempts, caFile, json}; }
-
-    // The default profile's connection with the options given over it; the exit status when the
-    // command must stop here.
-    std::optional<int> connection(const QCommandLineParser& parser, const cli::Command& command,
-                                  mmsc::Connection* connection) const
-    {
-        store::Status status;
-        *connection = mmsc::profileConnection(&status);
-        if (!status.ok())
-            return cli::fail(status.text);
-        if (parser.isSet(mmsc))
-            connection->mmsc = QUrl(parser.value(mmsc));
-        if (parser.isSet(proxy)) {
-            const QString text = parser.value(proxy);
-            const qsizetype colon = text.lastIndexOf(QLatin1Char(':'));
-            bool ok = false;
-            const uint port = colon > 0 ? text.mid(colon + 1).toUInt(&ok) : 0;
-            if (text == QLatin1String("none")) {
-                connection->proxyHost.clear();
-            } else if (!ok || port == 0 || port > 65535) {
-                return cli::usageError(command.name,
-                                       QStringLiteral("--proxy: '%1' is no HOST:PORT").arg(text));
-            } else {
-                connection->proxyHost = text.left(colon);
-                connection->proxyPort = quint16(port);
-            }
-        }
-        std::optional<unsigned int> number;
-        if (const std::optional<int> stop = cli::numberOf(parser, timeout, command, &number))
-            return stop;
-        if (number)
-            connection->timeout = std::chrono::seconds(std::max(*number, 1u));
-        number.reset();
-        if (const std::optional<int> stop = cli::numberOf(parser, attempts, command, &number))
-            return stop;
-        if (number)
-            connection->attempts = int(qBound(1u, *number, 10u));
-        connection->caCertificates = parser.value(caFile);
-        return std::nullopt;
-    }
-};
 
 // The exit status of a transaction that did not end well, after saying why on standard error.
 int transactionFailure(const store::Status& status)
@@ -114,7 +47,8 @@ QString statusName(std::optional<quint8> status)
 
 int runSend(const cli::Command& command, const QStringList& arguments)
 {
-    const ConnectionOptions options;
+    const cli::ConnectionOptions options;
+    const QCommandLineOption json = cli::jsonOption(QStringLiteral("what was done"));
     QCommandLineParser parser;
     parser.setApplicationDescription(
         command.summary +
@@ -127,7 +61,7 @@ int runSend(const cli::Command& command, const QStringList& arguments)
             "message or it is no message to send, %2 when the MMSC could not be reached.")
             .arg(cli::ExitRefused)
             .arg(cli::ExitFailed));
-    parser.addOptions(options.all());
+    parser.addOptions(options.all() << json);
     unsigned int id = 0;
     if (const std::optional<int> stop = cli::parseRowId(
             parser, command, arguments, QStringLiteral("The message to send."), &id))
@@ -145,7 +79,7 @@ int runSend(const cli::Command& command, const QStringList& arguments)
                              {QStringLiteral("responseStatus"), int(sent.responseStatus)},
                              {QStringLiteral("responseText"), sent.responseText},
                              {QStringLiteral("attempts"), sent.attempts}};
-    return printed(object, parser.isSet(options.json),
+    return printed(object, parser.isSet(json),
                    QStringLiteral("Sent message %1%2 (%3)")
                        .arg(id)
                        .arg(sent.messageId.isEmpty()
@@ -159,7 +93,8 @@ int runSend(const cli::Command& command, const QStringList& arguments)
 
 int runNotify(const cli::Command& command, const QStringList& arguments)
 {
-    const ConnectionOptions options;
+    const cli::ConnectionOptions options;
+    const QCommandLineOption json = cli::jsonOption(QStringLiteral("what was done"));
     const QCommandLineOption roaming(
         QStringLiteral("roaming"),
         QStringLiteral("The phone is on a network not its own: with delayed retrieval on "
@@ -179,7 +114,7 @@ int runNotify(const cli::Command& command, const QStringList& arguments)
             .arg(cli::ExitRefused)
             .arg(cli::ExitFailed));
     parser.addPositionalArgument(QStringLiteral("FILE"), QStringLiteral("The notification."));
-    parser.addOptions(options.all() << roaming);
+    parser.addOptions(options.all() << json << roaming);
     if (const std::optional<int> stop = cli::parse(parser, command, arguments, 1))
         return *stop;
     const QString path = parser.positionalArguments().constFirst();
@@ -218,7 +153,7 @@ int runNotify(const cli::Command& command, const QStringList& arguments)
         text += QStringLiteral("; the MMSC was %1 %2")
                     .arg(result.responded ? QStringLiteral("told") : QStringLiteral("not told"),
                          statusName(result.response));
-    const int exit = printed(object, parser.isSet(options.json), text);
+    const int exit = printed(object, parser.isSet(json), text);
     if (result.decision == mmsc::Decision::Rejected || result.decision == mmsc::Decision::Duplicate)
         return cli::ExitRefused;
     if (!result.status.ok())
@@ -230,7 +165,8 @@ int runNotify(const cli::Command& command, const QStringList& arguments)
 
 int runFetch(const cli::Command& command, const QStringList& arguments)
 {
-    const ConnectionOptions options;
+    const cli::ConnectionOptions options;
+    const QCommandLineOption json = cli::jsonOption(QStringLiteral("what was done"));
     QCommandLineParser parser;
     parser.setApplicationDescription(
         command.summary +
@@ -241,7 +177,7 @@ int runFetch(const cli::Command& command, const QStringList& arguments)
                        "notification's m-notifyresp.ind. Exit status %1 when it is no "
                        "notification waiting, or the message is over max-mt-size.")
             .arg(cli::ExitRefused));
-    parser.addOptions(options.all());
+    parser.addOptions(options.all() << json);
     unsigned int id = 0;
     if (const std::optional<int> stop = cli::parseRowId(
             parser, command, arguments, QStringLiteral("The notification to fetch."), &id))
@@ -259,7 +195,7 @@ int runFetch(const cli::Command& command, const QStringList& arguments)
     const QJsonObject object{{QStringLiteral("id"), int(id)},
                              {QStringLiteral("acknowledgement"), fetched.acknowledgement},
                              {QStringLiteral("acknowledged"), fetched.acknowledged}};
-    return printed(object, parser.isSet(options.json),
+    return printed(object, parser.isSet(json),
                    QStringLiteral("Fetched message %1; %2 %3")
                        .arg(id)
                        .arg(fetched.acknowledged ? QStringLiteral("acknowledged with")

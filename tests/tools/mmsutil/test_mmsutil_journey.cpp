@@ -679,8 +679,10 @@ TEST_F(MmsutilJourneyTest, ListAsJsonGivesOneObjectPerMessage)
     EXPECT_EQ(first.value(QStringLiteral("subject")).toString(), QStringLiteral("Hello"));
     EXPECT_EQ(first.value(QStringLiteral("size")).toInteger(), kBody.size());
     EXPECT_EQ(first.value(QStringLiteral("read")).toBool(), true);
+    EXPECT_EQ(first.value(QStringLiteral("stateName")).toString(), QStringLiteral("to send"));
     EXPECT_EQ(first.value(QStringLiteral("mailFile")).toString(), mailFile(sent));
-    EXPECT_EQ(first.keys().size(), 10);
+    // Nothing the MMSC left: no report statuses, no note.
+    EXPECT_EQ(first.keys().size(), 11);
     const QJsonObject second = messages.at(1).toObject();
     EXPECT_EQ(second.value(QStringLiteral("id")).toInteger(), qint64(received));
     EXPECT_EQ(second.value(QStringLiteral("folder")).toInteger(), 1);
