@@ -150,7 +150,7 @@ struct TAVMMS_HIDDEN MmscClient::Impl {
                 std::function<void(const NotifyResult&)> done);
     void respond(NotifyResult result, pdu::MessageStatus status,
                  std::function<void(const NotifyResult&)> done);
-    void fetch(unsigned int id, const QString& transactionId, bool deferred,
+    void fetch(unsigned int id, const QUrl& url, const QString& transactionId, bool deferred,
                std::function<void(const FetchResult&, std::optional<pdu::MessageStatus>)> done);
     void markRead(const QList<unsigned int>& ids, std::function<void(const ReadResult&)> done);
     void sendReadReports(std::shared_ptr<ReadResult> result, QList<unsigned int> left,
@@ -383,7 +383,7 @@ void MmscClient::Impl::notify(const QByteArray& bytes, bool roaming,
                 std::move(done));
         return;
     }
-    fetch(kept.id, notification->transactionId, false,
+    fetch(kept.id, QUrl(notification->contentLocation), notification->transactionId, false,
           [this, result, done = std::move(done)](const FetchResult& fetched,
                                                  std::optional<pdu::MessageStatus> answer) mutable {
               result.status = fetched.status;
@@ -425,18 +425,16 @@ void MmscClient::Impl::respond(NotifyResult result, pdu::MessageStatus status,
          });
 }
 
-// Fetches message `id`'s Content-Location and puts the message in its place. `done` gets what
-// came of it, and the X-Mms-Status to answer the notification with: Retrieved, or for a fetch
-// that failed Deferred (the MMSC keeps the message) or Rejected (it may drop it); none when the
-// fetch acknowledged itself.
+// Fetches message `id` from its Content-Location `url` and puts the message in its place. `done`
+// gets what came of it, and the X-Mms-Status to answer the notification with: Retrieved, or for a
+// fetch that failed Deferred (the MMSC keeps the message) or Rejected (it may drop it); none when
+// the fetch acknowledged itself.
 void MmscClient::Impl::fetch(
-    unsigned int id, const QString& transactionId, bool deferred,
+    unsigned int id, const QUrl& url, const QString& transactionId, bool deferred,
     std::function<void(const FetchResult&, std::optional<pdu::MessageStatus>)> done)
 {
     FetchResult result;
     result.id = id;
-    const store::ReadMessage message = store.read(id, false);
-    const QUrl url(message.row.uri());
     get(url, store::MessageStore::receiveLimit().bytes + store::MessageStore::kPduHeaderRoom,
         [=, done = std::move(done)](const HttpResponse& response) mutable {
             store::RowUpdate update;
@@ -700,7 +698,7 @@ void MmscClient::fetchAsync(unsigned int id, std::function<void(const FetchResul
         return;
     }
     const QString transactionId = QString::fromLatin1(message.row.record.mms_fld_tid_name);
-    d->fetch(id, transactionId, true,
+    d->fetch(id, QUrl(message.row.uri()), transactionId, true,
              [this, transactionId, done = std::move(done)](
                  const FetchResult& fetched, std::optional<pdu::MessageStatus> answer) {
                  if (!answer || answer == pdu::MessageStatus::Deferred) {

@@ -48,6 +48,7 @@ const char kUriField[] = "mms_fld_msguri_name";
 const char kMessageIdField[] = "mms_fld_msgid_name";
 
 using RowChange = std::function<void(MMS_UTIL_DBStruct_T*)>;
+using RowCheck = std::function<Status(const MMS_UTIL_DBStruct_T&)>;
 
 // X-Mms-Status Retrieved: what a notification's message says once it was fetched.
 constexpr unsigned short kRetrieved = 129;
@@ -414,10 +415,10 @@ struct TAVMMS_HIDDEN MessageStore::Impl {
     Added keep(MMS_UTIL_MsgHeaderBase& header, const NewMessage& message, Folder folder,
                State state, bool refuseDuplicates);
     Added receive(const NewMessage& message, State state, bool allowDuplicate);
-    // Writes the mail file as MessageStore::writeMailFile() does; `alsoChange` changes the row
-    // in the same commit as the header's fields.
+    // Writes the mail file as MessageStore::writeMailFile() does, once `check` passed the row;
+    // `alsoChange` changes the row in the same commit as the header's fields.
     Added writeMailFile(unsigned int id, MMS_UTIL_MsgHeaderBase& header, const QByteArray& body,
-                        bool replace, const RowChange& alsoChange);
+                        bool replace, const RowCheck& check, const RowChange& alsoChange);
     Status changeRow(unsigned int id, const RowChange& change);
     Changed changeRows(const QList<unsigned int>& ids, const RowChange& change);
     RemovedAll removeAll(const QList<unsigned int>& ids, bool dryRun);
@@ -741,31 +742,15 @@ Added MessageStore::receivePduInPlace(unsigned int id, const QByteArray& pdu)
         return added;
     MMS_UTIL_MsgHeaderBase header;
     fillReceivedHeader(&header, retrieved.message);
-    {
-        Impl::Session session;
-        d->begin(&session, false);
-        added.status = session.status;
-        Transaction txn;
-        int r = added.status.ok() ? txn.begin() : DB_OK;
-        MMS_UTIL_DBStruct_T record;
-        if (added.status.ok() && r == DB_OK)
-            r = MMS_UTIL_DBTable::readRecord(id, &record);
-        if (r == DB_ERR_NOT_FOUND)
-            added.status = notFound(id);
-        else if (r != DB_OK)
-            added.status = databaseFailure(QStringLiteral("cannot read message %1").arg(id), r);
-        if (added.status.ok()) {
-            setText8(record.mms_fld_msgid_name, header.messageId);
-            added.status = duplicateCheck(record, QString(), header.messageId, id, &added.existing);
-        }
-        if (!added.status.ok())
-            return added;
-    }
     // The file first, then the row in one commit: a program dying in between leaves the row of
     // the notification over the message's file, which the next fetch replaces again.
     const BodyContents contents = bodyContents(header.contentType, retrieved.message.body);
-    return d->writeMailFile(
-        id, header, retrieved.message.body, true, [&](MMS_UTIL_DBStruct_T* record) {
+    const auto notKeptAlready = [&](MMS_UTIL_DBStruct_T record) {
+        setText8(record.mms_fld_msgid_name, header.messageId);
+        return duplicateCheck(record, QString(), header.messageId, id, &added.existing);
+    };
+    Added written = d->writeMailFile(
+        id, header, retrieved.message.body, true, notKeptAlready, [&](MMS_UTIL_DBStruct_T* record) {
             record->cmn_fld_send_receive_state = ushort(State::Received);
             record->cmn_fld_msg_attr_read = 0;
             record->cmn_fld_time_msg_reach_phone = quint32(QDateTime::currentSecsSinceEpoch());
@@ -774,6 +759,8 @@ Added MessageStore::receivePduInPlace(unsigned int id, const QByteArray& pdu)
             record->mms_fld_notifyrespstatus_name = kRetrieved;
             setText8(record->mms_fld_tid_name, retrieved.message.transactionId);
         });
+    written.existing = added.existing;
+    return written;
 }
 
 Status MessageStore::update(unsigned int id, const RowUpdate& update)
@@ -852,11 +839,11 @@ Changed MessageStore::updateSent(const QString& messageId, const RowUpdate& upda
 Added MessageStore::writeMailFile(unsigned int id, MMS_UTIL_MsgHeaderBase& header,
                                   const QByteArray& body, bool replace)
 {
-    return d->writeMailFile(id, header, body, replace, nullptr);
+    return d->writeMailFile(id, header, body, replace, nullptr, nullptr);
 }
 
 Added MessageStore::Impl::writeMailFile(unsigned int id, MMS_UTIL_MsgHeaderBase& header,
-                                        const QByteArray& body, bool replace,
+                                        const QByteArray& body, bool replace, const RowCheck& check,
                                         const RowChange& alsoChange)
 {
     Added added;
@@ -878,6 +865,10 @@ Added MessageStore::Impl::writeMailFile(unsigned int id, MMS_UTIL_MsgHeaderBase&
                            : databaseFailure(QStringLiteral("cannot read message %1").arg(id), r);
         return added;
     }
+    if (check)
+        added.status = check(record);
+    if (!added.status.ok())
+        return added;
     if (!nameIsTaken(added.mailFile)) {
         added.status = saveNewMailFile(added.mailFile, header, body);
         return withRowOf(added, header, alsoChange);
