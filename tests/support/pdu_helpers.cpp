@@ -26,10 +26,13 @@ Pdu pduOfType(MessageType type)
     return pdu;
 }
 
-QByteArray retrieveConfPdu(const QList<HeaderField>& fields, const QByteArray& body,
-                           const QByteArray& mediaType)
+namespace
 {
-    Pdu pdu = pduOfType(MessageType::RetrieveConf);
+
+// The bytes of `pdu` with `fields` after its own, then the content type `mediaType` and `body`.
+QByteArray withContent(Pdu pdu, const QList<HeaderField>& fields, const QByteArray& body,
+                       const QByteArray& mediaType)
+{
     pdu.headers += fields;
     HeaderField type;
     type.code = quint8(Field::ContentType);
@@ -37,6 +40,14 @@ QByteArray retrieveConfPdu(const QList<HeaderField>& fields, const QByteArray& b
     pdu.headers.append(type);
     pdu.body = body;
     return encodePdu(pdu);
+}
+
+} // namespace
+
+QByteArray retrieveConfPdu(const QList<HeaderField>& fields, const QByteArray& body,
+                           const QByteArray& mediaType)
+{
+    return withContent(pduOfType(MessageType::RetrieveConf), fields, body, mediaType);
 }
 
 const QString kMmscSender = QStringLiteral("+4915550199/TYPE=PLMN");
@@ -65,16 +76,12 @@ QByteArray retrievedMessagePdu(const QString& transactionId, bool readReport,
     pdu.headers.removeAt(1);
     if (!transactionId.isEmpty())
         pdu.headers.insert(1, HeaderField::textField(Field::TransactionId, transactionId));
-    pdu.headers << HeaderField::from(kMmscSender)
-                << HeaderField::textField(Field::Subject, QStringLiteral("Pictures"))
-                << HeaderField::textField(Field::MessageId, messageId)
-                << HeaderField::octet(Field::ReadReport, readReport ? 128 : 129);
-    HeaderField type;
-    type.code = quint8(Field::ContentType);
-    type.contentType.mediaType = QByteArrayLiteral("application/vnd.wap.multipart.mixed");
-    pdu.headers << type;
-    pdu.body = twoPartBody();
-    return encodePdu(pdu);
+    return withContent(pdu,
+                       {HeaderField::from(kMmscSender),
+                        HeaderField::textField(Field::Subject, QStringLiteral("Pictures")),
+                        HeaderField::textField(Field::MessageId, messageId),
+                        HeaderField::octet(Field::ReadReport, readReport ? 128 : 129)},
+                       twoPartBody(), QByteArrayLiteral("application/vnd.wap.multipart.mixed"));
 }
 
 QByteArray deliveryIndPdu(const QString& messageId, const QString& recipient, quint8 status)

@@ -30,6 +30,26 @@ int transactionFailure(const store::Status& status)
     }
 }
 
+// The message ID that `command` takes, and the connection its options give; the exit status when
+// the command must stop here.
+std::optional<int> messageAndConnection(QCommandLineParser& parser, const cli::Command& command,
+                                        const QStringList& arguments, const QString& description,
+                                        const cli::ConnectionOptions& options, unsigned int* id,
+                                        mmsc::Connection* connection)
+{
+    if (const std::optional<int> stop =
+            cli::parseRowId(parser, command, arguments, description, id))
+        return stop;
+    return options.connection(parser, command, connection);
+}
+
+// A transaction with message `id` that did not end well: "message 5 was not sent: ...".
+int notDone(unsigned int id, const QString& what, const store::Status& status)
+{
+    return transactionFailure(store::Status::failure(
+        status.code, QStringLiteral("message %1 was not %2: %3").arg(id).arg(what, status.text)));
+}
+
 int printed(const QJsonObject& object, bool json, const QString& text)
 {
     if (json)
@@ -63,17 +83,14 @@ int runSend(const cli::Command& command, const QStringList& arguments)
             .arg(cli::ExitFailed));
     parser.addOptions(options.all() << json);
     unsigned int id = 0;
-    if (const std::optional<int> stop = cli::parseRowId(
-            parser, command, arguments, QStringLiteral("The message to send."), &id))
-        return *stop;
     mmsc::Connection connection;
-    if (const std::optional<int> stop = options.connection(parser, command, &connection))
+    if (const std::optional<int> stop =
+            messageAndConnection(parser, command, arguments, QStringLiteral("The message to send."),
+                                 options, &id, &connection))
         return *stop;
     const mmsc::SendResult sent = mmsc::MmscClient(connection).send(id);
     if (!sent.status.ok())
-        return transactionFailure(store::Status::failure(
-            sent.status.code,
-            QStringLiteral("message %1 was not sent: %2").arg(id).arg(sent.status.text)));
+        return notDone(id, QStringLiteral("sent"), sent.status);
     const QJsonObject object{{QStringLiteral("id"), int(id)},
                              {QStringLiteral("messageId"), sent.messageId},
                              {QStringLiteral("responseStatus"), int(sent.responseStatus)},
@@ -179,17 +196,14 @@ int runFetch(const cli::Command& command, const QStringList& arguments)
             .arg(cli::ExitRefused));
     parser.addOptions(options.all() << json);
     unsigned int id = 0;
-    if (const std::optional<int> stop = cli::parseRowId(
-            parser, command, arguments, QStringLiteral("The notification to fetch."), &id))
-        return *stop;
     mmsc::Connection connection;
-    if (const std::optional<int> stop = options.connection(parser, command, &connection))
+    if (const std::optional<int> stop = messageAndConnection(
+            parser, command, arguments, QStringLiteral("The notification to fetch."), options, &id,
+            &connection))
         return *stop;
     const mmsc::FetchResult fetched = mmsc::MmscClient(connection).fetch(id);
     if (!fetched.status.ok())
-        return transactionFailure(store::Status::failure(
-            fetched.status.code,
-            QStringLiteral("message %1 was not fetched: %2").arg(id).arg(fetched.status.text)));
+        return notDone(id, QStringLiteral("fetched"), fetched.status);
     if (!fetched.acknowledged)
         cli::warn(QStringLiteral("the MMSC was not told: %1").arg(fetched.acknowledgementError));
     const QJsonObject object{{QStringLiteral("id"), int(id)},
