@@ -537,6 +537,25 @@ TEST_F(MmscClientTest, AnAnswerOverTheSizeLimitIsCutOffWhileItArrives)
     EXPECT_EQ(row(result.id).state(), unsigned(State::Rejected));
 }
 
+TEST_F(MmscClientTest, AnAnswerWhoseLengthIsOverTheLimitIsRefusedBeforeItsBody)
+{
+    const QByteArray large =
+        retrievedMessagePdu() + QByteArray(100 * 1024 + MessageStore::kPduHeaderRoom, 'x');
+    MmscServer server(MmscServer::script({}));
+    ASSERT_TRUE(server.started());
+    MmscServer content(MmscServer::script({MmscServer::body(large)}));
+    ASSERT_TRUE(content.started());
+
+    const tavmms::mmsc::NotifyResult result =
+        MmscClient(connectionTo(server)).notify(notificationIndPdu(content.url("/get/13")), false);
+    EXPECT_EQ(result.status.code, ErrorCode::TooLarge);
+    // Said by its Content-Length, not found while reading.
+    EXPECT_TRUE(result.status.text.contains(QStringLiteral("is %1 bytes").arg(large.size())))
+        << result.status.text.toStdString();
+    EXPECT_EQ(result.decision, Decision::Rejected);
+    EXPECT_EQ(row(result.id).state(), unsigned(State::Rejected));
+}
+
 TEST_F(MmscClientTest, AMessageLargerThanItsNotificationSaidIsRejected)
 {
     tavmms::pdu::Pdu pdu = *tavmms::pdu::decodePdu(retrievedMessagePdu());
