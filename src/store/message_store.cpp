@@ -96,6 +96,17 @@ Status notFound(unsigned int id)
     return Status::failure(ErrorCode::NotFound, QStringLiteral("no message %1").arg(id));
 }
 
+// Reads the row of message `id` into `record`; NotFound without one.
+Status readRow(unsigned int id, MMS_UTIL_DBStruct_T* record)
+{
+    const int r = MMS_UTIL_DBTable::readRecord(id, record);
+    if (r == DB_OK)
+        return {};
+    return r == DB_ERR_NOT_FOUND
+               ? notFound(id)
+               : databaseFailure(QStringLiteral("cannot read message %1").arg(id), r);
+}
+
 // NotFound naming each of `ids`.
 Status notFound(const QList<unsigned int>& ids)
 {
@@ -420,6 +431,7 @@ struct TAVMMS_HIDDEN MessageStore::Impl {
     Added writeMailFile(unsigned int id, MMS_UTIL_MsgHeaderBase& header, const QByteArray& body,
                         bool replace, const RowCheck& check, const RowChange& alsoChange);
     Status changeRow(unsigned int id, const RowChange& change);
+    Status setMessageId(unsigned int id, const QString& messageId);
     Changed changeRows(const QList<unsigned int>& ids, const RowChange& change);
     RemovedAll removeAll(const QList<unsigned int>& ids, bool dryRun);
 };
@@ -765,33 +777,48 @@ Added MessageStore::receivePduInPlace(unsigned int id, const QByteArray& pdu)
 
 Status MessageStore::update(unsigned int id, const RowUpdate& update)
 {
-    Status status = d->changeRow(
+    // The Message-ID is the header's too, and the mail file takes it before the row: a program
+    // dying in between leaves the row as it was, so that the change is made again (a message sent
+    // stays waiting to be sent, not sent with a header that never got its Message-ID).
+    const Status file = update.messageId ? d->setMessageId(id, *update.messageId) : Status();
+    if (file.code == ErrorCode::NotFound)
+        return file;
+    const Status row = d->changeRow(
         id, [&update](MMS_UTIL_DBStruct_T* record) { applyRowUpdate(record, update); });
-    if (!status.ok() || !update.messageId)
-        return status;
-    // The Message-ID is the header's too: the mail file keeps it whole, and matches its row.
+    if (!row.ok() || file.ok())
+        return row;
+    return Status::failure(
+        file.code,
+        QStringLiteral("the row of message %1 was changed, but %2").arg(id).arg(file.text));
+}
+
+// Writes `messageId` into the header of message `id`'s mail file; NotFound without a row.
+Status MessageStore::Impl::setMessageId(unsigned int id, const QString& messageId)
+{
     const QString path = MMS_UTIL_Common::msgDBIDToMailFileName(id);
-    Impl::Session session;
-    d->begin(&session, true);
+    Session session;
+    begin(&session, true);
     if (!session.status.ok())
         return session.status;
+    MMS_UTIL_DBStruct_T record;
+    const Status found = readRow(id, &record);
+    if (!found.ok())
+        return found;
     MMS_UTIL_MsgHeaderBase header;
     MMS_UTIL_MailFile file(path);
     errno = 0;
     int r = file.readMsgHeader(&header);
     if (r == MMS_UTIL_MAILFILE_OK) {
-        header.messageId = *update.messageId;
+        header.messageId = messageId;
         r = file.writeMsgHeader(&header);
     }
     if (r == MMS_UTIL_MAILFILE_NO_SPACE)
         return Status::failure(
             ErrorCode::NoSpace,
-            QStringLiteral("cannot write the mail file '%1': no space left on device").arg(path));
+            QStringLiteral("its mail file '%1' was not written: no space left on device")
+                .arg(path));
     if (r != MMS_UTIL_MAILFILE_OK)
-        return failed(QStringLiteral("the row of message %1 was changed, but its mail file '%2' "
-                                     "was not")
-                          .arg(id)
-                          .arg(path) +
+        return failed(QStringLiteral("its mail file '%1' was not written").arg(path) +
                       (errno ? QStringLiteral(": ") + errnoText(errno) : QString()));
     return {};
 }
@@ -858,13 +885,9 @@ Added MessageStore::Impl::writeMailFile(unsigned int id, MMS_UTIL_MsgHeaderBase&
     if (!added.status.ok())
         return added;
     MMS_UTIL_DBStruct_T record;
-    const int r = MMS_UTIL_DBTable::readRecord(id, &record);
-    if (r != DB_OK) {
-        added.status = r == DB_ERR_NOT_FOUND
-                           ? notFound(id)
-                           : databaseFailure(QStringLiteral("cannot read message %1").arg(id), r);
+    added.status = readRow(id, &record);
+    if (!added.status.ok())
         return added;
-    }
     if (check)
         added.status = check(record);
     if (!added.status.ok())
@@ -907,13 +930,9 @@ ReadMessage MessageStore::read(unsigned int id, bool withBody)
     if (!message.status.ok())
         return message;
     message.row.id = id;
-    const int r = MMS_UTIL_DBTable::readRecord(id, &message.row.record);
-    if (r != DB_OK) {
-        message.status = r == DB_ERR_NOT_FOUND
-                             ? notFound(id)
-                             : databaseFailure(QStringLiteral("cannot read message %1").arg(id), r);
+    message.status = readRow(id, &message.row.record);
+    if (!message.status.ok())
         return message;
-    }
     const QString path = message.row.mailFile();
     if (!nameIsTaken(path) &&
         (nameIsTaken(path + kLeftoverSuffix) || nameIsTaken(path + kDeletedSuffix))) {

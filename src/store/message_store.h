@@ -91,7 +91,7 @@ public:
     // Message-ID; NotFound without a row.
     Added receivePduInPlace(unsigned int id, const QByteArray& pdu);
     // Makes `update` to message `id`'s row; a new Message-ID goes into its mail file's header too,
-    // after the row. NotFound without a row.
+    // before the row. NotFound without a row.
     Status update(unsigned int id, const RowUpdate& update);
     // Makes `update` to every message sent (State::Sent) with Message-ID `messageId`, in one
     // transaction: the target of a delivery or read report. NotFound when none has it.

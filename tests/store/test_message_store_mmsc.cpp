@@ -14,6 +14,10 @@
 #include <gtest/gtest.h>
 
 #include <QDateTime>
+#include <QFile>
+
+#include <cerrno>
+#include <cstring>
 
 namespace
 {
@@ -29,6 +33,7 @@ using tavmms::store::NewMessage;
 using tavmms::store::ReadMessage;
 using tavmms::store::RowUpdate;
 using tavmms::store::State;
+using tavmms::store::Status;
 
 const QString kLocation = QStringLiteral("http://mmsc.example/get/17");
 
@@ -272,6 +277,52 @@ TEST_F(MessageStoreMmscTest, AnUpdateOfAMessageThatIsNotThereIsNotFound)
     RowUpdate update;
     update.state = State::Sent;
     EXPECT_EQ(messages.update(42, update).code, ErrorCode::NotFound);
+    update.messageId = QStringLiteral("m-2@mmsc");
+    EXPECT_EQ(messages.update(42, update).code, ErrorCode::NotFound);
+}
+
+// A mail file of no row, such as one a cut add left, is not the message's to change.
+TEST_F(MessageStoreMmscTest, AnUpdateOfAMessageThatIsNotThereLeavesAFileOfItsNumberAlone)
+{
+    const Added composed = messages.compose(tavmms_test::messageWithAttachments("Hi"));
+    ASSERT_TRUE(composed.status.ok());
+    const QString stray = MMS_UTIL_Common::msgDBIDToMailFileName(composed.id + 1);
+    ASSERT_TRUE(QFile::copy(composed.mailFile, stray));
+    QFile file(stray);
+    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
+    const QByteArray before = file.readAll();
+    file.close();
+
+    RowUpdate update;
+    update.messageId = QStringLiteral("m-3@mmsc");
+    EXPECT_EQ(messages.update(composed.id + 1, update).code, ErrorCode::NotFound);
+    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
+    EXPECT_EQ(file.readAll(), before);
+}
+
+// The MMSC took the message: its row says so even when the mail file cannot take the Message-ID,
+// and the failure names what was not done.
+TEST_F(MessageStoreMmscTest, ASentMessageWhoseMailFileIsGoneIsSentAndTheFailureSaysSo)
+{
+    const Added composed = messages.compose(tavmms_test::messageWithAttachments("Hi"));
+    ASSERT_TRUE(composed.status.ok());
+    ASSERT_TRUE(QFile::remove(composed.mailFile));
+
+    RowUpdate sent;
+    sent.folder = Folder::Sent;
+    sent.state = State::Sent;
+    sent.messageId = QStringLiteral("m-4@mmsc");
+    const Status status = messages.update(composed.id, sent);
+    EXPECT_EQ(status.code, ErrorCode::Failed);
+    EXPECT_EQ(status.text, QStringLiteral("the row of message %1 was changed, but its mail file "
+                                          "'%2' was not written: %3")
+                               .arg(composed.id)
+                               .arg(composed.mailFile)
+                               .arg(QString::fromLocal8Bit(std::strerror(ENOENT))))
+        << status.text.toStdString();
+    const MessageRow kept = messages.read(composed.id, false).row;
+    EXPECT_EQ(kept.state(), unsigned(State::Sent));
+    EXPECT_EQ(kept.messageId(), QStringLiteral("m-4@mmsc"));
 }
 
 } // namespace
