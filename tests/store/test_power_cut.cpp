@@ -5,12 +5,13 @@
 // completes, as a cut right after it returns). Whatever the cut, the messages kept before stay
 // whole, the command's own message is whole or not there (a delete's, whose rows go first, may
 // leave its whole mail file without its row, for a check to report), and the store takes new
-// messages.
+// messages. A transaction with the MMSC that a cut stopped is completed by running it again.
 
 #include "mail_file_io.h"
 #include "mail_file_reader.h"
 
 #include "support/message_store.h"
+#include "support/mmsc_server.h"
 #include "support/pdu_helpers.h"
 #include "support/sql_queries.h"
 #include "support/tool_process.h"
@@ -38,6 +39,7 @@ namespace
 {
 
 namespace fs = std::filesystem;
+using tavmms_test::MmscServer;
 using tavmms_test::ToolResult;
 
 // More calls than any store command makes: a command still not completed then never will.
@@ -222,6 +224,53 @@ protected:
         EXPECT_TRUE(result.err.isEmpty()) << result.err.toStdString();
     }
 
+    // The ids of `ids` that are not of the kept messages.
+    QList<unsigned> addedIds(const QList<unsigned>& ids) const
+    {
+        QList<unsigned> added;
+        for (const unsigned id : ids) {
+            if (!isKept(id))
+                added.append(id);
+        }
+        return added;
+    }
+
+    // Message `id` of the work store as `mmsutil show --json` gives it, whatever its exit status:
+    // a mail file that a cut left ahead of its row is shown all the same.
+    QJsonObject shown(unsigned id)
+    {
+        const ToolResult result = run(
+            work.path(), {QStringLiteral("show"), QString::number(id), QStringLiteral("--json")});
+        return QJsonDocument::fromJson(result.out).object();
+    }
+
+    QString stateOf(unsigned id)
+    {
+        return shown(id).value(QStringLiteral("stateName")).toString();
+    }
+
+    // Runs mmsutil `arguments` on the work store, as a person would after the cut, expecting it
+    // to complete.
+    void runAgain(const QStringList& arguments)
+    {
+        const ToolResult again = run(work.path(), arguments);
+        EXPECT_EQ(again.exitCode, 0) << again.out.toStdString() << again.err.toStdString();
+    }
+
+    // Message `id` is the fetched message, whole: a notification that the cut left waiting, its
+    // message perhaps in place of its mail file already, is fetched again first. Whether it was.
+    bool expectFetchedOrFetchedAgain(unsigned id, bool completed, const QStringList& toMmsc)
+    {
+        const bool again = stateOf(id) != QLatin1String("received");
+        if (again) {
+            EXPECT_FALSE(completed);
+            runAgain(QStringList{QStringLiteral("fetch"), QString::number(id)} + toMmsc);
+        }
+        EXPECT_EQ(stateOf(id), QStringLiteral("received"));
+        EXPECT_TRUE(loadsWith(id, tavmms_test::twoPartBody())) << id;
+        return again;
+    }
+
     bool isKept(unsigned id) const
     {
         return std::any_of(kept.begin(), kept.end(),
@@ -291,11 +340,7 @@ protected:
     {
         const long cuts =
             cutEverywhere(operation, {}, [&](const QList<unsigned>& ids, bool completed) {
-                QList<unsigned> added;
-                for (const unsigned id : ids) {
-                    if (!isKept(id))
-                        added.append(id);
-                }
+                const QList<unsigned> added = addedIds(ids);
                 EXPECT_LE(added.size(), 1);
                 if (completed) {
                     EXPECT_EQ(added.size(), 1);
@@ -456,6 +501,123 @@ TEST_F(PowerCutTest, RebuildCutAtAnyCallLosesNoMailFileAndTheNextRebuildComplete
             break;
     }
     std::cout << "check --rebuild: " << at - 1 << " cut points\n";
+}
+
+// A test MMSC, answering every request with `answer`.
+class AnsweringMmsc
+{
+public:
+    explicit AnsweringMmsc(const QJsonObject& answer = {}) : server_(MmscServer::script({}, answer))
+    {
+    }
+
+    bool started() const { return server_.started(); }
+    QUrl url(const QString& path) const { return server_.url(path); }
+    // The option that makes a command talk to it.
+    QStringList option() const { return {QStringLiteral("--mmsc"), server_.url().toString()}; }
+
+private:
+    const MmscServer server_;
+};
+
+// A notification is kept first, then its message fetched into its place: a cut leaves no new
+// message, or the notification, which a fetch then completes, or the message whole.
+TEST_F(PowerCutTest, NotifyCutAtAnyCallLeavesTheNotificationToFetchAgainOrTheMessage)
+{
+    const AnsweringMmsc mmsc;
+    const AnsweringMmsc content(MmscServer::body(tavmms_test::retrievedMessagePdu()));
+    ASSERT_TRUE(mmsc.started() && content.started());
+    const QString notification =
+        bodyFile(tavmms_test::notificationIndPdu(content.url(QStringLiteral("/get/1"))));
+    const long cuts =
+        cutEverywhere(QStringList{QStringLiteral("notify"), notification} + mmsc.option(), {},
+                      [&](const QList<unsigned>& ids, bool completed) {
+                          const QList<unsigned> added = addedIds(ids);
+                          EXPECT_LE(added.size(), 1);
+                          if (completed) {
+                              EXPECT_EQ(added.size(), 1);
+                          }
+                          for (const unsigned id : added)
+                              expectFetchedOrFetchedAgain(id, completed, mmsc.option());
+                      });
+    EXPECT_TRUE(databaseSyncWatched());
+    std::cout << "notify: " << cuts << " cut points\n";
+}
+
+TEST_F(PowerCutTest, FetchCutAtAnyCallLeavesTheNotificationToFetchAgainOrTheMessage)
+{
+    const AnsweringMmsc mmsc;
+    const AnsweringMmsc content(MmscServer::body(tavmms_test::retrievedMessagePdu()));
+    ASSERT_TRUE(mmsc.started() && content.started());
+    // Kept deferred in the store every cut starts from.
+    ASSERT_EQ(run(setup.path(), {QStringLiteral("settings"), QStringLiteral("set"),
+                                 QStringLiteral("auto-retrieval"), QStringLiteral("off")})
+                  .exitCode,
+              0);
+    const ToolResult notified =
+        run(setup.path(), QStringList{QStringLiteral("notify"),
+                                      bodyFile(tavmms_test::notificationIndPdu(
+                                          content.url(QStringLiteral("/get/2")))),
+                                      QStringLiteral("--json")} +
+                              mmsc.option());
+    ASSERT_EQ(notified.exitCode, 0) << notified.err.toStdString();
+    const unsigned id = unsigned(
+        QJsonDocument::fromJson(notified.out).object().value(QStringLiteral("id")).toInt());
+    ASSERT_NE(id, 0u);
+
+    const long cuts =
+        cutEverywhere(QStringList{QStringLiteral("fetch"), QString::number(id)} + mmsc.option(), {},
+                      [&](const QList<unsigned>& ids, bool completed) {
+                          EXPECT_TRUE(ids.contains(id));
+                          EXPECT_EQ(addedIds(ids), QList<unsigned>{id});
+                          expectFetchedOrFetchedAgain(id, completed, mmsc.option());
+                      });
+    EXPECT_TRUE(databaseSyncWatched());
+    std::cout << "fetch: " << cuts << " cut points\n";
+}
+
+// The MMSC takes the message before the store moves it to the sent folder: a cut in between
+// leaves it to be sent again (the MMSC then gets it twice), never lost or half moved.
+TEST_F(PowerCutTest, SendCutAtAnyCallLeavesTheMessageToSendAgainOrSent)
+{
+    const AnsweringMmsc mmsc(MmscServer::sendConf(128, QStringLiteral("M-1")));
+    ASSERT_TRUE(mmsc.started());
+    const ToolResult composed =
+        run(setup.path(),
+            {QStringLiteral("compose"), QStringLiteral("--to"), QStringLiteral("+15550106"),
+             QStringLiteral("--subject"), QStringLiteral("Out"), QStringLiteral("--text"),
+             QStringLiteral("to the MMSC"), QStringLiteral("--folder"), QStringLiteral("2")});
+    ASSERT_EQ(composed.exitCode, 0) << composed.err.toStdString();
+    const unsigned id = composed.out.split(' ').constFirst().toUInt();
+    QString error;
+    const auto before = tavmms::store::loadMailFile(mailFile(setup.path(), id), &error);
+    ASSERT_TRUE(before) << error.toStdString();
+    const QByteArray body(reinterpret_cast<const char*>(before->body.get()),
+                          qsizetype(before->bodyLength));
+
+    const QStringList send =
+        QStringList{QStringLiteral("send"), QString::number(id)} + mmsc.option();
+    int sentAgain = 0;
+    const long cuts = cutEverywhere(send, {}, [&](const QList<unsigned>& ids, bool completed) {
+        EXPECT_EQ(addedIds(ids), QList<unsigned>{id});
+        if (stateOf(id) != QLatin1String("sent")) {
+            EXPECT_FALSE(completed);
+            runAgain(send);
+            ++sentAgain;
+        }
+        const QJsonObject message = shown(id);
+        EXPECT_EQ(message.value(QStringLiteral("stateName")).toString(), QStringLiteral("sent"));
+        EXPECT_EQ(message.value(QStringLiteral("folderName")).toString(), QStringLiteral("sent"));
+        EXPECT_EQ(message.value(QStringLiteral("header"))
+                      .toObject()
+                      .value(QStringLiteral("Message_ID"))
+                      .toString(),
+                  QStringLiteral("M-1"));
+        EXPECT_TRUE(loadsWith(id, body));
+    });
+    EXPECT_GT(sentAgain, 0);
+    EXPECT_TRUE(databaseSyncWatched());
+    std::cout << "send: " << cuts << " cut points\n";
 }
 
 class RestoreCutTest : public PowerCutTest, public ::testing::WithParamInterface<Cut>
