@@ -765,6 +765,10 @@ int runMark(const cli::Command& command, const QStringList& arguments)
                                QStringLiteral("give exactly one of --read and --unread"));
     if (parser.isSet(report) && !parser.isSet(read))
         return cli::usageError(command.name, QStringLiteral("--report goes with --read only"));
+    // Without --report nothing is sent, and a connection option would be taken for one in use.
+    if (const QString option = options.given(parser); !option.isEmpty() && !parser.isSet(report))
+        return cli::usageError(command.name,
+                               QStringLiteral("%1 goes with --report only").arg(option));
     if (parser.isSet(report))
         return markReadAndReport(command, parser, options, ids);
     const store::Changed changed = store::MessageStore().setRead(ids, parser.isSet(read));

@@ -31,6 +31,15 @@ ConnectionOptions::ConnectionOptions()
 {
 }
 
+QString ConnectionOptions::given(const QCommandLineParser& parser) const
+{
+    for (const QCommandLineOption& option : all()) {
+        if (parser.isSet(option))
+            return QStringLiteral("--") + option.names().constFirst();
+    }
+    return QString();
+}
+
 std::optional<int> ConnectionOptions::connection(const QCommandLineParser& parser,
                                                  const Command& command,
                                                  mmsc::Connection* connection) const

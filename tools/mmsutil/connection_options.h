@@ -27,6 +27,8 @@ struct ConnectionOptions {
     QCommandLineOption caFile;
 
     QList<QCommandLineOption> all() const { return {mmsc, proxy, timeout, attempts, caFile}; }
+    // The name of the first of them given, as it is written ("--mmsc"); empty when none is.
+    QString given(const QCommandLineParser& parser) const;
 
     // The default profile's connection with the options given over it; the exit status when the
     // command must stop here (the settings cannot be read, an option's value is malformed).

@@ -822,4 +822,17 @@ TEST_F(MmsutilMmscTest, MarkReportWithoutReadIsAUsageError)
     EXPECT_FALSE(shown(id).value(QStringLiteral("read")).toBool());
 }
 
+// A connection option says a report is meant: without --report it would be ignored.
+TEST_F(MmsutilMmscTest, MarkWithAConnectionOptionButNoReportIsAUsageErrorAndMarksNothing)
+{
+    const unsigned int id = received(true, QStringLiteral("m-asked@mmsc"));
+
+    const ToolResult result = run(
+        {QStringLiteral("mark"), arg(id), QStringLiteral("--read"), QStringLiteral("--attempts"),
+         QStringLiteral("2"), QStringLiteral("--mmsc"), QStringLiteral("http://127.0.0.1/mms")});
+    tavmms_test::expectUsageError(result);
+    EXPECT_TRUE(result.err.contains("--mmsc goes with --report only")) << result.err.toStdString();
+    EXPECT_FALSE(shown(id).value(QStringLiteral("read")).toBool());
+}
+
 } // namespace
