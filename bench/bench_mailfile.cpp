@@ -367,18 +367,34 @@ private:
     const QByteArray name_;
 };
 
+// The raw counterpart of a load: the whole of `file` read into `buffer`.
+auto rawWholeRead(const StoredMailFile& file, std::vector<char>& buffer)
+{
+    return [&file, &buffer] {
+        const bool read = readBack(file.name(), buffer);
+        benchmark::DoNotOptimize(buffer.data());
+        return read;
+    };
+}
+
+// The raw counterpart of readMsgHeader: the record and the header block of `file`.
+auto rawHeaderBlockRead(const StoredMailFile& file, std::vector<char>& record,
+                        std::vector<char>& block)
+{
+    return [&file, &record, &block] {
+        const bool read = readHeaderBlockBack(file.name(), record, block);
+        benchmark::DoNotOptimize(block.data());
+        return read;
+    };
+}
+
 void BM_Paired_Load(benchmark::State& state)
 {
     const StoredMailFile file(state);
     std::vector<char> buffer;
     PairedTiming().runAll(
         state, [&] { return loadAndRelease(file.path(), file.bodyLength()); },
-        [&] {
-            const bool read = readBack(file.name(), buffer);
-            benchmark::DoNotOptimize(buffer.data());
-            return read;
-        },
-        "a read failed");
+        rawWholeRead(file, buffer), "a read failed");
 }
 
 void BM_Paired_ReadMsgHeader(benchmark::State& state)
@@ -394,12 +410,7 @@ void BM_Paired_ReadMsgHeader(benchmark::State& state)
             benchmark::DoNotOptimize(header.toList.count());
             return read;
         },
-        [&] {
-            const bool read = readHeaderBlockBack(file.name(), record, block);
-            benchmark::DoNotOptimize(block.data());
-            return read;
-        },
-        "a read failed");
+        rawHeaderBlockRead(file, record, block), "a read failed");
 }
 
 void BM_Paired_ReadMultipartBody(benchmark::State& state)
@@ -439,11 +450,7 @@ void BM_Paired_LoadFloor(benchmark::State& state)
 {
     const StoredMailFile file(state);
     std::vector<char> buffer;
-    const auto raw = [&] {
-        const bool read = readBack(file.name(), buffer);
-        benchmark::DoNotOptimize(buffer.data());
-        return read;
-    };
+    const auto raw = rawWholeRead(file, buffer);
     PairedTiming().runAll(
         state, [&] { return raw() && makeLocalDate(); }, raw, "a read failed");
 }
@@ -453,11 +460,7 @@ void BM_Paired_ReadMsgHeaderFloor(benchmark::State& state)
     const StoredMailFile file(state);
     std::vector<char> record;
     std::vector<char> block;
-    const auto raw = [&] {
-        const bool read = readHeaderBlockBack(file.name(), record, block);
-        benchmark::DoNotOptimize(block.data());
-        return read;
-    };
+    const auto raw = rawHeaderBlockRead(file, record, block);
     PairedTiming().runAll(
         state, [&] { return raw() && makeLocalDate(); }, raw, "a read failed");
 }
