@@ -12,6 +12,7 @@
 #include <QStringDecoder>
 #include <QStringEncoder>
 #include <QTextStream>
+#include <QVarLengthArray>
 #include <QtEndian>
 
 #include <algorithm>
@@ -138,15 +139,24 @@ void valueTextsToHeader(const QString* values, MMS_UTIL_MsgHeaderBase* h)
     h->messageSize = values[kMessageSize].toUInt(nullptr, 10);
 }
 
-// Index of the key of `line`, or MMS_UTIL_MAILFILE_KEY_COUNT. A line's key is its text before the
-// first blank, or the whole line when it has none; as no key holds a blank, that is the key the
-// line starts with when a blank or the end of the line follows it, which needs no search.
-int lineKeyIndex(QStringView line)
+// Whether `line` has key `index`. A line's key is its text before the first blank, or the whole
+// line when it has none; as no key holds a blank, that is the key the line starts with when a
+// blank or the end of the line follows it, which needs no search.
+bool lineHasKey(QStringView line, int index)
 {
+    const qsizetype length = kKeys[index].size();
+    return line.size() >= length && (line.size() == length || line[length] == u' ') &&
+           line.startsWith(kKeys[index]);
+}
+
+// Index of the key of `line`, or MMS_UTIL_MAILFILE_KEY_COUNT. At most one key fits a line, so
+// `expected` is tried first: the lines come in the order of the keys as files are written.
+int lineKeyIndex(QStringView line, int expected)
+{
+    if (expected < MMS_UTIL_MAILFILE_KEY_COUNT && lineHasKey(line, expected))
+        return expected;
     for (int i = 0; i < MMS_UTIL_MAILFILE_KEY_COUNT; ++i) {
-        const qsizetype length = kKeys[i].size();
-        if (line.size() >= length && (line.size() == length || line[length] == u' ') &&
-            line.startsWith(kKeys[i]))
+        if (lineHasKey(line, i))
             return i;
     }
     return MMS_UTIL_MAILFILE_KEY_COUNT;
@@ -164,7 +174,7 @@ void readHeaderText(QStringView text, QString* values, MMS_UTIL_MsgHeaderBase* h
         text = end < 0 ? QStringView() : text.sliced(end + 1);
         if (line.endsWith(u'\r'))
             line.chop(1);
-        const int key = lineKeyIndex(line);
+        const int key = lineKeyIndex(line, lastKey + 1);
         if (key < MMS_UTIL_MAILFILE_KEY_COUNT) {
             // The text after the blank; a key without a blank is its own value. Empty but not
             // null when nothing follows the blank: the view then still points into the line.
@@ -258,12 +268,23 @@ void openUtf8Stream(QTextStream& stream)
 }
 
 // The header text block `bytes` decoded as a UTF-8 text stream decodes it: a byte order mark at
-// the start is dropped, and so is a sequence cut short at the end.
-QString headerBlockText(QByteArrayView bytes)
+// the start is dropped, and so is a sequence cut short at the end. Decoded on the stack, as only
+// the values are copied out of it.
+class HeaderBlockText
 {
-    QStringDecoder decoder(QStringConverter::Utf8);
-    return decoder(bytes);
-}
+public:
+    explicit HeaderBlockText(QByteArrayView bytes)
+    {
+        QStringDecoder decoder(QStringConverter::Utf8);
+        text_.resize(decoder.requiredSpace(bytes.size()));
+        text_.resize(decoder.appendToBuffer(text_.data(), bytes) - text_.data());
+    }
+
+    QStringView view() const { return QStringView(text_.constData(), text_.size()); }
+
+private:
+    QVarLengthArray<QChar, 1024> text_;
+};
 
 // Keeps errno across the cleanup that follows a failure, so that the caller still sees why the
 // write failed (a full disk is reported as such).
@@ -336,7 +357,7 @@ int MMS_UTIL_MailFile::readMsgHeader(MMS_UTIL_MsgHeaderBase* header)
         return 1;
     QByteArray block(file.size() - offset, Qt::Uninitialized);
     block.truncate(file.readAt(offset, block.data(), block.size()));
-    readHeaderText(headerBlockText(block), valueTexts, header);
+    readHeaderText(HeaderBlockText(block).view(), valueTexts, header);
     return 0;
 }
 
@@ -367,8 +388,9 @@ int MMS_UTIL_MailFile::loadMailFile()
         std::memset(body + got, 0, size_t(bodyLength - got));
     header = new MMS_UTIL_MsgHeaderBase;
     const char* const block = reinterpret_cast<const char*>(body) + bodyLength;
-    readHeaderText(headerBlockText(QByteArrayView(block, std::max<qint64>(got - bodyLength, 0))),
-                   valueTexts, header);
+    readHeaderText(
+        HeaderBlockText(QByteArrayView(block, std::max<qint64>(got - bodyLength, 0))).view(),
+        valueTexts, header);
     return 0;
 }
 

@@ -29,7 +29,7 @@ MMS_UTIL_MsgHeaderBase::MMS_UTIL_MsgHeaderBase()
     : subject(QLatin1String("")),
       // A default content type is one U+0000 character, not an empty text: readers of older
       // files tell "never set" from "set to nothing" by it.
-      contentType{QString(QChar(u'\0')), QString(), QLatin1String("")},
+      contentType{QStringLiteral(u"\0"), QString(), QLatin1String("")},
       priority(MMS_UTIL_PRIORITY_NORMAL), messageId(QLatin1String("")), expiry(65535),
       senderVisibility(false), deliveryReport(false), readReplyReport(false), messageSize(0)
 {

@@ -352,6 +352,18 @@ TEST_F(HeaderBlockTest, SampleBlockReadsBackEveryField)
     EXPECT_EQ(headerBlockOf(*header), QByteArray(kSampleHeaderBlock));
 }
 
+// The lines are matched to their keys in any order, not only in the order they are written in.
+TEST_F(HeaderBlockTest, SampleBlockInAnotherLineOrderReadsBackTheSameFields)
+{
+    QList<QByteArray> lines = QByteArray(kSampleHeaderBlock).split('\n');
+    lines.removeLast(); // what follows the final line end
+    // After the empty line the block opens with: From, To, CC and BCC go last.
+    const QList<QByteArray> recipients = lines.mid(1, 4);
+    lines.remove(1, 4);
+    const auto header = read((lines + recipients).join('\n') + '\n');
+    EXPECT_EQ(headerBlockOf(*header), QByteArray(kSampleHeaderBlock));
+}
+
 TEST_F(HeaderBlockTest, DefaultBlockReadsBackAnEmptyContentType)
 {
     const auto header = read(kDefaultHeaderBlock);
