@@ -48,6 +48,7 @@ test-sanitize: deps
 	  -DTAVMMS_BUILD_BENCH=OFF $(CMAKE_ARGS)
 	cmake --build $(SANITIZE_DIR) -j $(JOBS)
 	ASAN_OPTIONS=detect_leaks=1:abort_on_error=1 UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1 \
+	  LSAN_OPTIONS=suppressions=$(CURDIR)/tests/lsan.supp \
 	  ctest --test-dir $(SANITIZE_DIR) -j $(JOBS) --output-on-failure
 
 # The libFuzzer targets, built with clang; run one with e.g.
