@@ -265,7 +265,11 @@ TEST_F(MmscClientTest, AMessageSentAlreadyOrADraftIsNotSent)
     MmscClient client(connectionTo(server));
     ASSERT_TRUE(client.send(id).status.ok());
 
-    EXPECT_EQ(client.send(id).status.code, ErrorCode::Invalid);
+    const tavmms::mmsc::SendResult again = client.send(id);
+    EXPECT_EQ(again.status.code, ErrorCode::Invalid);
+    EXPECT_EQ(again.status.text, QStringLiteral("message %1 is sent: only a message waiting to be "
+                                                "sent, or one whose sending failed, is sent")
+                                     .arg(id));
     EXPECT_EQ(client.send(id + 100).status.code, ErrorCode::NotFound);
     EXPECT_EQ(server.requests().size(), 1);
 }
@@ -437,7 +441,11 @@ TEST_F(MmscClientTest, AFetchByHandWithoutAcknowledgementAnswersTheNotification)
               QStringLiteral("m-notifyresp-ind"));
     EXPECT_EQ(MmscServer::pduField(answer, "X-Mms-Transaction-ID"), QStringLiteral("N-1"));
     EXPECT_EQ(MmscServer::pduField(answer, "X-Mms-Status"), QStringLiteral("retrieved"));
-    EXPECT_EQ(client.fetch(notified.id).status.code, ErrorCode::Invalid);
+    const tavmms::mmsc::FetchResult again = client.fetch(notified.id);
+    EXPECT_EQ(again.status.code, ErrorCode::Invalid);
+    EXPECT_EQ(again.status.text, QStringLiteral("message %1 is received: only a notification "
+                                                "waiting (notified or deferred) is fetched")
+                                     .arg(notified.id));
 }
 
 TEST_F(MmscClientTest, AMessageOverTheSizeLimitIsRejectedWithoutAFetch)
