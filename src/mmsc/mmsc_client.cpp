@@ -14,6 +14,8 @@
 #include <QNetworkAccessManager>
 #include <QTimer>
 
+#include <algorithm>
+#include <initializer_list>
 #include <limits>
 #include <map>
 
@@ -70,6 +72,21 @@ pdu::MessageStatus statusOfKept(const store::MessageRow& row)
     default:
         return pdu::MessageStatus::Deferred;
     }
+}
+
+// Message `id` as the store reads it, without its body; Invalid unless it is in one of `states`,
+// which `only` describes ("message 5 is sent: only ...").
+store::ReadMessage readIn(store::MessageStore& store, unsigned int id,
+                          std::initializer_list<store::State> states, const QString& only)
+{
+    store::ReadMessage message = store.read(id, false);
+    const auto state = store::State(message.row.state());
+    if (message.status.ok() && std::find(states.begin(), states.end(), state) == states.end())
+        message.status =
+            failure(ErrorCode::Invalid, QStringLiteral("message %1 is %2: only %3")
+                                            .arg(id)
+                                            .arg(store::stateName(message.row.state()), only));
+    return message;
 }
 
 store::NewMessage notificationMessage(const pdu::Notification& notification,
@@ -217,15 +234,10 @@ void MmscClient::Impl::send(unsigned int id, std::function<void(const SendResult
 {
     SendResult result;
     result.id = id;
-    const store::ReadMessage message = store.read(id, false);
-    result.status = message.status;
-    const auto state = store::State(message.row.state());
-    if (result.status.ok() && state != store::State::ToSend && state != store::State::SendFailed)
-        result.status = failure(ErrorCode::Invalid,
-                                QStringLiteral("message %1 is %2: only a message waiting to be "
-                                               "sent, or one whose sending failed, is sent")
-                                    .arg(id)
-                                    .arg(store::stateName(message.row.state())));
+    result.status = readIn(store, id, {store::State::ToSend, store::State::SendFailed},
+                           QStringLiteral("a message waiting to be sent, or one whose sending "
+                                          "failed, is sent"))
+                        .status;
     if (result.status.ok())
         result.status = checkConnection();
     store::SendRequest request;
@@ -682,15 +694,10 @@ void MmscClient::fetchAsync(unsigned int id, std::function<void(const FetchResul
 {
     FetchResult result;
     result.id = id;
-    const store::ReadMessage message = d->store.read(id, false);
+    const store::ReadMessage message =
+        readIn(d->store, id, {store::State::Deferred, store::State::Notified},
+               QStringLiteral("a notification waiting (notified or deferred) is fetched"));
     result.status = message.status;
-    const auto state = store::State(message.row.state());
-    if (result.status.ok() && state != store::State::Deferred && state != store::State::Notified)
-        result.status = failure(ErrorCode::Invalid,
-                                QStringLiteral("message %1 is %2: only a notification waiting "
-                                               "(notified or deferred) is fetched")
-                                    .arg(id)
-                                    .arg(store::stateName(message.row.state())));
     if (result.status.ok())
         result.status = d->checkConnection();
     if (!result.status.ok()) {
