@@ -5,6 +5,7 @@
 #include "message_store.h"
 #include "transaction_pdu.h"
 
+#include "support/mailfile_helpers.h"
 #include "support/message_store.h"
 #include "support/mmsc_server.h"
 #include "support/pdu_helpers.h"
@@ -13,7 +14,6 @@
 #include <gtest/gtest.h>
 
 #include <QDateTime>
-#include <QFile>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QTemporaryDir>
@@ -73,9 +73,7 @@ protected:
     QString file(const QString& name, const QByteArray& data) const
     {
         const QString path = dir.filePath(name);
-        QFile out(path);
-        EXPECT_TRUE(out.open(QIODevice::WriteOnly));
-        out.write(data);
+        EXPECT_TRUE(tavmms_test::writeFileBytes(path, data)) << path.toStdString();
         return path;
     }
 
